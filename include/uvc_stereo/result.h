@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "uvc_stereo/export.h"
+
+namespace tovanel::uvc_stereo {
+
+// Every outcome the SDK reports. The numeric values are part of the interface.
+enum class ErrorCode : std::int32_t {
+  Ok = 0,                  ///< success
+  InvalidArgument = 1,     ///< bad argument or bad content that is not a framing problem
+  PlatformError = 2,       ///< an operating-system or vendor-library call failed while enumerating or reading
+  DeviceUnavailable = 3,   ///< no device to talk to, or it would not start
+  ReadFailed = 4,          ///< a read from the device failed
+  WriteFailed = 5,         ///< a write to the device failed or did not verify
+  EraseFailed = 6,         ///< a flash sector erase failed
+  BadMagic = 7,            ///< a record or report does not start with its magic
+  UnsupportedVersion = 8,  ///< a report version this SDK does not understand
+  InvalidHeader = 9,       ///< a record header is malformed
+  InvalidLength = 10,      ///< a declared length does not fit
+  ChecksumMismatch = 11,   ///< a CRC does not match
+  InvalidJson = 12,        ///< the JSON text is not one well-formed value
+  InternalError = 13,      ///< an exception was caught at an operation boundary
+  NotSupported = 14,       ///< the device lacks what was asked for
+};
+
+// The highest code the SDK produces.
+inline constexpr ErrorCode kLastErrorCode = ErrorCode::NotSupported;
+
+// The enumerator's own name ("Ok", "InvalidArgument", ...); "Unknown" outside 0..14.
+[[nodiscard]] UVC_STEREO_API std::string_view error_code_name(ErrorCode code) noexcept;
+
+// An ErrorCode and a message. Success is a default Status: code Ok, no text.
+class [[nodiscard]] Status {
+ public:
+  Status() = default;
+  Status(ErrorCode code, std::string message) : code_(code), message_(std::move(message)) {}
+
+  Status(const Status&) = default;
+  Status& operator=(const Status&) = default;
+  // A moved-from Status keeps its code and loses its text.
+  Status(Status&& other) noexcept : code_(other.code_), message_(std::move(other.message_)) {
+    other.message_.clear();
+  }
+  Status& operator=(Status&& other) noexcept {
+    if (this != &other) {
+      code_ = other.code_;
+      message_ = std::move(other.message_);
+      other.message_.clear();
+    }
+    return *this;
+  }
+  ~Status() = default;
+
+  [[nodiscard]] bool ok() const noexcept { return code_ == ErrorCode::Ok; }
+  [[nodiscard]] ErrorCode code() const noexcept { return code_; }
+  [[nodiscard]] const std::string& message() const noexcept { return message_; }
+
+ private:
+  ErrorCode code_ = ErrorCode::Ok;
+  std::string message_;
+};
+
+namespace detail {
+
+// The standard bad-optional-access exception, with the same text on every platform.
+class BadResultAccess : public std::bad_optional_access {
+ public:
+  [[nodiscard]] const char* what() const noexcept override { return "Bad optional access"; }
+};
+
+}  // namespace detail
+
+// A Status, and a value of T exactly when the operation succeeded.
+template <typename T>
+class [[nodiscard]] Result {
+ public:
+  Result(T&& value) : value_(std::move(value)) {}           // NOLINT(google-explicit-constructor)
+  Result(const T& value) : value_(value) {}                 // NOLINT(google-explicit-constructor)
+  Result(Status&& status) : status_(std::move(status)) {}   // NOLINT(google-explicit-constructor)
+  Result(const Status& status) : status_(status) {}         // NOLINT(google-explicit-constructor)
+
+  [[nodiscard]] bool ok() const noexcept { return value_.has_value(); }
+  [[nodiscard]] const Status& status() const noexcept { return status_; }
+
+  // The held value; throws std::bad_optional_access ("Bad optional access") when there is none.
+  [[nodiscard]] T& value() & { return checked(); }
+  [[nodiscard]] const T& value() const& { return const_cast<Result*>(this)->checked(); }
+  [[nodiscard]] T&& value() && { return std::move(checked()); }
+
+ private:
+  T& checked() {
+    if (!value_.has_value()) {
+      throw detail::BadResultAccess();
+    }
+    return *value_;
+  }
+
+  Status status_;
+  std::optional<T> value_;
+};
+
+}  // namespace tovanel::uvc_stereo
