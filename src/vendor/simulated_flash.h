@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+namespace tovanel::uvc_stereo::sim {
+
+// A NOR flash chip: every cell starts erased (0xFF), programming can only clear bits,
+// and only an erase sets them again. Storage is allocated on first program, so a rig
+// with many large chips costs nothing until they are written.
+class SimulatedFlash {
+ public:
+  SimulatedFlash(std::uint32_t size, std::uint32_t sector_size);
+
+  [[nodiscard]] std::uint32_t size() const noexcept { return size_; }
+  [[nodiscard]] std::uint32_t sector_size() const noexcept { return sector_size_; }
+  // True when [address, address + length) lies on the chip.
+  [[nodiscard]] bool contains(std::uint64_t address, std::uint64_t length) const noexcept;
+  // Start of the erase sector holding `address`.
+  [[nodiscard]] std::uint32_t sector_start(std::uint32_t address) const noexcept;
+
+  // What the chip returns, worn cells included. The range must be on the chip.
+  void read(std::uint32_t address, std::uint8_t* out, std::uint32_t length) const;
+  // Programs bytes: each cell keeps only the bits set in both old and new value.
+  void program(std::uint32_t address, const std::uint8_t* data, std::uint32_t length);
+  // Returns [address, address + length) to 0xFF.
+  void erase(std::uint32_t address, std::uint32_t length);
+  // Sets cells to exactly these values, as a factory programmer would.
+  void overwrite(std::uint32_t address, const std::uint8_t* data, std::uint32_t length);
+  // Bits of `mask` at `address` read 0 from now on, whatever is stored there.
+  void add_stuck_zero_bits(std::uint32_t address, std::uint8_t mask);
+
+ private:
+  static constexpr std::uint32_t kPageSize = 4096;
+
+  [[nodiscard]] std::uint8_t stored(std::uint32_t address) const;
+  std::uint8_t& cell(std::uint32_t address);
+
+  std::uint32_t size_;
+  std::uint32_t sector_size_;
+  std::map<std::uint32_t, std::vector<std::uint8_t>> pages_;  ///< page number -> page bytes; absent pages are erased
+  std::map<std::uint32_t, std::uint8_t> stuck_zero_bits_;
+};
+
+}  // namespace tovanel::uvc_stereo::sim
