@@ -1,0 +1,29 @@
+#pragma once
+
+#include <vector>
+
+#include "uvc_stereo/backend.h"
+#include "uvc_stereo/result.h"
+#include "win/backend_candidate.h"
+
+namespace tovanel::uvc_stereo::win_detail {
+
+// Every video-capture device of one backend, in the backend's own order, with the
+// index it would open it by. On Windows they come from DirectShow and Media
+// Foundation; elsewhere those backends do not exist and the lists are empty.
+// Called with the vendor lock held; they take no lock of their own.
+[[nodiscard]] Result<std::vector<WinOpenCvCameraCandidate>> enumerate_dshow_backend_candidates();
+[[nodiscard]] Result<std::vector<WinOpenCvCameraCandidate>> enumerate_msmf_backend_candidates();
+
+// A stand-in for the platform listings (the simulated rig installs one so that scans
+// report backend indices without Windows).
+struct CaptureListingSource {
+  Result<std::vector<WinOpenCvCameraCandidate>> (*list)(OpenCvBackend backend);
+};
+void install_capture_listing_source(const CaptureListingSource* source) noexcept;
+
+// The candidates of `backend` (Dshow or Msmf) from the installed stand-in, else from
+// the platform listing.
+[[nodiscard]] Result<std::vector<WinOpenCvCameraCandidate>> list_capture_candidates(OpenCvBackend backend);
+
+}  // namespace tovanel::uvc_stereo::win_detail

@@ -1,0 +1,7 @@
+#include "win/debug_output.h"
+
+namespace tovanel::uvc_stereo::win_detail {
+
+void output_debug_string(const char* text) noexcept { forward_to_debug_sink(text); }
+
+}  // namespace tovanel::uvc_stereo::win_detail

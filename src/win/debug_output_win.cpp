@@ -1,0 +1,14 @@
+#include <windows.h>
+
+#include "win/debug_output.h"
+
+namespace tovanel::uvc_stereo::win_detail {
+
+void output_debug_string(const char* text) noexcept {
+  if (text != nullptr) {
+    OutputDebugStringA(text);
+  }
+  forward_to_debug_sink(text);
+}
+
+}  // namespace tovanel::uvc_stereo::win_detail
