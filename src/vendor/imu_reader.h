@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+
+#include "uvc_stereo/records.h"
+#include "uvc_stereo/result.h"
+
+namespace tovanel::uvc_stereo::detail {
+
+class ImuReader;
+
+// Opens the IMU of `device`: selects the camera afresh, points the extension unit at `transport.xu_unit` and
+// keeps the vendor session open for as long as the returned reader lives.
+[[nodiscard]] Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport);
+
+// An open IMU: one camera held in a vendor session of its own, read one sample per call. Movable, not
+// copyable; a moved-from reader holds nothing and refuses to read. Destroying it ends the session.
+class ImuReader {
+ public:
+  // The platform's reader behind the handle.
+  class Impl {
+   public:
+    Impl() = default;
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+    virtual ~Impl();
+    // One sample, stamped with host time.
+    [[nodiscard]] virtual Result<ReadImuResult> read() = 0;
+  };
+
+  ImuReader(ImuReader&& other) noexcept;
+  ImuReader& operator=(ImuReader&& other) noexcept;
+  ImuReader(const ImuReader&) = delete;
+  ImuReader& operator=(const ImuReader&) = delete;
+  ~ImuReader();
+
+  // One sample; allocates nothing on success.
+  [[nodiscard]] Result<ReadImuResult> read();
+
+ private:
+  explicit ImuReader(std::unique_ptr<Impl> impl) noexcept;
+  friend Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport);
+
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace tovanel::uvc_stereo::detail
