@@ -1,0 +1,111 @@
+#include <exception>
+#include <memory>
+#include <utility>
+
+#include "device/capability_not_supported.h"
+#include "device/device_impl.h"
+#include "imu/firmware_gate.h"
+#include "uvc_stereo/device.h"
+#include "uvc_stereo/imu.h"
+#include "vendor/imu_reader.h"
+
+namespace tovanel::uvc_stereo {
+namespace {
+
+Status device_closed() { return Status(ErrorCode::InvalidArgument, "device is closed or moved-from"); }
+
+}  // namespace
+
+Status Device::open_imu() {
+  try {
+    if (!impl_) {
+      return device_closed();
+    }
+    if (impl_->imu_reader != nullptr) {
+      return Status();
+    }
+    if (!impl_->has_imu) {
+      return detail::capability_not_supported("IMU");
+    }
+    Status allowed = detail::ensure_imu_supported_by_firmware(impl_->info, impl_->flash_config);
+    if (!allowed.ok()) {
+      return allowed;
+    }
+    Result<detail::ImuReader> reader = detail::open_imu_platform(impl_->info, impl_->imu_transport);
+    if (!reader.ok()) {
+      return reader.status();
+    }
+    impl_->imu_reader = std::make_unique<detail::ImuReader>(std::move(reader).value());
+    // Stays set after close_imu: it records that this device's IMU transport has been proven once.
+    impl_->transport_flags |= kTransportImu;
+    return Status();
+  } catch (const std::exception& e) {
+    return Status(ErrorCode::InternalError, e.what());
+  } catch (...) {
+    return Status(ErrorCode::InternalError, "unknown exception during device IMU open");
+  }
+}
+
+Result<ReadImuResult> Device::read_imu() {
+  try {
+    if (!impl_) {
+      return device_closed();
+    }
+    if (impl_->imu_reader == nullptr) {
+      return Status(ErrorCode::InvalidArgument, "IMU is not open");
+    }
+    // A reader without its state refuses the read itself, with "IMU reader is closed or moved-from".
+    return impl_->imu_reader->read();
+  } catch (const std::exception& e) {
+    return Status(ErrorCode::InternalError, e.what());
+  } catch (...) {
+    return Status(ErrorCode::InternalError, "unknown exception during device IMU read");
+  }
+}
+
+Status Device::close_imu() {
+  try {
+    if (!impl_) {
+      return device_closed();
+    }
+    // Destroying the reader ends its vendor session.
+    impl_->imu_reader.reset();
+    return Status();
+  } catch (const std::exception& e) {
+    return Status(ErrorCode::InternalError, e.what());
+  } catch (...) {
+    return Status(ErrorCode::InternalError, "unknown exception during device IMU close");
+  }
+}
+
+Result<ImuConversionOptions> Device::imu_conversion_options() const {
+  try {
+    if (!impl_) {
+      return device_closed();
+    }
+    if (!impl_->has_imu) {
+      return detail::capability_not_supported("IMU");
+    }
+    return impl_->imu_options;
+  } catch (const std::exception& e) {
+    return Status(ErrorCode::InternalError, e.what());
+  } catch (...) {
+    return Status(ErrorCode::InternalError, "unknown exception during IMU conversion options query");
+  }
+}
+
+Result<ConvertedImuResult> Device::convert_imu(const ReadImuResult& raw) const {
+  try {
+    Result<ImuConversionOptions> options = imu_conversion_options();
+    if (!options.ok()) {
+      return options.status();
+    }
+    return uvc_stereo::convert_imu(raw, options.value());
+  } catch (const std::exception& e) {
+    return Status(ErrorCode::InternalError, e.what());
+  } catch (...) {
+    return Status(ErrorCode::InternalError, "unknown exception during device IMU conversion");
+  }
+}
+
+}  // namespace tovanel::uvc_stereo

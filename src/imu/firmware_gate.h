@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "uvc_stereo/flash_config.h"
+#include "uvc_stereo/records.h"
+#include "uvc_stereo/result.h"
+
+namespace tovanel::uvc_stereo::detail {
+
+// Decides from the camera's model and firmware version whether its IMU may be used. Models without a version rule
+// pass without any device contact; the others have their firmware version read through `config` and are then
+// given 200 ms to settle before the IMU transport is opened. The only failure is NotSupported,
+// "IMU is not supported on this device".
+[[nodiscard]] Status ensure_imu_supported_by_firmware(const DeviceInfo& device, const FlashConfig& config);
+
+// The verdict for one model's version rules and the outcome of its firmware version read. A failed read refuses
+// the IMU only when an exact version is required; the read's own status never surfaces.
+[[nodiscard]] Status judge_imu_firmware(std::string_view required, std::string_view disabling,
+                                        const Result<std::string>& firmware);
+
+}  // namespace tovanel::uvc_stereo::detail
