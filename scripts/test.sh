@@ -1,13 +1,18 @@
 #!/usr/bin/env bash
-# Builds the SDK from scratch and runs every test. Installs what it needs on Debian 12.
+# Builds the SDK from scratch and runs every test, stage by stage. Each stage installs
+# what it needs from Debian's packages when it is missing (run as root, or with sudo).
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-# shellcheck source=lib/packages.sh
-source "$root/scripts/lib/packages.sh"
 
-ensure_packages cmake ninja-build g++ make libgtest-dev libgmock-dev
+stages=(
+  linux
+)
 
-build="$root/build/test-linux"
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
-cmake --build "$build" --parallel "$(nproc)"
-ctest --test-dir "$build" --output-on-failure --parallel "$(nproc)"
+start=$SECONDS
+for stage in "${stages[@]}"; do
+  echo "=== stage: $stage"
+  stage_start=$SECONDS
+  bash "$root/scripts/ci/$stage.sh"
+  echo "=== stage $stage passed in $((SECONDS - stage_start)) s"
+done
+echo "=== all ${#stages[@]} stages passed in $((SECONDS - start)) s"

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# The Linux suite: a clean build with GCC and every test program.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+# shellcheck source=../lib/packages.sh
+source "$root/scripts/lib/packages.sh"
+
+ensure_packages cmake ninja-build g++ make libgtest-dev libgmock-dev
+
+build="$root/build/ci-linux"
+rm -rf "$build"
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake --build "$build" --parallel "$(nproc)"
+ctest --test-dir "$build" --output-on-failure --parallel "$(nproc)"
