@@ -22,23 +22,24 @@ std::uint32_t SimulatedFlash::sector_start(std::uint32_t address) const noexcept
   return address - address % sector_size_;
 }
 
-std::uint8_t SimulatedFlash::stored(std::uint32_t address) const {
-  const auto page = pages_.find(address / kPageSize);
-  return page == pages_.end() ? kErased : page->second[address % kPageSize];
-}
-
-std::uint8_t& SimulatedFlash::cell(std::uint32_t address) {
-  auto& page = pages_[address / kPageSize];
-  if (page.empty()) {
-    page.assign(kPageSize, kErased);
+std::uint8_t* SimulatedFlash::page(std::uint32_t page_number) {
+  std::vector<std::uint8_t>& bytes = pages_[page_number];
+  if (bytes.empty()) {
+    bytes.assign(kPageSize, kErased);
   }
-  return page[address % kPageSize];
+  return bytes.data();
 }
 
 void SimulatedFlash::read(std::uint32_t address, std::uint8_t* out, std::uint32_t length) const {
-  for (std::uint32_t i = 0; i < length; ++i) {
-    out[i] = stored(address + i);
-  }
+  for_each_page_span(address, length,
+                     [&](std::uint32_t page_number, std::uint32_t offset, std::uint32_t span, std::uint32_t done) {
+                       const auto page = pages_.find(page_number);
+                       if (page == pages_.end()) {
+                         std::fill_n(out + done, span, kErased);
+                       } else {
+                         std::copy_n(page->second.begin() + offset, span, out + done);
+                       }
+                     });
   for (auto it = stuck_zero_bits_.lower_bound(address); it != stuck_zero_bits_.end() && it->first - address < length;
        ++it) {
     out[it->first - address] &= static_cast<std::uint8_t>(~it->second);
@@ -46,36 +47,41 @@ void SimulatedFlash::read(std::uint32_t address, std::uint8_t* out, std::uint32_
 }
 
 void SimulatedFlash::program(std::uint32_t address, const std::uint8_t* data, std::uint32_t length) {
-  for (std::uint32_t i = 0; i < length; ++i) {
-    // Writing 0xFF over an erased page changes nothing, so it need not allocate one.
-    if (data[i] != kErased) {
-      cell(address + i) &= data[i];
-    }
-  }
+  for_each_page_span(address, length,
+                     [&](std::uint32_t page_number, std::uint32_t offset, std::uint32_t span, std::uint32_t done) {
+                       const std::uint8_t* source = data + done;
+                       // Writing 0xFF over an erased page changes nothing, so it need not allocate one.
+                       if (pages_.count(page_number) == 0 &&
+                           std::all_of(source, source + span, [](std::uint8_t b) { return b == kErased; })) {
+                         return;
+                       }
+                       std::uint8_t* cells = page(page_number) + offset;
+                       for (std::uint32_t i = 0; i < span; ++i) {
+                         cells[i] &= source[i];
+                       }
+                     });
 }
 
 void SimulatedFlash::erase(std::uint32_t address, std::uint32_t length) {
-  std::uint32_t done = 0;
-  while (done < length) {
-    const std::uint32_t at = address + done;
-    const std::uint32_t page_offset = at % kPageSize;
-    const std::uint32_t span = std::min(kPageSize - page_offset, length - done);
-    auto page = pages_.find(at / kPageSize);
-    if (page != pages_.end()) {
-      if (span == kPageSize) {
-        pages_.erase(page);
-      } else {
-        std::fill_n(page->second.begin() + page_offset, span, kErased);
-      }
-    }
-    done += span;
-  }
+  for_each_page_span(address, length,
+                     [&](std::uint32_t page_number, std::uint32_t offset, std::uint32_t span, std::uint32_t /*done*/) {
+                       const auto found = pages_.find(page_number);
+                       if (found == pages_.end()) {
+                         return;
+                       }
+                       if (span == kPageSize) {
+                         pages_.erase(found);
+                       } else {
+                         std::fill_n(found->second.begin() + offset, span, kErased);
+                       }
+                     });
 }
 
 void SimulatedFlash::overwrite(std::uint32_t address, const std::uint8_t* data, std::uint32_t length) {
-  for (std::uint32_t i = 0; i < length; ++i) {
-    cell(address + i) = data[i];
-  }
+  for_each_page_span(address, length,
+                     [&](std::uint32_t page_number, std::uint32_t offset, std::uint32_t span, std::uint32_t done) {
+                       std::copy_n(data + done, span, page(page_number) + offset);
+                     });
 }
 
 void SimulatedFlash::add_stuck_zero_bits(std::uint32_t address, std::uint8_t mask) {

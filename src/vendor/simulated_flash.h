@@ -34,8 +34,21 @@ class SimulatedFlash {
  private:
   static constexpr std::uint32_t kPageSize = 4096;
 
-  [[nodiscard]] std::uint8_t stored(std::uint32_t address) const;
-  std::uint8_t& cell(std::uint32_t address);
+  // The bytes of one page, allocated erased on first use.
+  std::uint8_t* page(std::uint32_t page_number);
+
+  // Calls fn(page number, offset in page, span, bytes done before) for each page piece of a range.
+  template <typename Fn>
+  static void for_each_page_span(std::uint32_t address, std::uint32_t length, Fn&& fn) {
+    std::uint32_t done = 0;
+    while (done < length) {
+      const std::uint32_t at = address + done;
+      const std::uint32_t offset = at % kPageSize;
+      const std::uint32_t span = length - done < kPageSize - offset ? length - done : kPageSize - offset;
+      fn(at / kPageSize, offset, span, done);
+      done += span;
+    }
+  }
 
   std::uint32_t size_;
   std::uint32_t sector_size_;
