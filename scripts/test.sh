@@ -6,6 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 stages=(
   linux
+  install
 )
 
 start=$SECONDS

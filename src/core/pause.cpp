@@ -39,7 +39,12 @@ void pause_for(std::chrono::milliseconds duration) {
     hook(duration, context);
     return;
   }
-  std::this_thread::sleep_until(std::chrono::steady_clock::now() + duration);
+  // One sleep may end early where the system sleeps in whole milliseconds (MinGW's
+  // nanosleep drops the fraction), so sleep again until the deadline has really passed.
+  const auto deadline = std::chrono::steady_clock::now() + duration;
+  for (auto now = std::chrono::steady_clock::now(); now < deadline; now = std::chrono::steady_clock::now()) {
+    std::this_thread::sleep_for(deadline - now);
+  }
 }
 
 }  // namespace tovanel::uvc_stereo::detail

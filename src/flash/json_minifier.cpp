@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "uvc_stereo/json.h"
+#include "flash/json_minifier_variants.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -366,7 +366,11 @@ class JsonScanner {
 
 }  // namespace
 
-Result<std::string> minify_and_validate_json(std::string_view json) {
+namespace detail {
+
+// The reference form: every vectorised variant must agree with it on every input, and it gives the verdict and
+// the error offset whenever a variant cannot vouch for a document.
+Result<std::string> minify_and_validate_json_scalar(std::string_view json) {
   if (json.empty()) {
     return Status(ErrorCode::InvalidJson, "json text is empty");
   }
@@ -379,4 +383,5 @@ Result<std::string> minify_and_validate_json(std::string_view json) {
   }
 }
 
+}  // namespace detail
 }  // namespace tovanel::uvc_stereo

@@ -3,6 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "vendor/ascii_case.h"
 #include "win/device_path.h"
@@ -101,6 +104,45 @@ using PassTest = bool (*)(const MatchKey& device, const MatchKey& candidate);
 
 constexpr std::size_t kNoCandidate = static_cast<std::size_t>(-1);
 
+std::uint32_t ids_of(const MatchKey& key) { return (static_cast<std::uint32_t>(key.match_vid) << 16) | key.match_pid; }
+
+// The only candidates that can pass a test for a device, in list order: the path pass needs the same non-empty
+// canonical path, and the three later passes all need the same vendor and product ids. Looking them up instead of
+// walking the whole list for every camera keeps a scan of many cameras linear when their identities differ.
+class CandidateIndex {
+ public:
+  explicit CandidateIndex(const std::vector<MatchKey>& candidates) {
+    for (std::size_t c = 0; c < candidates.size(); ++c) {
+      if (!candidates[c].normalized_path.empty()) {
+        by_path_[candidates[c].normalized_path].push_back(c);
+      }
+      if (has_ids(candidates[c])) {
+        by_ids_[ids_of(candidates[c])].push_back(c);
+      }
+    }
+  }
+
+  [[nodiscard]] const std::vector<std::size_t>* with_path_of(const MatchKey& device) const {
+    if (device.normalized_path.empty()) {
+      return nullptr;
+    }
+    const auto found = by_path_.find(device.normalized_path);
+    return found == by_path_.end() ? nullptr : &found->second;
+  }
+
+  [[nodiscard]] const std::vector<std::size_t>* with_ids_of(const MatchKey& device) const {
+    if (!has_ids(device)) {
+      return nullptr;
+    }
+    const auto found = by_ids_.find(ids_of(device));
+    return found == by_ids_.end() ? nullptr : &found->second;
+  }
+
+ private:
+  std::unordered_map<std::string_view, std::vector<std::size_t>> by_path_;
+  std::unordered_map<std::uint32_t, std::vector<std::size_t>> by_ids_;
+};
+
 }  // namespace
 
 void match_backend_candidates(const std::vector<DeviceInfo*>& devices,
@@ -122,6 +164,7 @@ void match_backend_candidates(const std::vector<DeviceInfo*>& devices,
 
   std::vector<bool> candidate_used(candidates.size(), false);
   std::vector<bool> device_matched(devices.size(), false);
+  const CandidateIndex index(candidate_keys);
 
   constexpr PassTest kPasses[] = {path_matches, identity_matches, serial_matches, name_matches};
   for (const PassTest pass : kPasses) {
@@ -129,9 +172,15 @@ void match_backend_candidates(const std::vector<DeviceInfo*>& devices,
       if (device_matched[d]) {
         continue;
       }
+      const std::vector<std::size_t>* pool =
+          pass == path_matches ? index.with_path_of(device_keys[d]) : index.with_ids_of(device_keys[d]);
+      if (pool == nullptr) {
+        continue;
+      }
       std::size_t chosen = kNoCandidate;
       std::size_t satisfying = 0;
-      for (std::size_t c = 0; c < candidates.size() && satisfying < 2; ++c) {
+      for (std::size_t i = 0; i < pool->size() && satisfying < 2; ++i) {
+        const std::size_t c = (*pool)[i];
         if (!candidate_used[c] && pass(device_keys[d], candidate_keys[c])) {
           chosen = c;
           ++satisfying;

@@ -31,7 +31,7 @@ class VendorImuReader final : public ImuReader::Impl {
     SonixCam_UnInit();
   }
 
-  Result<ReadImuResult> read() override {
+  [[nodiscard]] Result<ReadImuResult> read() override {
     win_detail::SonixGlobalLock lock;
     const std::uint64_t t0 = now_ns();
     std::memset(buffer_.data(), 0, buffer_.size());

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "uvc_stereo/export.h"
+
+namespace tovanel::uvc_stereo {
+
+// The USB identity of one supported camera model.
+struct CameraModelId {
+  std::uint16_t vendor_id = 0;
+  std::uint16_t product_id = 0;
+};
+
+// The camera models this SDK supports, in the order scans check them: exactly the cameras
+// that scan_devices lists and open_device accepts.
+[[nodiscard]] UVC_STEREO_API std::vector<CameraModelId> supported_camera_models();
+
+}  // namespace tovanel::uvc_stereo

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# The installable package: builds and installs the SDK into a scratch prefix, then builds a
+# small consumer against the installed files both ways (CMake's find_package and pkg-config)
+# and runs both, and runs the installed uvc-stereo tool.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+# shellcheck source=../lib/packages.sh
+source "$root/scripts/lib/packages.sh"
+
+ensure_packages cmake ninja-build g++ pkg-config
+
+work="$root/build/ci-install"
+rm -rf "$work"
+prefix="$work/prefix"
+
+cmake -S "$root" -B "$work/sdk" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" \
+  -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_FUZZ=OFF
+cmake --build "$work/sdk" --parallel "$(nproc)" --target tovanel_uvc_stereo_sdk uvc-stereo
+cmake --install "$work/sdk"
+
+echo "--- installed files"
+(cd "$prefix" && find . -type f -o -type l | sort)
+
+echo "--- consumer with find_package"
+cmake -S "$root/examples/consumer" -B "$work/consumer-cmake" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$prefix"
+cmake --build "$work/consumer-cmake"
+"$work/consumer-cmake/consumer"
+
+echo "--- consumer with pkg-config"
+pc_file=$(find "$prefix" -name tovanel_uvc_stereo_sdk.pc)
+export PKG_CONFIG_PATH
+PKG_CONFIG_PATH=$(dirname "$pc_file")
+libdir=$(pkg-config --variable=libdir tovanel_uvc_stereo_sdk)
+mkdir -p "$work/consumer-pkgconfig"
+# shellcheck disable=SC2046  # pkg-config prints several words on purpose
+g++ -std=c++17 -Wall -Wextra -Werror "$root/examples/consumer/main.cpp" -o "$work/consumer-pkgconfig/consumer" \
+  $(pkg-config --cflags --libs tovanel_uvc_stereo_sdk)
+# A pkg-config build sets no run path: the loader is told where the installed library is.
+LD_LIBRARY_PATH="$libdir" "$work/consumer-pkgconfig/consumer"
+
+echo "--- installed tool"
+"$prefix/bin/uvc-stereo" --simulate scan
+"$prefix/bin/uvc-stereo" --simulate config get --index 1

@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# The main job in one command: builds the uvc-stereo tool and takes it on a tour of the
+# simulated cameras (no camera or vendor library needed): scan, info, the JSON
+# configuration read, previewed, written with a backup, and a short IMU stream with its plot.
+# Installs cmake, ninja and g++ with apt-get when they are missing (run as root, or with sudo).
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# shellcheck source=lib/packages.sh
+source "$root/scripts/lib/packages.sh"
+
+ensure_packages cmake ninja-build g++
+
+build="$root/build/demo"
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+  -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_FUZZ=OFF >/dev/null
+cmake --build "$build" --target uvc-stereo --parallel "$(nproc)"
+
+tool="$build/tools/uvc-stereo/uvc-stereo"
+work="$build/tour"
+rm -rf "$work"
+mkdir -p "$work"
+
+step() {
+  echo
+  echo "\$ uvc-stereo $*"
+  (cd "$work" && "$tool" "$@")
+}
+
+# The configuration the tour writes: a change of baseline and exposure for camera 0.
+cat >"$work/demo.json" <<'JSON'
+{
+  "name": "rig A left-right",
+  "baseline_mm": 60.5,
+  "rectify": true,
+  "exposure": { "mode": "manual", "time_us": 5000, "gain": 2 },
+  "intrinsics": { "fx": 612.4, "fy": 611.9, "cx": 319.5, "cy": 241.2 }
+}
+JSON
+
+echo "=== uvc-stereo against the simulated cameras (each run starts them afresh)"
+step --simulate scan
+step --simulate info --index 0
+step --simulate config get --index 0 --pretty
+step --simulate config set demo.json --index 0 --dry-run
+step --simulate config set demo.json --index 0 --backup before-demo.json
+echo
+echo "\$ cat before-demo.json    # the replaced configuration: 'uvc-stereo config set before-demo.json' undoes the write"
+cat "$work/before-demo.json"
+step --simulate imu --index 1 --count 200 --plot "$build/imu.svg"
+echo
+echo "IMU plot: $build/imu.svg"

@@ -1,0 +1,485 @@
+// The vectorised minifier's shared core. Each variant includes this file inside namespace
+// tovanel::uvc_stereo::detail and inside its instruction-set region, after <cstddef>, <cstdint>, <cstring>,
+// <string> and flash/json_minifier_variants.h, then defines its Block type (below): everything here is compiled
+// once per variant with that variant's extensions and stays private to the variant's file.
+//
+// The text is read 64 bytes at a time. A Block classifies its 64 bytes into bit masks (quotes, backslashes,
+// whitespace, the structural bytes { } [ ] , :, control bytes, and the bytes numbers and literals are made of);
+// plain bit arithmetic then finds which bytes are escaped and which lie inside strings, so the whitespace to drop,
+// the start of every token, every escape and the shape of every number and literal are known for the whole block
+// at once. The tokens are then checked against the grammar in order, and the kept bytes are packed to the output
+// by the Block. Whatever the checks cannot vouch for ends the pass with false, and the scalar scanner then gives
+// the verdict, so acceptance here only ever agrees with it.
+//
+// A Block type provides:
+//   explicit Block(const char* bytes);                  // 64 readable bytes
+//   JsonBlockMasks masks() const;
+//   char* compress(std::uint64_t keep, char* out) const; // writes up to 64 bytes, returns out + popcount(keep)
+
+namespace {
+
+struct JsonBlockMasks {
+  std::uint64_t quote = 0;
+  std::uint64_t backslash = 0;
+  std::uint64_t whitespace = 0;
+  // { } [ ] , : and possibly some control bytes, which are refused on their own account.
+  std::uint64_t structural = 0;
+  std::uint64_t control = 0;  // bytes below 0x20
+  std::uint64_t digit = 0;    // '0'..'9'
+  // The other bytes numbers and literals are made of.
+  std::uint64_t zero = 0;
+  std::uint64_t minus = 0;
+  std::uint64_t plus = 0;
+  std::uint64_t point = 0;
+  std::uint64_t exponent = 0;  // 'e' or 'E'
+  std::uint64_t t = 0;
+  std::uint64_t r = 0;
+  std::uint64_t u = 0;
+  std::uint64_t e = 0;
+  std::uint64_t f = 0;
+  std::uint64_t a = 0;
+  std::uint64_t l = 0;
+  std::uint64_t s = 0;
+  std::uint64_t n = 0;
+};
+
+// Fills the masks of single byte values; `equal(c)` gives the mask of the block's bytes equal to c.
+template <class Equal>
+void fill_atom_byte_masks(JsonBlockMasks& m, const Equal& equal) noexcept {
+  m.zero = equal('0');
+  m.minus = equal('-');
+  m.plus = equal('+');
+  m.point = equal('.');
+  m.e = equal('e');
+  m.exponent = m.e | equal('E');
+  m.t = equal('t');
+  m.r = equal('r');
+  m.u = equal('u');
+  m.f = equal('f');
+  m.a = equal('a');
+  m.l = equal('l');
+  m.s = equal('s');
+  m.n = equal('n');
+}
+
+inline unsigned lowest_set_bit(std::uint64_t bits) noexcept { return static_cast<unsigned>(__builtin_ctzll(bits)); }
+
+// Bit i becomes the XOR of bits 0..i: with quote bits in, the bytes from an opening quote up to (not including)
+// its closing quote.
+inline std::uint64_t prefix_xor(std::uint64_t bits) noexcept {
+  bits ^= bits << 1;
+  bits ^= bits << 2;
+  bits ^= bits << 4;
+  bits ^= bits << 8;
+  bits ^= bits << 16;
+  bits ^= bits << 32;
+  return bits;
+}
+
+// The bytes that follow a run of backslashes of odd length: the escaped bytes that are not backslashes themselves.
+// Adding a run's first bit to the backslash mask carries through the run and lands on the byte after it; a run of
+// odd length starts and ends on bits of different parity. `odd_run` (0 or 1) says whether the backslashes just
+// before this block were an odd run, and is updated for the next block.
+inline std::uint64_t escaped_bytes(std::uint64_t backslash, std::uint64_t& odd_run) noexcept {
+  constexpr std::uint64_t kEvenBits = 0x5555555555555555ull;
+  const std::uint64_t starts = backslash & ~(backslash << 1);
+  // A run continuing from the previous block counts as starting one byte before this one when that part was odd.
+  const std::uint64_t even_start_bits = kEvenBits ^ odd_run;
+  const std::uint64_t even_starts = starts & even_start_bits;
+  const std::uint64_t odd_starts = starts & ~even_start_bits;
+  const std::uint64_t even_ends = (backslash + even_starts) & ~backslash;
+  std::uint64_t odd_carries = 0;
+  const bool odd_run_reaches_next_block = __builtin_add_overflow(backslash, odd_starts, &odd_carries);
+  const std::uint64_t odd_ends = (odd_carries | odd_run) & ~backslash;
+  odd_run = odd_run_reaches_next_block ? 1 : 0;
+  return (even_ends & ~kEvenBits) | (odd_ends & kEvenBits);
+}
+
+inline bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
+
+inline int hex_value(char c) noexcept {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+// The shape of a number or literal that starts at `position` of the whole text and ends where whitespace, a comma
+// or a closing bracket follows (or the text ends); anything else after it could only be refused by the grammar.
+// Used for the rare ones that run into the next block.
+inline const char* match_word(const char* p, const char* end, const char* expected, std::size_t size) noexcept {
+  if (static_cast<std::size_t>(end - p) < size || std::memcmp(p, expected, size) != 0) {
+    return nullptr;
+  }
+  return p + size;
+}
+
+inline const char* skip_digits(const char* p, const char* end) noexcept {
+  while (p < end && is_digit(*p)) {
+    ++p;
+  }
+  return p;
+}
+
+inline const char* match_number(const char* p, const char* end) noexcept {
+  if (*p == '-') {
+    if (++p == end) {
+      return nullptr;
+    }
+  }
+  if (*p == '0') {
+    ++p;
+  } else if (*p >= '1' && *p <= '9') {
+    p = skip_digits(p + 1, end);
+  } else {
+    return nullptr;
+  }
+  if (p < end && *p == '.') {
+    if (++p == end || !is_digit(*p)) {
+      return nullptr;
+    }
+    p = skip_digits(p + 1, end);
+  }
+  if (p < end && (*p == 'e' || *p == 'E')) {
+    ++p;
+    if (p < end && (*p == '+' || *p == '-')) {
+      ++p;
+    }
+    if (p == end || !is_digit(*p)) {
+      return nullptr;
+    }
+    p = skip_digits(p + 1, end);
+  }
+  return p;
+}
+
+inline bool atom_in_text(const char* text, std::size_t length, std::size_t position) noexcept {
+  const char* p = text + position;
+  const char* const end = text + length;
+  switch (*p) {
+    case 't':
+      p = match_word(p, end, "true", 4);
+      break;
+    case 'f':
+      p = match_word(p, end, "false", 5);
+      break;
+    case 'n':
+      p = match_word(p, end, "null", 4);
+      break;
+    default:
+      p = match_number(p, end);
+      break;
+  }
+  if (p == nullptr) {
+    return false;
+  }
+  if (p == end) {
+    return true;
+  }
+  switch (*p) {
+    case ' ':
+    case '\t':
+    case '\n':
+    case '\r':
+    case ',':
+    case ']':
+    case '}':
+      return true;
+    default:
+      return false;
+  }
+}
+
+// The shape of every number and literal that lies wholly in the block, checked at once on the bit masks: a
+// document full of numbers then costs no branch per number. `local` holds the bytes of those atoms and `starts`
+// their first bytes; the atoms that run into the neighbouring blocks are left out of both. A literal must be one of
+// the three words followed by a byte that is not part of an atom; every other atom must be a number, which holds
+// exactly when each of its bytes may follow the byte before it ("-" only first or after the exponent letter, "+"
+// only after it, "." and the exponent letter between digits, a digit after a sign) and it has at most one "." and
+// one exponent, the "." first, and no digit right after a leading zero.
+inline bool atoms_well_formed(const JsonBlockMasks& m, std::uint64_t local, std::uint64_t starts) noexcept {
+  const std::uint64_t after_atom = ~local;
+  const std::uint64_t word_true = starts & m.t & (m.r >> 1) & (m.u >> 2) & (m.e >> 3) & (after_atom >> 4);
+  const std::uint64_t word_null = starts & m.n & (m.u >> 1) & (m.l >> 2) & (m.l >> 3) & (after_atom >> 4);
+  const std::uint64_t word_false = starts & m.f & (m.a >> 1) & (m.l >> 2) & (m.s >> 3) & (m.e >> 4) & (after_atom >> 5);
+  const std::uint64_t four = word_true | word_null;
+  const std::uint64_t words = four | (four << 1) | (four << 2) | (four << 3) | word_false | (word_false << 1) |
+                              (word_false << 2) | (word_false << 3) | (word_false << 4);
+
+  const std::uint64_t number = local & ~words;
+  const std::uint64_t first = starts & ~(four | word_false);
+  const std::uint64_t digit = m.digit & number;
+  const std::uint64_t minus = m.minus & number;
+  const std::uint64_t plus = m.plus & number;
+  const std::uint64_t point = m.point & number;
+  const std::uint64_t exponent = m.exponent & number;
+  const std::uint64_t sign = minus | plus;
+
+  std::uint64_t bad = number & ~(digit | sign | point | exponent);
+  bad |= first & ~(minus | digit);
+  bad |= minus & ~(first | (exponent << 1));
+  bad |= plus & ~(exponent << 1);
+  bad |= (sign << 1) & ~digit;
+  bad |= (point | exponent) & ~(digit << 1);
+  bad |= (point << 1) & ~digit;
+  bad |= (exponent << 1) & ~(digit | sign);
+  // Adding a mark to its run of atom bytes clears the run from the mark on; a second mark in the run is left set.
+  const std::uint64_t from_point = number & ~(number + point);
+  const std::uint64_t from_exponent = number & ~(number + exponent);
+  bad |= point & ~from_point;
+  bad |= exponent & ~from_exponent;
+  bad |= point & from_exponent;
+  const std::uint64_t integer_start = (first & digit) | ((first & minus) << 1);
+  bad |= ((integer_start & m.zero) << 1) & digit;
+  return bad == 0;
+}
+
+// The grammar over the tokens, and the escapes inside strings. Positions are offsets into the whole text.
+class JsonDocumentChecker {
+ public:
+  JsonDocumentChecker(const char* text, std::size_t length) noexcept : text_(text), length_(length) {}
+
+  // The next token starts with byte `c`: a structural byte, an opening quote, or the first byte of a number or
+  // literal whose shape has already been checked.
+  bool token(char c) noexcept {
+    switch (expect_) {
+      case Expect::Value:
+      case Expect::ValueOrArrayEnd:
+        switch (c) {
+          case '{':
+            return open(true);
+          case '[':
+            return open(false);
+          case '"':
+            after_value();
+            return true;
+          case ']':
+            return expect_ == Expect::ValueOrArrayEnd && close();
+          case '}':
+          case ',':
+          case ':':
+            return false;
+          default:
+            after_value();
+            return true;
+        }
+      case Expect::KeyOrObjectEnd:
+        if (c == '}') {
+          return close();
+        }
+        [[fallthrough]];
+      case Expect::Key:
+        if (c != '"') {
+          return false;
+        }
+        expect_ = Expect::Colon;
+        return true;
+      case Expect::Colon:
+        if (c != ':') {
+          return false;
+        }
+        expect_ = Expect::Value;
+        return true;
+      case Expect::CommaOrObjectEnd:
+        if (c == ',') {
+          expect_ = Expect::Key;
+          return true;
+        }
+        return c == '}' && close();
+      case Expect::CommaOrArrayEnd:
+        if (c == ',') {
+          expect_ = Expect::Value;
+          return true;
+        }
+        return c == ']' && close();
+      case Expect::Nothing:
+        break;
+    }
+    return false;
+  }
+
+  // The byte at `position` follows an odd run of backslashes: it must name an escape, and a \u escape must hold a
+  // code unit that is not half of a broken surrogate pair.
+  bool escape(std::size_t position) noexcept {
+    if (position >= length_) {
+      return false;
+    }
+    switch (text_[position]) {
+      case '"':
+      case '/':
+      case 'b':
+      case 'f':
+      case 'n':
+      case 'r':
+      case 't':
+        return true;
+      case 'u':
+        break;
+      default:
+        return false;
+    }
+    if (position == low_surrogate_at_) {
+      return true;  // checked together with its high half
+    }
+    unsigned unit = 0;
+    if (!code_unit(position + 1, unit)) {
+      return false;
+    }
+    if (unit >= 0xDC00 && unit <= 0xDFFF) {
+      return false;
+    }
+    if (unit >= 0xD800 && unit <= 0xDBFF) {
+      unsigned low = 0;
+      if (position + 11 > length_ || text_[position + 5] != '\\' || text_[position + 6] != 'u' ||
+          !code_unit(position + 7, low) || low < 0xDC00 || low > 0xDFFF) {
+        return false;
+      }
+      low_surrogate_at_ = position + 6;
+    }
+    return true;
+  }
+
+  [[nodiscard]] bool complete() const noexcept { return expect_ == Expect::Nothing; }
+
+ private:
+  enum class Expect : std::uint8_t {
+    Value,
+    ValueOrArrayEnd,
+    KeyOrObjectEnd,
+    Key,
+    Colon,
+    CommaOrObjectEnd,
+    CommaOrArrayEnd,
+    Nothing,
+  };
+
+  // Deeper documents are left to the scalar scanner, which has no limit.
+  static constexpr std::size_t kMaxDepth = 1024;
+
+  bool open(bool object) noexcept {
+    if (depth_ == kMaxDepth) {
+      return false;
+    }
+    objects_[depth_++] = object;
+    expect_ = object ? Expect::KeyOrObjectEnd : Expect::ValueOrArrayEnd;
+    return true;
+  }
+
+  // Only reached in a state that belongs to the innermost container, so the closing byte matches it.
+  bool close() noexcept {
+    --depth_;
+    after_value();
+    return true;
+  }
+
+  void after_value() noexcept {
+    if (depth_ == 0) {
+      expect_ = Expect::Nothing;
+    } else {
+      expect_ = objects_[depth_ - 1] ? Expect::CommaOrObjectEnd : Expect::CommaOrArrayEnd;
+    }
+  }
+
+  bool code_unit(std::size_t position, unsigned& unit) const noexcept {
+    if (position + 4 > length_) {
+      return false;
+    }
+    unit = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+      const int digit = hex_value(text_[position + i]);
+      if (digit < 0) {
+        return false;
+      }
+      unit = unit * 16 + static_cast<unsigned>(digit);
+    }
+    return true;
+  }
+
+  const char* text_;
+  std::size_t length_;
+  Expect expect_ = Expect::Value;
+  std::size_t depth_ = 0;
+  std::size_t low_surrogate_at_ = static_cast<std::size_t>(-1);
+  bool objects_[kMaxDepth];  // written before it is read, up to depth_
+};
+
+template <class Block>
+bool minify_json_blocks(const char* text, std::size_t length, std::string& out) {
+  // The packed output collects here and goes to `out` in large pieces; the slack takes a Block's full-width store.
+  constexpr std::size_t kStageSize = 4096;
+  char stage[kStageSize + 64];
+  std::size_t staged = 0;
+  char last[64];
+
+  JsonDocumentChecker checker(text, length);
+  std::uint64_t odd_run = 0;
+  std::uint64_t in_string = 0;  // all ones while a string continues into the next block
+  std::uint64_t atom_carry = 0;
+  for (std::size_t base = 0; base < length; base += 64) {
+    const char* bytes = text + base;
+    std::uint64_t present = ~std::uint64_t{0};
+    if (length - base < 64) {
+      // The last, partial block is padded with whitespace, which changes neither tokens nor output.
+      const std::size_t left = length - base;
+      std::memcpy(last, bytes, left);
+      std::memset(last + left, ' ', sizeof(last) - left);
+      bytes = last;
+      present = (std::uint64_t{1} << left) - 1;
+    }
+    const Block block(bytes);
+    const JsonBlockMasks m = block.masks();
+
+    const std::uint64_t escaped = escaped_bytes(m.backslash, odd_run);
+    const std::uint64_t quotes = m.quote & ~escaped;
+    const std::uint64_t in_strings = prefix_xor(quotes) ^ in_string;
+    in_string = static_cast<std::uint64_t>(static_cast<std::int64_t>(in_strings) >> 63);
+    const std::uint64_t blank = m.whitespace & ~in_strings;
+    // A control byte is only ever allowed as whitespace between tokens.
+    if ((m.control & ~blank) != 0) {
+      return false;
+    }
+    const std::uint64_t atoms = ~(m.whitespace | m.structural | m.quote | in_strings);
+    const std::uint64_t atom_starts = atoms & ~((atoms << 1) | atom_carry);
+    // An atom that continues from the previous block was judged there, from its start; one that reaches this
+    // block's last byte is judged from its start against the whole text.
+    const std::uint64_t continued = (atoms & ~(atoms + 1)) & (std::uint64_t{0} - atom_carry);
+    const std::uint64_t not_atoms = ~atoms;
+    const std::uint64_t to_next =
+        (atoms >> 63) == 0
+            ? 0
+            : (not_atoms == 0 ? ~std::uint64_t{0} : ~std::uint64_t{0} << (64 - __builtin_clzll(not_atoms)));
+    atom_carry = atoms >> 63;
+    if (!atoms_well_formed(m, atoms & ~(continued | to_next), atom_starts & ~to_next)) {
+      return false;
+    }
+    if (const std::uint64_t edge = atom_starts & to_next;
+        edge != 0 && !atom_in_text(text, length, base + lowest_set_bit(edge))) {
+      return false;
+    }
+
+    for (std::uint64_t bits = escaped; bits != 0; bits &= bits - 1) {
+      if (!checker.escape(base + lowest_set_bit(bits))) {
+        return false;
+      }
+    }
+    for (std::uint64_t bits = (m.structural & ~in_strings) | (quotes & in_strings) | atom_starts; bits != 0;
+         bits &= bits - 1) {
+      if (!checker.token(bytes[lowest_set_bit(bits)])) {
+        return false;
+      }
+    }
+
+    staged = static_cast<std::size_t>(block.compress(~blank & present, stage + staged) - stage);
+    if (staged >= kStageSize) {
+      append_json_output(out, stage, staged);
+      staged = 0;
+    }
+  }
+  if (in_string != 0 || !checker.complete()) {
+    return false;
+  }
+  append_json_output(out, stage, staged);
+  return true;
+}
+
+}  // namespace

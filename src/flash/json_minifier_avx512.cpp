@@ -1,0 +1,91 @@
+#include "core/cpu_features.h"
+
+#if UVC_STEREO_X86_64
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "core/isa_region.h"
+#include "flash/json_minifier_variants.h"
+
+namespace tovanel::uvc_stereo::detail {
+namespace {
+
+// The nibble lookup tables of the AVX2 variant, repeated for each 128-bit lane of a 512-bit register.
+struct alignas(64) NibbleTables {
+  char whitespace[64];
+  char structural[64];
+};
+
+constexpr NibbleTables make_nibble_tables() noexcept {
+  NibbleTables tables{};
+  for (int lane = 0; lane < 4; ++lane) {
+    char* whitespace = tables.whitespace + 16 * lane;
+    whitespace[0x0] = ' ';
+    whitespace[0x9] = '\t';
+    whitespace[0xA] = '\n';
+    whitespace[0xD] = '\r';
+    char* structural = tables.structural + 16 * lane;
+    structural[0xA] = ':';
+    structural[0xB] = '{';
+    structural[0xC] = ',';
+    structural[0xD] = '}';
+  }
+  return tables;
+}
+
+constexpr NibbleTables kNibbleTables = make_nibble_tables();
+
+}  // namespace
+
+UVC_STEREO_ISA_BEGIN("avx512f,avx512bw,avx512vl,avx512vbmi2,avx2,bmi,popcnt")
+
+#include "flash/json_block_scanner.h"
+
+namespace {
+
+// One 512-bit register per block: comparisons give the masks directly, and VBMI2's byte compression packs the
+// kept bytes in one instruction.
+class Avx512Block {
+ public:
+  explicit Avx512Block(const char* bytes) noexcept : v_(_mm512_loadu_si512(bytes)) {}
+
+  [[nodiscard]] JsonBlockMasks masks() const noexcept {
+    const __m512i whitespace_table = _mm512_load_si512(kNibbleTables.whitespace);
+    const __m512i structural_table = _mm512_load_si512(kNibbleTables.structural);
+    JsonBlockMasks m;
+    m.quote = _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8('"'));
+    m.backslash = _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8('\\'));
+    m.whitespace = _mm512_cmpeq_epi8_mask(_mm512_shuffle_epi8(whitespace_table, v_), v_);
+    m.structural =
+        _mm512_cmpeq_epi8_mask(_mm512_shuffle_epi8(structural_table, v_), _mm512_or_si512(v_, _mm512_set1_epi8(0x20)));
+    m.control = _mm512_cmplt_epu8_mask(v_, _mm512_set1_epi8(0x20));
+    m.digit = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(v_, _mm512_set1_epi8('0')), _mm512_set1_epi8(10));
+    fill_atom_byte_masks(m, [this](char c) { return _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8(c)); });
+    return m;
+  }
+
+  char* compress(std::uint64_t keep, char* out) const noexcept {
+    _mm512_storeu_si512(out, _mm512_maskz_compress_epi8(keep, v_));
+    return out + __builtin_popcountll(keep);
+  }
+
+ private:
+  __m512i v_;
+};
+
+}  // namespace
+
+bool minify_json_avx512(const char* json, std::size_t length, std::string& out) {
+  return minify_json_blocks<Avx512Block>(json, length, out);
+}
+
+UVC_STEREO_ISA_END()
+
+}  // namespace tovanel::uvc_stereo::detail
+
+#endif

@@ -1,0 +1,34 @@
+#include "win/capture_system_calls_win.h"
+
+#include <atomic>
+
+namespace tovanel::uvc_stereo::win_detail {
+namespace {
+
+// MFStartup's declaration carries a default argument, which a function pointer cannot;
+// the wrapper keeps the table's entry a plain two-argument call.
+HRESULT WINAPI call_mf_startup(ULONG version, DWORD flags) { return MFStartup(version, flags); }
+
+// The addresses of imported functions are only known once the loader has run, so the
+// table is filled at start-up rather than at compile time.
+const CaptureSystemCalls kSystemCalls = {
+    &CoInitializeEx,  &CoUninitialize, &CoCreateInstance,   &CoTaskMemFree,       &VariantClear,
+    &call_mf_startup, &MFShutdown,     &MFCreateAttributes, &MFEnumDeviceSources, &WideCharToMultiByte,
+};
+
+std::atomic<const CaptureSystemCalls*> g_installed{nullptr};
+
+}  // namespace
+
+const CaptureSystemCalls& system_capture_calls() noexcept { return kSystemCalls; }
+
+const CaptureSystemCalls& capture_system_calls() noexcept {
+  const CaptureSystemCalls* installed = g_installed.load(std::memory_order_acquire);
+  return installed != nullptr ? *installed : kSystemCalls;
+}
+
+void install_capture_system_calls(const CaptureSystemCalls* calls) noexcept {
+  g_installed.store(calls, std::memory_order_release);
+}
+
+}  // namespace tovanel::uvc_stereo::win_detail

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "uvc_stereo/result.h"
+#include "win/windows_headers_win.h"
+
+namespace tovanel::uvc_stereo::win_detail {
+
+// PlatformError "<call> failed: hr=0x%08lX", the HRESULT shown as an unsigned 32-bit value,
+// formatted in the 128 bytes the capture listings allow their messages.
+[[nodiscard]] Status hresult_failure(const char* call, HRESULT hr);
+
+}  // namespace tovanel::uvc_stereo::win_detail

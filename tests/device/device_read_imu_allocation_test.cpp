@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "device/device_rig_support.h"
+#include "uvc_stereo/device.h"
+#include "uvc_stereo/simulated_rig.h"
+#include "vendor/vendor_backend.h"
+
+// Counts the allocations the current thread makes while counting is on, so a test can prove that a public
+// operation allocates nothing. Every other thread, and this one while counting is off, allocates as usual.
+namespace {
+
+thread_local bool t_counting = false;
+thread_local long t_allocations = 0;
+
+void* counted_allocation(std::size_t size) {
+  if (t_counting) {
+    ++t_allocations;
+  }
+  if (void* memory = std::malloc(size == 0 ? 1 : size)) {
+    return memory;
+  }
+  throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return counted_allocation(size); }
+void* operator new[](std::size_t size) { return counted_allocation(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace tovanel::uvc_stereo {
+namespace {
+
+using device_testing::DeviceRigTest;
+using device_testing::supported_camera;
+
+// The rig in use when a test began, which the uncounted read forwards to.
+const vendor::VendorBackend* g_rig_backend = nullptr;
+
+// The rig's own bookkeeping allocates; only what the SDK does around the library call is counted.
+bool uncounted_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
+                       std::uint8_t unit_id) {
+  const bool was_counting = t_counting;
+  t_counting = false;
+  const bool ok = g_rig_backend->xu_read(device, buffer, length, selector, unit_id);
+  t_counting = was_counting;
+  return ok;
+}
+
+// Counts this thread's allocations from construction until stop().
+class AllocationCount {
+ public:
+  AllocationCount() {
+    t_allocations = 0;
+    t_counting = true;
+  }
+  ~AllocationCount() { t_counting = false; }
+  AllocationCount(const AllocationCount&) = delete;
+  AllocationCount& operator=(const AllocationCount&) = delete;
+
+  long stop() {
+    t_counting = false;
+    return t_allocations;
+  }
+};
+
+class DeviceReadImuAllocations : public DeviceRigTest {
+ protected:
+  // Routes extension-unit reads through the uncounted wrapper until the test ends.
+  void uncount_rig_reads() {
+    g_rig_backend = &vendor::active_vendor_backend();
+    table_ = *g_rig_backend;
+    table_.xu_read = uncounted_xu_read;
+    vendor::install_vendor_backend(&table_);
+  }
+
+  void TearDown() override {
+    if (g_rig_backend != nullptr) {
+      vendor::install_vendor_backend(g_rig_backend);
+      g_rig_backend = nullptr;
+    }
+    DeviceRigTest::TearDown();
+  }
+
+  vendor::VendorBackend table_{};
+};
+
+TEST_F(DeviceReadImuAllocations, SuccessfulReadsThroughTheDeviceAllocateNothing) {
+  const DeviceInfo info = plug_and_scan(supported_camera(2, "SN-IMU-ALLOC"));
+  DEVICE_TESTING_OPEN(device, info, 0);
+  ASSERT_TRUE(device.open_imu().ok());
+  uncount_rig_reads();
+  ASSERT_TRUE(device.read_imu().ok());
+
+  int successes = 0;
+  AllocationCount count;
+  for (int i = 0; i < 100; ++i) {
+    const Result<ReadImuResult> sample = device.read_imu();
+    successes += sample.ok() ? 1 : 0;
+  }
+  const long allocations = count.stop();
+
+  EXPECT_EQ(successes, 100);
+  EXPECT_EQ(allocations, 0);
+  vendor::install_vendor_backend(g_rig_backend);
+  EXPECT_TRUE(device.close_imu().ok());
+}
+
+// Guards the guard: the counter does see an allocation made under Device::read_imu, here the text of a refusal
+// too long to live inside the string object.
+TEST_F(DeviceReadImuAllocations, TheCountSeesTheMessageOfARefusedRead) {
+  const DeviceInfo info = plug_and_scan(supported_camera(2, "SN-IMU-ALLOC-MOVED"));
+  DEVICE_TESTING_OPEN(device, info, 0);
+  const Device keeper = std::move(device);
+
+  AllocationCount count;
+  const Result<ReadImuResult> refused = device.read_imu();  // NOLINT(bugprone-use-after-move): the point of the test
+  const long allocations = count.stop();
+
+  ASSERT_FALSE(refused.ok());
+  EXPECT_EQ(refused.status().message(), "device is closed or moved-from");
+  EXPECT_GT(allocations, 0);
+}
+
+}  // namespace
+}  // namespace tovanel::uvc_stereo

@@ -1,0 +1,323 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/cpu_features.h"
+#include "flash/json_minifier_variants.h"
+#include "flash/json_random_documents.h"
+
+namespace tovanel::uvc_stereo {
+namespace {
+
+using detail::JsonMinifierVariant;
+using json_test::RandomJson;
+
+constexpr std::uint32_t kSeed = 20260611;
+
+std::string printable(std::string_view text) {
+  static constexpr char kHex[] = "0123456789abcdef";
+  std::string shown;
+  for (const char c : text.substr(0, 400)) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte < 0x7F && c != '\\') {
+      shown += c;
+    } else {
+      shown += "\\x";
+      shown += kHex[byte >> 4];
+      shown += kHex[byte & 0xF];
+    }
+  }
+  if (text.size() > 400) {
+    shown += "... (" + std::to_string(text.size()) + " bytes)";
+  }
+  return shown;
+}
+
+// The text in a buffer of exactly its size, so that a read past its end is a read past an allocation.
+class ExactCopy {
+ public:
+  explicit ExactCopy(std::string_view text) : bytes_(new char[text.empty() ? 1 : text.size()]), size_(text.size()) {
+    std::copy(text.begin(), text.end(), bytes_.get());
+  }
+  [[nodiscard]] std::string_view view() const { return std::string_view(bytes_.get(), size_); }
+
+ private:
+  std::unique_ptr<char[]> bytes_;
+  std::size_t size_;
+};
+
+class JsonMinifierVariantTest : public ::testing::TestWithParam<const JsonMinifierVariant*> {
+ protected:
+  void SetUp() override {
+    if (!variant().supported(detail::cpu_features())) {
+      GTEST_SKIP() << variant().name << " needs instructions this processor lacks";
+    }
+  }
+
+  [[nodiscard]] const JsonMinifierVariant& variant() const { return *GetParam(); }
+
+  // The variant's public form gives exactly what the scalar reference gives: verdict, code, message and bytes.
+  [[nodiscard]] ::testing::AssertionResult agrees(std::string_view text) const {
+    const ExactCopy copy(text);
+    const Result<std::string> expected = detail::minify_and_validate_json_scalar(copy.view());
+    const Result<std::string> actual = detail::minify_and_validate_json_with(variant(), copy.view());
+    if (actual.ok() != expected.ok() || actual.status().code() != expected.status().code() ||
+        actual.status().message() != expected.status().message()) {
+      return ::testing::AssertionFailure()
+             << "on \"" << printable(text) << "\": scalar says \""
+             << (expected.ok() ? "ok" : expected.status().message()) << "\", " << variant().name << " says \""
+             << (actual.ok() ? "ok" : actual.status().message()) << "\"";
+    }
+    if (expected.ok() && actual.value() != expected.value()) {
+      return ::testing::AssertionFailure()
+             << "output differs on \"" << printable(text) << "\": \"" << printable(actual.value()) << "\" instead of \""
+             << printable(expected.value()) << "\"";
+    }
+    return ::testing::AssertionSuccess();
+  }
+
+  // The fast path alone: it may only vouch for what the scalar scanner accepts, and then with the same bytes.
+  // Returns whether it vouched.
+  [[nodiscard]] ::testing::AssertionResult vouches(std::string_view text) const {
+    const ExactCopy copy(text);
+    std::string out;
+    const bool vouched = variant().fast_path(copy.view().data(), copy.view().size(), out);
+    if (!vouched) {
+      return ::testing::AssertionFailure() << variant().name << " did not vouch for \"" << printable(text) << "\"";
+    }
+    const Result<std::string> expected = detail::minify_and_validate_json_scalar(copy.view());
+    if (!expected.ok()) {
+      return ::testing::AssertionFailure() << variant().name << " vouched for \"" << printable(text)
+                                           << "\", which the scalar scanner refuses: " << expected.status().message();
+    }
+    if (out != expected.value()) {
+      return ::testing::AssertionFailure()
+             << variant().name << " wrote \"" << printable(out) << "\" for \"" << printable(text) << "\" instead of \""
+             << printable(expected.value()) << "\"";
+    }
+    return ::testing::AssertionSuccess();
+  }
+};
+
+// Documents of a few kilobytes: random values in a top-level array, so that tokens fall on every block boundary.
+std::string long_document(RandomJson& random, int values) {
+  std::string text = "[";
+  for (int i = 0; i < values; ++i) {
+    if (i > 0) {
+      text += random.below(2) == 0 ? "," : " ,\n  ";
+    }
+    text += random.document(5);
+  }
+  text += "]";
+  return text;
+}
+
+TEST_P(JsonMinifierVariantTest, VouchesForEveryGeneratedDocumentWithTheScalarOutput) {
+  RandomJson random(kSeed);
+  for (int i = 0; i < 5000; ++i) {
+    ASSERT_TRUE(vouches(random.document(6))) << "document " << i;
+  }
+  for (int i = 0; i < 300; ++i) {
+    ASSERT_TRUE(vouches(long_document(random, 1 + random.below(60)))) << "long document " << i;
+  }
+}
+
+TEST_P(JsonMinifierVariantTest, AgreesWithTheScalarScannerOnMutatedDocuments) {
+  RandomJson random(kSeed + 1);
+  int refused = 0;
+  for (int i = 0; i < 5000; ++i) {
+    const std::string document = i % 10 == 0 ? long_document(random, 1 + random.below(20)) : random.document(6);
+    for (int m = 0; m < 4; ++m) {
+      const std::string mutant = random.mutate(document);
+      ASSERT_TRUE(agrees(mutant)) << "document " << i << ", mutant " << m;
+      refused += detail::minify_and_validate_json_scalar(mutant).ok() ? 0 : 1;
+    }
+  }
+  EXPECT_GT(refused, 5000);
+}
+
+TEST_P(JsonMinifierVariantTest, NeverVouchesForATextTheScalarScannerRefuses) {
+  RandomJson random(kSeed + 2);
+  int checked = 0;
+  for (int i = 0; i < 5000; ++i) {
+    const std::string mutant = random.mutate(i % 10 == 0 ? long_document(random, 8) : random.document(6));
+    const ExactCopy copy(mutant);
+    if (detail::minify_and_validate_json_scalar(copy.view()).ok() || mutant.empty()) {
+      continue;
+    }
+    std::string out;
+    ASSERT_FALSE(variant().fast_path(copy.view().data(), copy.view().size(), out)) << printable(mutant);
+    ++checked;
+  }
+  EXPECT_GT(checked, 2500);
+}
+
+TEST_P(JsonMinifierVariantTest, AgreesOnEveryPrefixOfLongDocuments) {
+  RandomJson random(kSeed + 3);
+  for (int i = 0; i < 8; ++i) {
+    const std::string document = long_document(random, 12);
+    for (std::size_t length = 0; length <= document.size(); ++length) {
+      ASSERT_TRUE(agrees(std::string_view(document).substr(0, length)));
+    }
+  }
+}
+
+// Runs of one kind of byte, long enough to span several 16, 32 and 64-byte groups, starting at every offset of a
+// block, inside the places the grammar allows them and the places it does not.
+TEST_P(JsonMinifierVariantTest, AgreesOnLongRunsAtEveryOffsetOfABlock) {
+  const std::string runs[] = {std::string(150, ' '), std::string(150, '\n'), std::string(97, '7'),
+                              std::string(130, 'a'), std::string(70, '\t'),  "\r\n\t " + std::string(80, ' ')};
+  for (std::size_t offset = 0; offset < 64; ++offset) {
+    const std::string pad(offset, ' ');
+    for (const std::string& run : runs) {
+      const std::string cases[] = {
+          pad + "\"" + run + "\"",
+          pad + "[" + run + "1" + run + "," + run + "2" + run + "]",
+          pad + "{\"k" + run + "\":" + run + "\"" + run + "\"" + run + "}",
+          pad + "1" + run,
+          pad + "-" + run,
+          pad + "[1" + run.substr(0, 3) + "]" + run,
+          pad + "\"" + run,
+          pad + run,
+          pad + "12345678901234567890" + run + "x",
+      };
+      for (const std::string& text : cases) {
+        ASSERT_TRUE(agrees(text)) << "offset " << offset;
+      }
+    }
+    const std::string digits(130, '9');
+    for (const std::string& text :
+         {pad + digits, pad + "-" + digits + "." + digits + "e+" + digits, pad + "[" + digits + "," + digits + "]",
+          pad + "0" + digits, pad + digits + "." + "e5", pad + "\"" + digits + "\\" + "\"" + digits + "\""}) {
+      ASSERT_TRUE(agrees(text)) << "offset " << offset;
+    }
+  }
+}
+
+// Backslash runs of every length up to past two blocks, ending on every offset, before a quote, a letter or the
+// end: whether the quote closes the string depends on the run's parity across block boundaries.
+TEST_P(JsonMinifierVariantTest, AgreesOnBackslashRunsOfEveryLengthAcrossBlockBoundaries) {
+  for (std::size_t offset = 0; offset < 64; ++offset) {
+    const std::string pad(offset, 'x');
+    for (std::size_t run = 1; run <= 140; ++run) {
+      const std::string slashes(run, '\\');
+      for (const std::string& text :
+           {"\"" + pad + slashes + "\"", "\"" + pad + slashes + "\"\"", "[\"" + pad + slashes + "\",1]",
+            "\"" + pad + slashes + "n\"", "\"" + pad + slashes + "u00e9\"", "\"" + pad + slashes,
+            "{\"" + pad + slashes + "\":" + "\"" + slashes + "\"}", pad.substr(0, 1) + slashes}) {
+        ASSERT_TRUE(agrees(text)) << "offset " << offset << ", run " << run;
+      }
+    }
+  }
+}
+
+TEST_P(JsonMinifierVariantTest, AgreesOnEscapesAndSurrogatesAtEveryOffset) {
+  const std::string escapes[] = {"\\ud83d\\ude00", "\\uD83D\\uDE00",     "\\ud800", "\\udc00",       "\\ud800\\u0041",
+                                 "\\ud800\\\\",    "\\ud800\\ud800",     "\\u12",   "\\u12g4",       "\\x",
+                                 "\\\"",           "\\/\\b\\f\\n\\r\\t", "\\u0000", "\\ud83d\\ude0", "\\ud83d\\"};
+  for (std::size_t offset = 0; offset < 70; ++offset) {
+    const std::string pad(offset, 'y');
+    for (const std::string& escape : escapes) {
+      for (const std::string& text : {"\"" + pad + escape + "\"", "\"" + pad + escape, "[\"" + pad + escape + "\"]",
+                                      "{\"" + pad + escape + "\":0}"}) {
+        ASSERT_TRUE(agrees(text)) << "offset " << offset;
+      }
+    }
+  }
+}
+
+// Every byte value in and out of strings, including the control bytes that share a nibble with ',' and ':'.
+TEST_P(JsonMinifierVariantTest, AgreesOnEveryByteValueInsideAndOutsideStrings) {
+  for (int value = 0; value < 256; ++value) {
+    const char c = static_cast<char>(value);
+    for (std::size_t offset : {std::size_t{0}, std::size_t{13}, std::size_t{31}, std::size_t{62}, std::size_t{63}}) {
+      const std::string pad(offset, ' ');
+      for (const std::string& text :
+           {pad + "\"" + c + "\"", pad + "[" + c + "]", pad + "[1" + c + "2]", pad + "{\"a\"" + c + ":1}", pad + c,
+            pad + "[true" + c + "]", pad + "\"\\" + c + "\"", pad + "[1," + c + "]"}) {
+        ASSERT_TRUE(agrees(text)) << "byte " << value << ", offset " << offset;
+      }
+    }
+  }
+}
+
+// Beyond the depth the fast path tracks, the scalar scanner takes over with the same result.
+TEST_P(JsonMinifierVariantTest, AgreesOnNestingDeeperThanTheFastPathTracks) {
+  for (const std::size_t depth : {std::size_t{1023}, std::size_t{1024}, std::size_t{1025}, std::size_t{5000}}) {
+    const std::string arrays = std::string(depth, '[') + std::string(depth, ']');
+    std::string objects;
+    for (std::size_t i = 0; i < depth; ++i) objects += "{\"k\": ";
+    objects += "1";
+    objects += std::string(depth, '}');
+    for (const std::string& text : {arrays, objects, arrays.substr(0, arrays.size() - 1), objects + " x"}) {
+      ASSERT_TRUE(agrees(text)) << "depth " << depth;
+    }
+  }
+  EXPECT_TRUE(vouches(std::string(1000, '[') + std::string(1000, ']')));
+}
+
+TEST_P(JsonMinifierVariantTest, AgreesOnTheFuzzCorpus) {
+  const std::filesystem::path root = std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
+  int files = 0;
+  for (const char* folder : {"fuzz/corpus/json_minifier", "fuzz/regressions/json_minifier"}) {
+    const std::filesystem::path directory = root / folder;
+    if (!std::filesystem::is_directory(directory)) {
+      continue;
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+      std::ifstream file(entry.path(), std::ios::binary);
+      const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+      ASSERT_TRUE(agrees(text)) << entry.path();
+      ++files;
+    }
+  }
+  if (files == 0) {
+    GTEST_SKIP() << "no fuzz corpus beside the sources at " << root;
+  }
+}
+
+std::vector<const JsonMinifierVariant*> vectorised_variants() {
+  std::vector<const JsonMinifierVariant*> variants;
+  const detail::JsonMinifierVariantList list = detail::json_minifier_variants();
+  for (const JsonMinifierVariant* v = list.begin; v != list.end; ++v) {
+    if (v->fast_path != nullptr) {
+      variants.push_back(v);
+    }
+  }
+  return variants;
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryVariant, JsonMinifierVariantTest, ::testing::ValuesIn(vectorised_variants()),
+                         [](const ::testing::TestParamInfo<const JsonMinifierVariant*>& info) {
+                           return std::string(info.param->name);
+                         });
+
+// On a processor without any vector unit this suite has nothing to instantiate; that is fine.
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(JsonMinifierVariantTest);
+
+TEST(JsonMinifierVariantChoice, StartsWithTheScalarReferenceAndUsesTheLastSupportedVariant) {
+  const detail::JsonMinifierVariantList list = detail::json_minifier_variants();
+  ASSERT_NE(list.begin, list.end);
+  EXPECT_EQ(std::string(list.begin->name), "scalar");
+  EXPECT_EQ(list.begin->fast_path, nullptr);
+  const JsonMinifierVariant* expected = nullptr;
+  for (const JsonMinifierVariant* v = list.begin; v != list.end; ++v) {
+    if (v->supported(detail::cpu_features())) {
+      expected = v;
+    }
+  }
+  EXPECT_EQ(&detail::active_json_minifier_variant(), expected);
+}
+
+}  // namespace
+}  // namespace tovanel::uvc_stereo

@@ -1,0 +1,67 @@
+#include "uvc-stereo/file_io.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tool/tool_test_support.h"
+
+namespace tovanel::uvc_stereo::cli {
+namespace {
+
+using tool_testing::ScratchDirectory;
+using tool_testing::WorkingDirectory;
+
+// 2024-03-05 06:07:08 UTC.
+constexpr std::time_t kMoment = 1709618828;
+
+TEST(BackupFileName, NamesTheCameraAndTheUtcTime) {
+  EXPECT_EQ(backup_file_name("TVS2-00417", kMoment), "uvc-stereo-backup-TVS2-00417-20240305T060708Z.json");
+}
+
+TEST(BackupFileName, KeepsOnlyCharactersSafeInAnyFileName) {
+  EXPECT_EQ(backup_file_name("a/b\\c:d *e", kMoment), "uvc-stereo-backup-a_b_c_d__e-20240305T060708Z.json");
+  EXPECT_EQ(backup_file_name("", kMoment), "uvc-stereo-backup-camera-20240305T060708Z.json");
+}
+
+TEST(UnusedBackupFileName, NeverReusesTheNameOfAnEarlierBackup) {
+  const ScratchDirectory scratch;
+  const WorkingDirectory inside(scratch.path());
+  const std::string first = unused_backup_file_name("SN1", kMoment);
+  EXPECT_EQ(first, "uvc-stereo-backup-SN1-20240305T060708Z.json");
+  scratch.write(first, "{}");
+  const std::string second = unused_backup_file_name("SN1", kMoment);
+  EXPECT_EQ(second, "uvc-stereo-backup-SN1-20240305T060708Z-2.json");
+  scratch.write(second, "{}");
+  EXPECT_EQ(unused_backup_file_name("SN1", kMoment), "uvc-stereo-backup-SN1-20240305T060708Z-3.json");
+}
+
+TEST(FileIo, WritesAndReadsBackBytesUnchanged) {
+  const ScratchDirectory scratch;
+  const std::string bytes("a\r\nb\0c\xff", 7);
+  std::string error;
+  ASSERT_TRUE(write_file(scratch.file("f.bin"), bytes, error)) << error;
+  std::string read;
+  ASSERT_TRUE(read_file(scratch.file("f.bin"), read, error)) << error;
+  EXPECT_EQ(read, bytes);
+  EXPECT_TRUE(file_exists(scratch.file("f.bin")));
+  EXPECT_FALSE(file_exists(scratch.file("g.bin")));
+}
+
+TEST(FileIo, SaysWhyAFileCannotBeRead) {
+  const ScratchDirectory scratch;
+  std::string content;
+  std::string error;
+  EXPECT_FALSE(read_file(scratch.file("missing.json"), content, error));
+  EXPECT_EQ(error.rfind("cannot read '" + scratch.file("missing.json") + "': ", 0), 0u) << error;
+}
+
+TEST(FileIo, SaysWhyAFileCannotBeWritten) {
+  const ScratchDirectory scratch;
+  std::string error;
+  EXPECT_FALSE(write_file(scratch.file("no/such/dir/f.json"), "{}", error));
+  EXPECT_EQ(error.rfind("cannot write '", 0), 0u) << error;
+}
+
+}  // namespace
+}  // namespace tovanel::uvc_stereo::cli

@@ -1,0 +1,208 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tool/json_value.h"
+#include "tool/svg_check.h"
+#include "tool/tool_test_support.h"
+#include "uvc_stereo/models.h"
+
+namespace tovanel::uvc_stereo::tool_testing {
+namespace {
+
+const std::string kCsvHeader =
+    "sample,counter,raw_counter,missed,time_s,latency_ms,temperature_c,accel_x_g,accel_y_g,accel_z_g,gyro_x_dps,"
+    "gyro_y_dps,gyro_z_dps";
+
+std::vector<std::string> fields_of(const std::string& line) {
+  std::vector<std::string> fields;
+  std::istringstream stream(line);
+  for (std::string field; std::getline(stream, field, ',');) {
+    fields.push_back(field);
+  }
+  return fields;
+}
+
+class ImuCommand : public ScenarioTest {};
+
+TEST_F(ImuCommand, CsvHasAHeaderAndOneLinePerSample) {
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "5", "--csv", "--rate", "0"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> lines = lines_of(run.out);
+  ASSERT_EQ(lines.size(), 6u) << run.out;
+  EXPECT_EQ(lines[0], kCsvHeader);
+  for (std::size_t i = 1; i < lines.size(); ++i) {
+    const std::vector<std::string> fields = fields_of(lines[i]);
+    ASSERT_EQ(fields.size(), 13u) << lines[i];
+    EXPECT_EQ(fields[0], std::to_string(i - 1));
+    EXPECT_EQ(fields[1], std::to_string(4096 + i - 1));  // the scenario camera's counter starts at 4096
+    EXPECT_EQ(fields[3], "0");
+    EXPECT_NEAR(std::stod(fields[6]), 34.25, 0.1);  // at rest at 34.25 degrees Celsius
+    EXPECT_NEAR(std::stod(fields[9]), 1.0, 0.01);   // gravity on z
+    EXPECT_NEAR(std::stod(fields[11]), 0.0, 0.5);   // no rotation
+  }
+  EXPECT_NE(run.err.find("read 5 samples in "), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("missed 0, repeated 0"), std::string::npos) << run.err;
+}
+
+TEST_F(ImuCommand, JsonLinesAreOneObjectPerSample) {
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "4", "--json", "--rate", "0"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> lines = lines_of(run.out);
+  ASSERT_EQ(lines.size(), 4u) << run.out;
+  double previous_time = -1.0;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const JsonValue sample = JsonValue::parse(lines[i]);
+    EXPECT_EQ(sample["sample"].number(), static_cast<double>(i));
+    EXPECT_EQ(sample["counter"].number(), 4096.0 + static_cast<double>(i));
+    EXPECT_EQ(sample["raw_counter"].number(), 4096.0 + static_cast<double>(i));
+    EXPECT_EQ(sample["missed"].number(), 0);
+    EXPECT_FALSE(sample["repeated"].boolean());
+    EXPECT_GT(sample["time_s"].number(), previous_time);
+    previous_time = sample["time_s"].number();
+    EXPECT_GE(sample["latency_ms"].number(), 0.0);
+    EXPECT_NEAR(sample["temperature_c"].number(), 34.25, 0.1);
+    ASSERT_EQ(sample["accel_g"].array().size(), 3u);
+    ASSERT_EQ(sample["gyro_dps"].array().size(), 3u);
+    EXPECT_NEAR(sample["accel_g"][2].number(), 1.0, 0.01);
+  }
+  EXPECT_EQ(JsonValue::parse(lines[0])["time_s"].number(), 0.0);
+}
+
+TEST_F(ImuCommand, TheCounterIsUnwrappedPastItsTwentyBitWrap) {
+  const ToolRun run = run_tool({"imu", "--index", "1", "--count", "150", "--csv", "--rate", "0"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> lines = lines_of(run.out);
+  ASSERT_EQ(lines.size(), 151u);
+  // The scenario's swaying camera starts 100 samples before the wrap.
+  EXPECT_EQ(fields_of(lines[100])[2], "1048575");
+  EXPECT_EQ(fields_of(lines[100])[1], "1048575");
+  EXPECT_EQ(fields_of(lines[101])[2], "0");
+  EXPECT_EQ(fields_of(lines[101])[1], "1048576");
+  EXPECT_EQ(fields_of(lines[150])[1], std::to_string(1048576 + 49));
+  EXPECT_NE(run.err.find("missed 0"), std::string::npos) << run.err;
+}
+
+TEST_F(ImuCommand, TheSwayingCameraShowsItsMotion) {
+  const ToolRun run = run_tool({"imu", "--index", "1", "--count", "60", "--csv", "--rate", "0"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> lines = lines_of(run.out);
+  ASSERT_EQ(lines.size(), 61u);
+  // Swinging about y: a large y rate at first, and x acceleration building up as it tilts.
+  EXPECT_GT(std::stod(fields_of(lines[1])[11]), 50.0);
+  EXPECT_GT(std::stod(fields_of(lines[60])[7]), 0.1);
+}
+
+TEST_F(ImuCommand, ALiveLineIsDrawnOnATerminalOnly) {
+  const ToolRun terminal = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0"}, "", true);
+  ASSERT_EQ(terminal.status, 0) << terminal.err;
+  EXPECT_NE(terminal.err.find("\r3 samples  "), std::string::npos) << terminal.err;
+  EXPECT_NE(terminal.err.find(" Hz  missed 0  latency "), std::string::npos) << terminal.err;
+  const ToolRun piped = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0"});
+  ASSERT_EQ(piped.status, 0) << piped.err;
+  EXPECT_EQ(piped.err.find('\r'), std::string::npos) << piped.err;
+  EXPECT_EQ(lines_of(piped.err).size(), 1u) << piped.err;
+  EXPECT_EQ(piped.out, "");
+}
+
+TEST_F(ImuCommand, WritesAWellFormedSvgPlot) {
+  const ScratchDirectory scratch;
+  const std::string plot = scratch.file("imu.svg");
+  const ToolRun run = run_tool({"imu", "--index", "1", "--count", "40", "--rate", "0", "--plot", plot});
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_NE(run.err.find("plot written to " + plot + "\n"), std::string::npos) << run.err;
+  const std::string svg = scratch.read(plot);
+  EXPECT_EQ(svg_problem(svg), "");
+  EXPECT_EQ(count_of(svg, "<polyline"), 6u);
+  EXPECT_NE(svg.find("IMU of camera 1 (0c45:6366, serial TVS1-01288): 40 samples"), std::string::npos);
+}
+
+TEST_F(ImuCommand, AnUnwritablePlotIsAFileErrorAfterTheStream) {
+  const ScratchDirectory scratch;
+  const ToolRun run =
+      run_tool({"imu", "--index", "0", "--count", "2", "--rate", "0", "--csv", "--plot", scratch.file("no/dir/p.svg")});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(lines_of(run.out).size(), 3u);
+}
+
+TEST_F(ImuCommand, DurationEndsAPacedStream) {
+  const ToolRun run = run_tool({"imu", "--index", "0", "--duration", "0.05", "--rate", "200", "--csv"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::size_t samples = lines_of(run.out).size() - 1;
+  // Reads are 5 ms apart, so 50 ms hold at most 11 of them; at least one is always read.
+  EXPECT_GE(samples, 1u);
+  EXPECT_LE(samples, 11u);
+}
+
+TEST_F(ImuCommand, AFailingReadIsReportedAfterTheSamplesBeforeIt) {
+  rig_.add_fault(sim::VendorFault{"SonixCam_XuRead", 4, 1, 0, false});  // the capability probe is the first XU read
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "10", "--csv", "--rate", "0"});
+  EXPECT_EQ(run.status, 12);
+  EXPECT_EQ(lines_of(run.out).size(), 3u) << run.out;
+  const std::vector<std::string> err = lines_of(run.err);
+  ASSERT_EQ(err.size(), 2u) << run.err;
+  EXPECT_EQ(err[0].rfind("read 2 samples in ", 0), 0u) << run.err;
+  EXPECT_EQ(err[1].rfind("uvc-stereo: PlatformError: SonixCam_XuRead failed: ", 0), 0u) << run.err;
+}
+
+TEST_F(ImuCommand, TheCamerasOwnReadFailureIsReadFailed) {
+  rig_.queue_imu_status(kReportingCamera, 0xF2);
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0"});
+  EXPECT_EQ(run.status, 14);
+  EXPECT_NE(run.err.find("uvc-stereo: ReadFailed: IMU device reported read failure (reading the IMU of camera 0"),
+            std::string::npos)
+      << run.err;
+}
+
+TEST_F(ImuCommand, FirmwareThatDisablesTheImuIsNotSupported) {
+  rig_.set_firmware_version(kLegacyCamera, "V1.3.0-260416");
+  const ToolRun run = run_tool({"imu", "--index", "1", "--count", "3"});
+  EXPECT_EQ(run.status, 24);
+  EXPECT_EQ(run.err,
+            "uvc-stereo: NotSupported: IMU is not supported on this device (opening the IMU of camera 1 (0c45:6366, "
+            "serial TVS1-01288))\n");
+  EXPECT_EQ(calls_named("SonixCam_XuRead"), 1u) << "only the capability probe may read the extension unit";
+}
+
+TEST_F(ImuCommand, MalformedOptionsAreUsageErrors) {
+  for (const std::vector<std::string>& args : {std::vector<std::string>{"imu", "--index", "0", "--count", "0"},
+                                               std::vector<std::string>{"imu", "--index", "0", "--count", "many"},
+                                               std::vector<std::string>{"imu", "--index", "0", "--csv", "--json"},
+                                               std::vector<std::string>{"imu", "--index", "0", "--rate", "-1"},
+                                               std::vector<std::string>{"imu", "--index", "0", "--rate", "200000"},
+                                               std::vector<std::string>{"imu", "--index", "0", "--duration", "0"}}) {
+    EXPECT_EQ(run_tool(args).status, 2) << ::testing::PrintToString(args);
+  }
+  EXPECT_TRUE(rig_.calls().empty());
+}
+
+// A camera whose counter advances by three per read: two samples missed before each one.
+TEST(ImuCommandMissedSamples, GapsInTheCounterAreCountedAsMissed) {
+  sim::SimulatedRig rig;
+  sim::SimulatedCamera camera;
+  camera.vendor_id = supported_camera_models().at(2).vendor_id;
+  camera.product_id = supported_camera_models().at(2).product_id;
+  camera.device_path = "\\\\?\\usb#vid_0c45&pid_6368&mi_00#7&9&0&0000#{e5323777-f976-4f5b-9b55-b94699c46e44}\\global";
+  camera.serial_number = "GAPPY";
+  camera.imu.first_counter = (1u << 20) - 4;
+  camera.imu.counter_step = 3;
+  rig.add_camera(camera);
+  const ToolRun run = run_tool({"imu", "--count", "5", "--csv", "--rate", "0"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> lines = lines_of(run.out);
+  ASSERT_EQ(lines.size(), 6u);
+  EXPECT_EQ(fields_of(lines[1])[3], "0");
+  for (std::size_t i = 2; i < lines.size(); ++i) {
+    EXPECT_EQ(fields_of(lines[i])[3], "2") << lines[i];
+    EXPECT_EQ(fields_of(lines[i])[1], std::to_string((1u << 20) - 4 + 3 * (i - 1))) << lines[i];
+  }
+  EXPECT_NE(run.err.find("missed 8, repeated 0"), std::string::npos) << run.err;
+  EXPECT_EQ(rig.open_sessions(), 0);
+}
+
+}  // namespace
+}  // namespace tovanel::uvc_stereo::tool_testing

@@ -1,0 +1,78 @@
+#include "uvc-stereo/json_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "uvc_stereo/json.h"
+
+namespace tovanel::uvc_stereo::cli {
+namespace {
+
+TEST(PrettyPrintJson, IndentsObjectsAndArraysByTwoSpaces) {
+  EXPECT_EQ(pretty_print_json(R"({"a":[1,2],"b":{"c":"x"}})"),
+            "{\n  \"a\": [\n    1,\n    2\n  ],\n  \"b\": {\n    \"c\": \"x\"\n  }\n}");
+}
+
+TEST(PrettyPrintJson, KeepsEmptyContainersOnOneLine) {
+  EXPECT_EQ(pretty_print_json(R"({"a":{},"b":[]})"), "{\n  \"a\": {},\n  \"b\": []\n}");
+}
+
+TEST(PrettyPrintJson, LeavesStringsAlone) {
+  EXPECT_EQ(pretty_print_json(R"(["{,:}\"[",1])"), "[\n  \"{,:}\\\"[\",\n  1\n]");
+}
+
+TEST(PrettyPrintJson, MinifiesBackToTheSameText) {
+  const std::string minified = R"({"name":"rig","k":[[1,2],[3,{"z":null}]],"t":true,"e":"a\\b"})";
+  const Result<std::string> again = minify_and_validate_json(pretty_print_json(minified));
+  ASSERT_TRUE(again.ok()) << again.status().message();
+  EXPECT_EQ(again.value(), minified);
+}
+
+TEST(FlattenJson, GivesEveryLeafWithItsPointer) {
+  const std::vector<JsonLeaf> leaves = flatten_json(R"({"a":{"b":1,"c":[true,"x"]},"d/e~":null})");
+  ASSERT_EQ(leaves.size(), 4u);
+  EXPECT_EQ(leaves[0].path, "/a/b");
+  EXPECT_EQ(leaves[0].value, "1");
+  EXPECT_EQ(leaves[1].path, "/a/c/0");
+  EXPECT_EQ(leaves[1].value, "true");
+  EXPECT_EQ(leaves[2].path, "/a/c/1");
+  EXPECT_EQ(leaves[2].value, "\"x\"");
+  EXPECT_EQ(leaves[3].path, "/d~1e~0");
+  EXPECT_EQ(leaves[3].value, "null");
+}
+
+TEST(FlattenJson, StopsQuietlyOnTruncatedText) {
+  const std::vector<JsonLeaf> leaves = flatten_json(R"({"a":[1,)");
+  ASSERT_EQ(leaves.size(), 1u);
+  EXPECT_EQ(leaves[0].path, "/a/0");
+}
+
+TEST(PositionOfOffset, CountsLinesAndColumnsFromOne) {
+  const std::string text = "{\n  \"a\": [1,\n  2,]\n}";
+  const TextPosition start = position_of_offset(text, 0);
+  EXPECT_EQ(start.line, 1u);
+  EXPECT_EQ(start.column, 1u);
+  const TextPosition bracket = position_of_offset(text, text.find(']'));
+  EXPECT_EQ(bracket.line, 3u);
+  EXPECT_EQ(bracket.column, 5u);
+}
+
+TEST(PositionOfOffset, AnOffsetAtTheEndPointsJustPastTheText) {
+  const TextPosition end = position_of_offset("ab\ncd", 5);
+  EXPECT_EQ(end.line, 2u);
+  EXPECT_EQ(end.column, 3u);
+}
+
+TEST(OffsetInMessage, ReadsTheOffsetOfAJsonFailure) {
+  std::size_t offset = 0;
+  ASSERT_TRUE(offset_in_message("invalid JSON value at offset 17", offset));
+  EXPECT_EQ(offset, 17u);
+  ASSERT_TRUE(offset_in_message("unexpected trailing characters at offset 2", offset));
+  EXPECT_EQ(offset, 2u);
+  EXPECT_FALSE(offset_in_message("json text is empty", offset));
+  EXPECT_FALSE(offset_in_message("at offset x", offset));
+}
+
+}  // namespace
+}  // namespace tovanel::uvc_stereo::cli

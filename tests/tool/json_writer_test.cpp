@@ -1,0 +1,65 @@
+#include "uvc-stereo/json_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "tool/json_value.h"
+
+namespace tovanel::uvc_stereo::cli {
+namespace {
+
+using tool_testing::JsonValue;
+
+TEST(JsonWriter, PlacesCommasBetweenMembersAndElements) {
+  JsonWriter json;
+  json.begin_object();
+  json.key("a").number(1);
+  json.key("b").begin_array().number(2).string("x").boolean(false).null().end_array();
+  json.key("c").begin_object().end_object();
+  json.end_object();
+  EXPECT_EQ(json.text(), R"({"a":1,"b":[2,"x",false,null],"c":{}})");
+}
+
+TEST(JsonWriter, EscapesEverythingThatWouldBreakAString) {
+  EXPECT_EQ(json_quote("a\"b\\c\nd\te\rf"), R"("a\"b\\c\nd\te\rf")");
+  EXPECT_EQ(json_quote(std::string("\x01\x1f\x7f", 3)), R"("\u0001\u001f\u007f")");
+}
+
+TEST(JsonWriter, AWindowsDevicePathSurvivesTheRoundTrip) {
+  const std::string path = "\\\\?\\usb#vid_0c45&pid_6366#7&2f&0&0000#{e5323777}\\global";
+  JsonWriter json;
+  json.begin_object().key("path").string(path).end_object();
+  EXPECT_EQ(JsonValue::parse(json.text())["path"].string(), path);
+}
+
+TEST(JsonWriter, BytesAboveAsciiPassThrough) { EXPECT_EQ(json_quote("caf\xc3\xa9"), "\"caf\xc3\xa9\""); }
+
+TEST(JsonWriter, NumbersUseTheShortestFormUpToTheirPrecision) {
+  JsonWriter json;
+  json.begin_array().number(16.4).number(2048.0).number(-0.1).number(1.0 / 3.0, 4).end_array();
+  EXPECT_EQ(json.text(), "[16.4,2048,-0.1,0.3333]");
+}
+
+TEST(JsonWriter, NumbersWithoutAJsonFormBecomeNull) {
+  JsonWriter json;
+  json.begin_array()
+      .number(std::numeric_limits<double>::quiet_NaN())
+      .number(std::numeric_limits<double>::infinity())
+      .end_array();
+  EXPECT_EQ(json.text(), "[null,null]");
+}
+
+TEST(JsonWriter, WritesTheFullRangeOfIntegers) {
+  JsonWriter json;
+  json.begin_array()
+      .number(std::numeric_limits<std::uint64_t>::max())
+      .number(std::numeric_limits<std::int64_t>::min())
+      .end_array();
+  EXPECT_EQ(json.text(), "[18446744073709551615,-9223372036854775808]");
+}
+
+}  // namespace
+}  // namespace tovanel::uvc_stereo::cli

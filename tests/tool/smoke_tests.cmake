@@ -1,0 +1,41 @@
+# The installed program as a user runs it: the real executable against the simulated cameras.
+add_test(NAME uvc_stereo_smoke_scan COMMAND uvc-stereo --simulate scan)
+set_tests_properties(uvc_stereo_smoke_scan PROPERTIES
+  PASS_REGULAR_EXPRESSION "0      0c45:6368  TVS2-00417 .*\n1      0c45:6366  TVS1-01288 ")
+
+add_test(NAME uvc_stereo_smoke_config_get COMMAND uvc-stereo --simulate config get --serial TVS1-01288)
+set_tests_properties(uvc_stereo_smoke_config_get PROPERTIES
+  PASS_REGULAR_EXPRESSION "\\{\"name\":\"bench camera B\",\"baseline_mm\":50.0,")
+
+add_test(NAME uvc_stereo_smoke_imu COMMAND uvc-stereo --simulate imu --index 1 --count 20 --rate 0 --json)
+set_tests_properties(uvc_stereo_smoke_imu PROPERTIES
+  PASS_REGULAR_EXPRESSION "\"sample\":19,\"counter\":1048495,")
+
+# Exit statuses need more than a pattern: a small script checks the status and the message.
+set(check_exit ${CMAKE_CURRENT_SOURCE_DIR}/tool/expect_exit.cmake)
+# The script starts the program itself, so a cross build's emulator (Wine) is named here.
+set(tool_command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:uvc-stereo>)
+add_test(NAME uvc_stereo_smoke_exit_device_unavailable
+  COMMAND ${CMAKE_COMMAND} -DEXPECTED=13 "-DPATTERN=DeviceUnavailable: no camera at index 9"
+          -P ${check_exit} ${tool_command} --simulate info --index 9)
+add_test(NAME uvc_stereo_smoke_exit_usage
+  COMMAND ${CMAKE_COMMAND} -DEXPECTED=2 "-DPATTERN=UsageError: unknown command 'flash'"
+          -P ${check_exit} ${tool_command} flash)
+if(NOT WIN32)
+  add_test(NAME uvc_stereo_smoke_exit_vendor_library_missing
+    COMMAND ${CMAKE_COMMAND} -DEXPECTED=4 "-DPATTERN=VendorLibraryMissing: .*add --simulate"
+            -P ${check_exit} ${tool_command} scan)
+endif()
+
+# The examples run end to end against their simulated camera.
+if(TARGET example_scan_and_print)
+  add_test(NAME example_scan_and_print COMMAND example_scan_and_print --simulate)
+  set_tests_properties(example_scan_and_print PROPERTIES
+    PASS_REGULAR_EXPRESSION "1 camera\\(s\\)\n[0-9a-f][0-9a-f][0-9a-f][0-9a-f]:[0-9a-f][0-9a-f][0-9a-f][0-9a-f]  serial EXAMPLE-0001 .*\n.*CAP_MSMF index 0")
+  add_test(NAME example_configuration COMMAND example_configuration --simulate)
+  set_tests_properties(example_configuration PROPERTIES
+    PASS_REGULAR_EXPRESSION "no configuration stored yet\nwritten: \\{\"baseline_mm\":60.0,\"rectify\":true,")
+  add_test(NAME example_stream_imu COMMAND example_stream_imu --simulate)
+  set_tests_properties(example_stream_imu PROPERTIES
+    PASS_REGULAR_EXPRESSION "counter      19 ")
+endif()

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <ostream>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tovanel::uvc_stereo::cli {
+
+// One option of a command: a flag, or an option that takes a value ("--count N").
+struct OptionSyntax {
+  std::string name;        ///< without the leading dashes
+  std::string value_name;  ///< empty for a flag
+  std::string help;
+};
+
+// What a command accepts, and the text of its --help.
+struct CommandSyntax {
+  std::string name;      ///< "scan", "config set", ...
+  std::string synopsis;  ///< the arguments after the command name, e.g. "[options] FILE|-"
+  std::string summary;   ///< one sentence
+  std::vector<OptionSyntax> options;
+  std::size_t min_positionals = 0;
+  std::size_t max_positionals = 0;
+  std::string details;  ///< paragraphs printed after the options
+};
+
+// A command line checked against its CommandSyntax.
+class ParsedArguments {
+ public:
+  [[nodiscard]] bool has(std::string_view name) const { return present_.count(std::string(name)) != 0; }
+  [[nodiscard]] std::optional<std::string> value(std::string_view name) const;
+  [[nodiscard]] const std::vector<std::string>& positionals() const noexcept { return positionals_; }
+
+ private:
+  friend struct ArgumentParser;
+  std::set<std::string> present_;
+  std::map<std::string, std::string> values_;
+  std::vector<std::string> positionals_;
+};
+
+struct ParseOutcome {
+  std::optional<ParsedArguments> arguments;  ///< engaged on success
+  std::string error;                         ///< why the command line was refused
+};
+
+// Every command also accepts --help and --simulate; "--name=value" and "--name value" are
+// the same; "--" ends the options; a lone "-" is a positional (standard input).
+[[nodiscard]] ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std::string>& args);
+
+// The command's --help text.
+void print_command_help(const CommandSyntax& syntax, std::ostream& out);
+
+// The help line of --simulate, shared by every command.
+[[nodiscard]] std::string_view simulate_option_help();
+
+// Strict number parsing for option values: the whole text must be the number.
+[[nodiscard]] std::optional<std::uint64_t> parse_unsigned(std::string_view text, std::uint64_t max);
+// A USB id in hexadecimal, with or without "0x" ("0c45", "0x0C45").
+[[nodiscard]] std::optional<std::uint16_t> parse_usb_id(std::string_view text);
+// A finite, non-negative decimal number ("2", "0.5").
+[[nodiscard]] std::optional<double> parse_non_negative(std::string_view text);
+
+}  // namespace tovanel::uvc_stereo::cli

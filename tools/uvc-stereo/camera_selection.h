@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "uvc-stereo/arguments.h"
+#include "uvc-stereo/console.h"
+#include "uvc_stereo/device.h"
+#include "uvc_stereo/records.h"
+
+namespace tovanel::uvc_stereo::cli {
+
+// --vid, --pid and --require-serial: what narrows a scan.
+[[nodiscard]] std::vector<OptionSyntax> scan_filter_options();
+// The filter options plus --serial, --path and --index: how a command picks one camera.
+[[nodiscard]] std::vector<OptionSyntax> camera_selection_options();
+[[nodiscard]] std::string camera_selection_help();
+
+// The scan filter the options ask for, or the reason they are malformed.
+struct FilterOutcome {
+  std::optional<DeviceScanFilter> filter;
+  std::string error;
+};
+[[nodiscard]] FilterOutcome scan_filter_from(const ParsedArguments& arguments);
+
+// One camera chosen from a scan.
+struct SelectedCamera {
+  DeviceInfo info;
+  std::size_t index = 0;  ///< its place in the scan (with the same filters)
+  std::size_t count = 0;  ///< how many cameras the scan found
+};
+
+// The chosen camera, or the exit status of the failure already reported.
+struct Selection {
+  std::optional<SelectedCamera> camera;
+  int exit_status = 0;
+};
+
+// Scans with the filter options and picks the camera that --serial, --path or --index
+// names; with none of them, the only camera there is. Serial numbers and paths compare
+// without regard to ASCII letter case, as the SDK compares them.
+[[nodiscard]] Selection select_camera(const std::string& command, const ParsedArguments& arguments, Console& console);
+
+// The opened camera, or the exit status of the failure already reported.
+struct OpenedCamera {
+  std::optional<Device> device;
+  int exit_status = 0;
+};
+[[nodiscard]] OpenedCamera open_camera(const SelectedCamera& camera, std::uint32_t required_capabilities,
+                                       Console& console);
+
+// "camera 0 (0c45:6368, serial TVS2-00417)".
+[[nodiscard]] std::string describe_camera(const SelectedCamera& camera);
+// The serial number, or "index<N>" for a camera without one: names backup files.
+[[nodiscard]] std::string camera_label(const SelectedCamera& camera);
+// `text` as one word for a shell: as it is when it is plain, else in single quotes.
+[[nodiscard]] std::string quoted_for_shell(const std::string& text);
+// The options that select this camera again in a later run, e.g. "--serial TVS2-00417".
+[[nodiscard]] std::string reselect_options(const SelectedCamera& camera);
+
+// "0c45:6368".
+[[nodiscard]] std::string vid_pid_text(std::uint16_t vendor_id, std::uint16_t product_id);
+// "0c456368", the form the SDK matches devices by.
+[[nodiscard]] std::string vidpid_key(std::uint16_t vendor_id, std::uint16_t product_id);
+
+}  // namespace tovanel::uvc_stereo::cli

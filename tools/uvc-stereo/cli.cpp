@@ -1,0 +1,114 @@
+#include <string>
+#include <vector>
+
+#include "uvc-stereo/arguments.h"
+#include "uvc-stereo/commands.h"
+#include "uvc-stereo/exit_status.h"
+
+namespace tovanel::uvc_stereo::cli {
+namespace {
+
+constexpr const char* kVersion = "0.1.0";
+
+void print_overview(std::ostream& out) {
+  out << "Usage: uvc-stereo [--simulate] COMMAND [options]\n"
+         "\n"
+         "Works with Tovanel USB stereo cameras: lists them, shows what each can do, reads and writes the\n"
+         "JSON configuration kept in its flash, and streams its IMU.\n"
+         "\n"
+         "Commands:\n"
+         "  scan          list the attached cameras and their capture-backend indices\n"
+         "  info          show one camera's capabilities, flash user space, IMU and transports\n"
+         "  config get    print the camera's JSON configuration\n"
+         "  config set    validate, back up, write and verify a new JSON configuration\n"
+         "  imu           stream IMU samples (CSV or JSON lines), with a live line and an SVG plot\n"
+         "\n"
+         "Options for every command:\n"
+         "  --simulate    run against the built-in simulated cameras (two cameras, one with a capability\n"
+         "                report and one without); no camera or vendor library is needed. Each run starts\n"
+         "                the simulation afresh: nothing written in one run is seen by the next\n"
+         "  --help        show the command's options\n"
+         "  --version     print the tool's version\n"
+         "\n"
+      << exit_status_help()
+      << "\n"
+         "Run 'uvc-stereo COMMAND --help' for a command's options.\n";
+}
+
+// "config" alone, or followed by an option or an unknown word.
+int run_config_overview(const std::vector<std::string>& args, Console& console) {
+  for (const std::string& arg : args) {
+    if (arg == "--help" || arg == "-h") {
+      console.out << "Usage: uvc-stereo config get [options]\n"
+                     "       uvc-stereo config set [options] FILE|-\n"
+                     "\n"
+                     "Run 'uvc-stereo config get --help' or 'uvc-stereo config set --help' for their options.\n";
+      return kExitOk;
+    }
+  }
+  return report_usage_error("config", "'config' needs 'get' or 'set'", console);
+}
+
+}  // namespace
+
+int run_cli(const std::vector<std::string>& args, Console& console) {
+  // --simulate may come before the command; it is handed on to the command, which owns it.
+  std::vector<std::string> global;
+  std::size_t position = 0;
+  for (; position < args.size() && args[position].rfind('-', 0) == 0; ++position) {
+    global.push_back(args[position]);
+  }
+  bool simulate = false;
+  for (const std::string& option : global) {
+    if (option == "--help" || option == "-h") {
+      print_overview(console.out);
+      return kExitOk;
+    }
+    if (option == "--version") {
+      console.out << "uvc-stereo " << kVersion << "\n";
+      return kExitOk;
+    }
+    if (option != "--simulate") {
+      return report_usage_error("", "unknown option '" + option + "' before the command", console);
+    }
+    simulate = true;
+  }
+  if (position == args.size()) {
+    print_overview(console.err);
+    return kExitUsage;
+  }
+  std::string command = args[position++];
+  // "config" takes its subcommand word first.
+  if (command == "config" && position < args.size() && args[position].rfind('-', 0) != 0) {
+    command += " " + args[position++];
+  }
+  std::vector<std::string> rest(args.begin() + static_cast<std::ptrdiff_t>(position), args.end());
+  if (simulate) {
+    rest.insert(rest.begin(), "--simulate");
+  }
+  if (command == "help") {
+    print_overview(console.out);
+    return kExitOk;
+  }
+  if (command == "scan") {
+    return run_scan(rest, console);
+  }
+  if (command == "info") {
+    return run_info(rest, console);
+  }
+  if (command == "config get") {
+    return run_config_get(rest, console);
+  }
+  if (command == "config set") {
+    return run_config_set(rest, console);
+  }
+  if (command == "config") {
+    return run_config_overview(rest, console);
+  }
+  if (command == "imu") {
+    return run_imu(rest, console);
+  }
+  return report_usage_error("", "unknown command '" + command + "'", console);
+}
+
+}  // namespace tovanel::uvc_stereo::cli

@@ -1,0 +1,159 @@
+#include <ctime>
+#include <iterator>
+#include <optional>
+#include <string>
+
+#include "uvc-stereo/camera_selection.h"
+#include "uvc-stereo/command.h"
+#include "uvc-stereo/commands.h"
+#include "uvc-stereo/exit_status.h"
+#include "uvc-stereo/file_io.h"
+#include "uvc-stereo/json_diff.h"
+#include "uvc-stereo/json_text.h"
+#include "uvc_stereo/json.h"
+
+namespace tovanel::uvc_stereo::cli {
+namespace {
+
+CommandSyntax config_set_syntax() {
+  CommandSyntax syntax;
+  syntax.name = "config set";
+  syntax.synopsis = "[options] FILE|-";
+  syntax.summary =
+      "Validates the JSON in FILE (or standard input for -), saves the configuration it replaces to a\n"
+      "backup file, then writes it to the camera's flash and verifies it. Invalid JSON is refused with\n"
+      "its exact position before the camera is touched.";
+  syntax.options = camera_selection_options();
+  syntax.options.push_back({"backup", "FILE",
+                          "save the replaced configuration to FILE (default:\n"
+                          "uvc-stereo-backup-<serial>-<UTC time>.json in the current directory)"});
+  syntax.options.push_back({"no-backup", "", "do not save the replaced configuration"});
+  syntax.options.push_back({"dry-run", "", "show what would change and write nothing"});
+  syntax.min_positionals = 1;
+  syntax.max_positionals = 1;
+  syntax.details = camera_selection_help() +
+                 "The changes are listed one value per line: '~' changed, '+' added, '-' removed.\n"
+                 "Undo a write with: uvc-stereo config set BACKUP-FILE (with the same camera selection).\n"
+                 "A camera whose flash holds no configuration yet has nothing to back up.\n";
+  return syntax;
+}
+
+struct Input {
+  std::string text;
+  std::string name;  ///< how messages refer to it
+};
+
+// The message of a JSON failure with the line and column of its offset, which an editor can jump to.
+std::string json_failure_context(const Status& status, const Input& input) {
+  std::size_t offset = 0;
+  std::string context;
+  if (offset_in_message(status.message(), offset)) {
+    const TextPosition position = position_of_offset(input.text, offset);
+    context = "line " + std::to_string(position.line) + ", column " + std::to_string(position.column) + " of ";
+  }
+  return context + input.name + "; nothing was written";
+}
+
+int config_set_body(const ParsedArguments& arguments, Console& console) {
+  if (arguments.has("backup") && arguments.has("no-backup")) {
+    return report_usage_error("config set", "--backup and --no-backup exclude each other", console);
+  }
+  const bool dry_run = arguments.has("dry-run");
+  const bool keep_backup = !arguments.has("no-backup");
+
+  // Everything about the new text is settled before any camera is contacted.
+  Input input;
+  const std::string& source = arguments.positionals().front();
+  if (source == "-") {
+    input.name = "standard input";
+    input.text.assign(std::istreambuf_iterator<char>(console.in), std::istreambuf_iterator<char>());
+  } else {
+    input.name = source;
+    std::string error;
+    if (!read_file(source, input.text, error)) {
+      return report_file_error(error, console);
+    }
+  }
+  Result<std::string> minified = minify_and_validate_json(input.text);
+  if (!minified.ok()) {
+    return report_sdk_error(minified.status(), json_failure_context(minified.status(), input), console);
+  }
+  const std::string& new_json = minified.value();
+
+  const Selection selection = select_camera("config set", arguments, console);
+  if (!selection.camera) {
+    return selection.exit_status;
+  }
+  const SelectedCamera& camera = *selection.camera;
+  OpenedCamera opened = open_camera(camera, 0, console);
+  if (!opened.device) {
+    return opened.exit_status;
+  }
+  Device& device = *opened.device;
+
+  // The record about to be replaced: what the backup keeps and the changes are measured from.
+  std::optional<std::string> current;
+  Result<ReadJsonResult> read = device.read_json();
+  if (read.ok()) {
+    current = read.value().json;
+  } else if (read.status().code() == ErrorCode::BadMagic) {
+    console.err << describe_camera(camera) << " holds no configuration yet; there is nothing to back up\n";
+  } else if (keep_backup && !dry_run) {
+    return report_sdk_error(read.status(),
+                            "cannot read the configuration to be replaced, so it cannot be backed up; nothing was "
+                            "written (--no-backup writes anyway)",
+                            console);
+  } else {
+    console.err << "the current configuration cannot be read (" << error_code_name(read.status().code()) << ": "
+                << read.status().message() << "); changes are shown against an empty configuration\n";
+  }
+
+  const JsonDiff diff = diff_json(current.value_or(""), new_json);
+  for (const std::string& line : diff.lines) {
+    console.out << line << "\n";
+  }
+  // The changes come before the verdict on standard error, also when both go to one log.
+  console.out.flush();
+  if (dry_run) {
+    console.err << "dry run: " << diff.summary() << "; nothing was written to " << describe_camera(camera) << "\n";
+    return kExitOk;
+  }
+  if (current && *current == new_json) {
+    console.err << describe_camera(camera) << " already holds this configuration; nothing was written\n";
+    return kExitOk;
+  }
+
+  std::string backup_path;
+  if (current && keep_backup) {
+    backup_path = arguments.value("backup").value_or(unused_backup_file_name(camera_label(camera), std::time(nullptr)));
+    std::string error;
+    if (!write_file(backup_path, *current + "\n", error)) {
+      return report_file_error(error + "; nothing was written to the camera", console);
+    }
+    console.err << "saved the configuration being replaced to " << backup_path << "\n";
+  }
+
+  const Status written = device.write_json(input.text);
+  if (!written.ok()) {
+    std::string context = "writing the configuration of " + describe_camera(camera);
+    if (!backup_path.empty()) {
+      context += "; the previous configuration is in " + backup_path;
+    }
+    return report_sdk_error(written, context, console);
+  }
+  console.err << "wrote and verified the configuration of " << describe_camera(camera) << " (" << new_json.size()
+              << " bytes): " << diff.summary() << "\n";
+  if (!backup_path.empty()) {
+    console.err << "undo with: uvc-stereo config set " << quoted_for_shell(backup_path) << " "
+                << reselect_options(camera) << "\n";
+  }
+  return kExitOk;
+}
+
+}  // namespace
+
+int run_config_set(const std::vector<std::string>& args, Console& console) {
+  return run_command(config_set_syntax(), args, console, config_set_body);
+}
+
+}  // namespace tovanel::uvc_stereo::cli

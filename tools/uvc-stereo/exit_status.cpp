@@ -1,0 +1,69 @@
+#include "uvc-stereo/exit_status.h"
+
+#include <cstdint>
+#include <string>
+
+namespace tovanel::uvc_stereo::cli {
+namespace {
+
+constexpr std::string_view kLibInitFail = "ecLibInitFail";
+
+}  // namespace
+
+int exit_status_for(ErrorCode code) noexcept {
+  if (code == ErrorCode::Ok) {
+    return kExitOk;
+  }
+  return kExitSdkErrorBase + static_cast<std::int32_t>(code);
+}
+
+bool is_vendor_library_missing(const Status& status) {
+  return !status.ok() && status.message().find(kLibInitFail) != std::string::npos;
+}
+
+int report_sdk_error(const Status& status, Console& console) { return report_sdk_error(status, {}, console); }
+
+int report_sdk_error(const Status& status, std::string_view context, Console& console) {
+  if (is_vendor_library_missing(status)) {
+    console.err << "uvc-stereo: VendorLibraryMissing: the camera vendor library cannot start on this machine ("
+                << status.message() << "); add --simulate to use the built-in simulated cameras\n";
+    return kExitVendorLibraryMissing;
+  }
+  console.err << "uvc-stereo: " << error_code_name(status.code()) << ": " << status.message();
+  if (!context.empty()) {
+    console.err << " (" << context << ")";
+  }
+  console.err << "\n";
+  return exit_status_for(status.code());
+}
+
+int report_usage_error(std::string_view command, std::string_view message, Console& console) {
+  console.err << "uvc-stereo: UsageError: " << message << " (see: uvc-stereo";
+  if (!command.empty()) {
+    console.err << " " << command;
+  }
+  console.err << " --help)\n";
+  return kExitUsage;
+}
+
+int report_file_error(std::string_view message, Console& console) {
+  console.err << "uvc-stereo: FileError: " << message << "\n";
+  return kExitFileError;
+}
+
+std::string_view exit_status_help() {
+  return "Exit statuses:\n"
+         "  0   success\n"
+         "  1   unexpected failure inside the tool\n"
+         "  2   usage error (bad command line, or several cameras and no selector)\n"
+         "  3   a file could not be read or written\n"
+         "  4   the camera vendor library cannot start on this machine (try --simulate)\n"
+         "  11  InvalidArgument       12  PlatformError      13  DeviceUnavailable\n"
+         "  14  ReadFailed            15  WriteFailed        16  EraseFailed\n"
+         "  17  BadMagic              18  UnsupportedVersion 19  InvalidHeader\n"
+         "  20  InvalidLength         21  ChecksumMismatch   22  InvalidJson\n"
+         "  23  InternalError         24  NotSupported\n"
+         "  (an SDK error exits with 10 + its error code)\n";
+}
+
+}  // namespace tovanel::uvc_stereo::cli

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+#include <string_view>
+
+namespace tovanel::uvc_stereo::cli {
+
+// Reads a whole file as bytes; on failure `error` says why ("cannot read 'x': No such file or directory").
+[[nodiscard]] bool read_file(const std::string& path, std::string& content, std::string& error);
+
+// Creates or replaces a file with `content`; on failure `error` says why.
+[[nodiscard]] bool write_file(const std::string& path, std::string_view content, std::string& error);
+
+[[nodiscard]] bool file_exists(const std::string& path);
+
+// "uvc-stereo-backup-<label>-<YYYYMMDDTHHMMSSZ>.json": the label is kept to letters, digits,
+// '.', '-' and '_' so that any serial number gives a valid file name on every system.
+[[nodiscard]] std::string backup_file_name(std::string_view label, std::time_t when);
+
+// backup_file_name in the current directory, with "-2", "-3", ... added before ".json"
+// when a file of that name exists already, so an earlier backup is never overwritten.
+[[nodiscard]] std::string unused_backup_file_name(std::string_view label, std::time_t when);
+
+}  // namespace tovanel::uvc_stereo::cli

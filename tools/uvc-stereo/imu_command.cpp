@@ -1,0 +1,328 @@
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "uvc-stereo/camera_selection.h"
+#include "uvc-stereo/command.h"
+#include "uvc-stereo/commands.h"
+#include "uvc-stereo/exit_status.h"
+#include "uvc-stereo/file_io.h"
+#include "uvc-stereo/imu_stream_stats.h"
+#include "uvc-stereo/json_writer.h"
+#include "uvc-stereo/svg_plot.h"
+
+namespace tovanel::uvc_stereo::cli {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double kDefaultRateHz = 200.0;
+constexpr double kMaxRateHz = 100000.0;
+constexpr std::uint64_t kMaxCount = 1000000000;
+constexpr auto kLiveLineInterval = std::chrono::milliseconds(250);
+
+// Set by Ctrl-C, so an unbounded stream ends cleanly: the IMU is closed and the plot written.
+volatile std::sig_atomic_t g_interrupted = 0;
+
+void on_interrupt(int) { g_interrupted = 1; }
+
+class InterruptGuard {
+ public:
+  InterruptGuard() : previous_(std::signal(SIGINT, on_interrupt)) { g_interrupted = 0; }
+  ~InterruptGuard() { std::signal(SIGINT, previous_ == SIG_ERR ? SIG_DFL : previous_); }
+  InterruptGuard(const InterruptGuard&) = delete;
+  InterruptGuard& operator=(const InterruptGuard&) = delete;
+
+ private:
+  using Handler = void (*)(int);
+  Handler previous_;
+};
+
+CommandSyntax imu_syntax() {
+  CommandSyntax syntax;
+  syntax.name = "imu";
+  syntax.synopsis = "[options]";
+  syntax.summary =
+      "Streams the camera's IMU samples converted to degrees Celsius, g and degrees per second. The\n"
+      "camera's 20-bit sample counter is unwrapped past its wrap, and gaps in it are counted as missed\n"
+      "samples. On a terminal a live line shows the sample rate, missed samples and read latency.";
+  syntax.options = camera_selection_options();
+  syntax.options.push_back({"count", "N", "stop after N samples"});
+  syntax.options.push_back({"duration", "S", "stop after S seconds"});
+  syntax.options.push_back({"rate", "HZ", "reads per second (default 200; 0 reads as fast as the camera answers)"});
+  syntax.options.push_back({"csv", "", "print one CSV line per sample, after a header line"});
+  syntax.options.push_back({"json", "", "print one JSON object per line per sample"});
+  syntax.options.push_back({"plot", "FILE", "write an SVG plot of the accelerometer and gyroscope traces"});
+  syntax.details = camera_selection_help() +
+                 "Without --count or --duration the stream runs until Ctrl-C. A summary line goes to standard\n"
+                 "error at the end. Columns of --csv (and keys of --json): sample (read number), counter (the\n"
+                 "unwrapped sample counter), raw_counter (as the camera sent it), missed (samples skipped just\n"
+                 "before this one), time_s (host time since the first sample), latency_ms (time the read took),\n"
+                 "temperature_c, accel x/y/z in g, gyro x/y/z in deg/s.\n";
+  return syntax;
+}
+
+struct StreamOptions {
+  std::optional<std::uint64_t> count;
+  std::optional<double> duration_s;
+  double rate_hz = kDefaultRateHz;
+  bool csv = false;
+  bool json = false;
+  std::optional<std::string> plot;
+};
+
+std::optional<StreamOptions> stream_options(const ParsedArguments& arguments, Console& console, int& exit_status) {
+  StreamOptions options;
+  const auto refuse = [&](const std::string& message) {
+    exit_status = report_usage_error("imu", message, console);
+    return std::nullopt;
+  };
+  if (const std::optional<std::string> count = arguments.value("count")) {
+    options.count = parse_unsigned(*count, kMaxCount);
+    if (!options.count || *options.count == 0) {
+      return refuse("--count takes a number of samples from 1, not '" + *count + "'");
+    }
+  }
+  if (const std::optional<std::string> duration = arguments.value("duration")) {
+    options.duration_s = parse_non_negative(*duration);
+    if (!options.duration_s || *options.duration_s <= 0.0) {
+      return refuse("--duration takes a number of seconds above 0, not '" + *duration + "'");
+    }
+  }
+  if (const std::optional<std::string> rate = arguments.value("rate")) {
+    const std::optional<double> parsed = parse_non_negative(*rate);
+    if (!parsed || *parsed > kMaxRateHz) {
+      return refuse("--rate takes reads per second from 0 to 100000, not '" + *rate + "'");
+    }
+    options.rate_hz = *parsed;
+  }
+  options.csv = arguments.has("csv");
+  options.json = arguments.has("json");
+  if (options.csv && options.json) {
+    return refuse("choose one of --csv and --json");
+  }
+  options.plot = arguments.value("plot");
+  return options;
+}
+
+std::string fixed(double value, int decimals) {
+  char text[64];
+  std::snprintf(text, sizeof(text), "%.*f", decimals, value);
+  return text;
+}
+
+// One sample as the stream prints it.
+struct StreamSample {
+  std::uint64_t index = 0;
+  SampleCounterUnwrapper::Step step;
+  std::uint32_t raw_counter = 0;
+  double time_s = 0.0;
+  double latency_ms = 0.0;
+  ConvertedImuResult converted;
+};
+
+std::string csv_header() {
+  return "sample,counter,raw_counter,missed,time_s,latency_ms,temperature_c,accel_x_g,accel_y_g,accel_z_g,"
+         "gyro_x_dps,gyro_y_dps,gyro_z_dps";
+}
+
+std::string csv_line(const StreamSample& s) {
+  std::string line = std::to_string(s.index) + "," + std::to_string(s.step.counter) + "," +
+                     std::to_string(s.raw_counter) + "," + std::to_string(s.step.missed) + "," + fixed(s.time_s, 6) +
+                     "," + fixed(s.latency_ms, 3) + "," + fixed(s.converted.temperature_c, 3);
+  for (double g : s.converted.accel_g) {
+    line += "," + fixed(g, 5);
+  }
+  for (double dps : s.converted.gyro_dps) {
+    line += "," + fixed(dps, 4);
+  }
+  return line;
+}
+
+std::string json_line(const StreamSample& s) {
+  JsonWriter json;
+  json.begin_object();
+  json.key("sample").number(s.index);
+  json.key("counter").number(s.step.counter);
+  json.key("raw_counter").number(static_cast<std::uint64_t>(s.raw_counter));
+  json.key("missed").number(static_cast<std::uint64_t>(s.step.missed));
+  json.key("repeated").boolean(s.step.repeated);
+  json.key("time_s").number(s.time_s, 9);
+  json.key("latency_ms").number(s.latency_ms, 6);
+  json.key("temperature_c").number(s.converted.temperature_c, 8);
+  json.key("accel_g").begin_array();
+  for (double g : s.converted.accel_g) {
+    json.number(g, 8);
+  }
+  json.end_array();
+  json.key("gyro_dps").begin_array();
+  for (double dps : s.converted.gyro_dps) {
+    json.number(dps, 8);
+  }
+  json.end_array();
+  json.end_object();
+  return json.text();
+}
+
+// The traces kept for the plot.
+struct Traces {
+  std::vector<double> time_s;
+  std::vector<double> accel[3];
+  std::vector<double> gyro[3];
+
+  void add(const StreamSample& s) {
+    time_s.push_back(s.time_s);
+    for (int axis = 0; axis < 3; ++axis) {
+      accel[axis].push_back(s.converted.accel_g[static_cast<std::size_t>(axis)]);
+      gyro[axis].push_back(s.converted.gyro_dps[static_cast<std::size_t>(axis)]);
+    }
+  }
+};
+
+int write_plot(const std::string& path, const Traces& traces, const SelectedCamera& camera, Console& console) {
+  static const char* const kAxisNames[3] = {"x", "y", "z"};
+  static const char* const kAxisColors[3] = {"#d62728", "#2ca02c", "#1f77b4"};
+  std::vector<PlotPanel> panels(2);
+  panels[0].title = "Accelerometer";
+  panels[0].unit = "acceleration (g)";
+  panels[1].title = "Gyroscope";
+  panels[1].unit = "angular rate (deg/s)";
+  for (int axis = 0; axis < 3; ++axis) {
+    panels[0].series.push_back({kAxisNames[axis], kAxisColors[axis], traces.accel[axis]});
+    panels[1].series.push_back({kAxisNames[axis], kAxisColors[axis], traces.gyro[axis]});
+  }
+  const std::string title =
+      "IMU of " + describe_camera(camera) + ": " + std::to_string(traces.time_s.size()) + " samples";
+  std::string error;
+  if (!write_file(path, render_svg_plot(title, traces.time_s, panels), error)) {
+    return report_file_error(error, console);
+  }
+  console.err << "plot written to " << path << "\n";
+  return kExitOk;
+}
+
+int imu_body(const ParsedArguments& arguments, Console& console) {
+  int exit_status = kExitOk;
+  const std::optional<StreamOptions> options = stream_options(arguments, console, exit_status);
+  if (!options) {
+    return exit_status;
+  }
+  const Selection selection = select_camera("imu", arguments, console);
+  if (!selection.camera) {
+    return selection.exit_status;
+  }
+  const SelectedCamera& camera = *selection.camera;
+  OpenedCamera opened = open_camera(camera, 0, console);
+  if (!opened.device) {
+    return opened.exit_status;
+  }
+  Device& device = *opened.device;
+  if (const Status open = device.open_imu(); !open.ok()) {
+    return report_sdk_error(open, "opening the IMU of " + describe_camera(camera), console);
+  }
+
+  const InterruptGuard interrupt_guard;
+  if (options->csv) {
+    console.out << csv_header() << "\n";
+  }
+  ImuStreamStats stats;
+  Traces traces;
+  std::optional<Status> failure;
+  std::uint64_t first_timestamp_ns = 0;
+  const Clock::time_point start = Clock::now();
+  const auto period =
+      options->rate_hz > 0.0
+          ? std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1.0 / options->rate_hz))
+          : Clock::duration::zero();
+  Clock::time_point next_read = start;
+  Clock::time_point next_live_line = start + kLiveLineInterval;
+
+  for (std::uint64_t index = 0;; ++index) {
+    if (g_interrupted != 0 || (options->count && index >= *options->count)) {
+      break;
+    }
+    // A stream always holds at least one sample, however short its duration.
+    if (options->duration_s && index > 0 &&
+        std::chrono::duration<double>(Clock::now() - start).count() >= *options->duration_s) {
+      break;
+    }
+    if (period > Clock::duration::zero()) {
+      // Some platforms wake a sleeper a little early; the read still waits for its time.
+      while (Clock::now() < next_read) {
+        std::this_thread::sleep_until(next_read);
+      }
+      // After a stall the schedule restarts from now rather than reading in a burst to catch up.
+      next_read = std::max(next_read + period, Clock::now());
+    }
+    const Clock::time_point before = Clock::now();
+    Result<ReadImuResult> raw = device.read_imu();
+    const Clock::time_point after = Clock::now();
+    if (!raw.ok()) {
+      failure = raw.status();
+      break;
+    }
+    Result<ConvertedImuResult> converted = device.convert_imu(raw.value());
+    if (!converted.ok()) {
+      failure = converted.status();
+      break;
+    }
+    if (index == 0) {
+      first_timestamp_ns = raw.value().host_timestamp_ns;
+    }
+    const auto latency_ns =
+        static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(after - before).count());
+    StreamSample sample;
+    sample.index = index;
+    sample.raw_counter = raw.value().sample_counter;
+    sample.step = stats.add(raw.value().sample_counter, raw.value().host_timestamp_ns, latency_ns);
+    // A host clock that failed reads 0; such a sample is placed at the start rather than aeons later.
+    const std::uint64_t timestamp_ns = raw.value().host_timestamp_ns;
+    sample.time_s =
+        timestamp_ns > first_timestamp_ns ? static_cast<double>(timestamp_ns - first_timestamp_ns) / 1e9 : 0.0;
+    sample.latency_ms = static_cast<double>(latency_ns) / 1e6;
+    sample.converted = converted.value();
+
+    if (options->csv) {
+      console.out << csv_line(sample) << "\n";
+    } else if (options->json) {
+      console.out << json_line(sample) << "\n";
+    }
+    if (options->plot) {
+      traces.add(sample);
+    }
+    if (console.err_is_terminal && after >= next_live_line) {
+      console.err << "\r" << stats.live_line() << "   " << std::flush;
+      next_live_line = after + kLiveLineInterval;
+    }
+  }
+  if (console.err_is_terminal) {
+    console.err << "\r" << stats.live_line() << "   \n";
+  }
+  console.out.flush();
+  if (const Status closed = device.close_imu(); !closed.ok() && !failure) {
+    failure = closed;
+  }
+  console.err << stats.summary() << "\n";
+
+  int plot_status = kExitOk;
+  if (options->plot && !traces.time_s.empty()) {
+    plot_status = write_plot(*options->plot, traces, camera, console);
+  }
+  if (failure) {
+    return report_sdk_error(*failure, "reading the IMU of " + describe_camera(camera), console);
+  }
+  return plot_status;
+}
+
+}  // namespace
+
+int run_imu(const std::vector<std::string>& args, Console& console) {
+  return run_command(imu_syntax(), args, console, imu_body);
+}
+
+}  // namespace tovanel::uvc_stereo::cli

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tovanel::uvc_stereo::cli {
+
+// Helpers over JSON text that the SDK has already validated and minified, so they scan
+// tokens without re-validating; on malformed input they stop early but never read out of bounds.
+
+// The minified text laid out with two-space indentation, for people to read and edit.
+[[nodiscard]] std::string pretty_print_json(std::string_view minified);
+
+// One scalar (or empty container) of a document and where it sits, as a JSON Pointer
+// built from the keys as they are spelled ("/exposure/max_us", "/intrinsics/0").
+struct JsonLeaf {
+  std::string path;   ///< "" for a document that is a single scalar
+  std::string value;  ///< the minified token, e.g. "8000", "\"auto\"", "[]"
+};
+
+[[nodiscard]] std::vector<JsonLeaf> flatten_json(std::string_view minified);
+
+// Line and column (both from 1, columns in bytes) of a byte offset, to point at an error in a file.
+struct TextPosition {
+  std::size_t line = 1;
+  std::size_t column = 1;
+};
+[[nodiscard]] TextPosition position_of_offset(std::string_view text, std::size_t offset);
+
+// The byte offset at the end of an SDK JSON message ("... at offset 17"), if it has one.
+[[nodiscard]] bool offset_in_message(std::string_view message, std::size_t& offset);
+
+}  // namespace tovanel::uvc_stereo::cli

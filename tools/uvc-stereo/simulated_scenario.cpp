@@ -1,0 +1,180 @@
+#include "uvc-stereo/simulated_scenario.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <vector>
+
+#include "uvc_stereo/checksum.h"
+#include "uvc_stereo/flash.h"
+#include "uvc_stereo/json.h"
+#include "uvc_stereo/models.h"
+
+namespace tovanel::uvc_stereo::cli {
+namespace {
+
+// Windows names a camera's video interface with the KSCATEGORY_VIDEO_CAMERA class GUID.
+constexpr const char* kVideoCameraClass = "{e5323777-f976-4f5b-9b55-b94699c46e44}";
+
+// Camera 0's model has no firmware rule for its IMU, camera 1's model does (a firmware
+// check and a settling pause before its IMU opens), as in the field.
+constexpr std::size_t kReportingModelRow = 2;
+constexpr std::size_t kLegacyModelRow = 0;
+
+constexpr std::uint32_t kReportedUserSpaceAddress = 0x60000;
+constexpr std::uint32_t kReportedUserSpaceSize = 0x8000;
+// A camera without a report is given one 4096-byte sector at the default address.
+constexpr std::uint32_t kFallbackUserSpaceAddress = 0x51000;
+constexpr std::uint32_t kFallbackUserSpaceSize = 4096;
+
+// Camera 1's counter is 100 samples short of its wrap, so a short stream already shows it.
+constexpr std::uint32_t kLegacyFirstCounter = (1u << 20) - 100;
+
+std::string device_path(const CameraModelId& model, const char* instance) {
+  char path[160];
+  std::snprintf(path, sizeof(path), "\\\\?\\usb#vid_%04x&pid_%04x&mi_00#%s#%s\\global",
+                static_cast<unsigned>(model.vendor_id), static_cast<unsigned>(model.product_id), instance,
+                kVideoCameraClass);
+  return path;
+}
+
+void put_le16(std::array<std::uint8_t, 64>& bytes, std::size_t offset, std::uint16_t value) {
+  bytes[offset] = static_cast<std::uint8_t>(value & 0xFFu);
+  bytes[offset + 1] = static_cast<std::uint8_t>(value >> 8);
+}
+
+void put_le32(std::array<std::uint8_t, 64>& bytes, std::size_t offset, std::uint32_t value) {
+  for (std::size_t i = 0; i < 4; ++i) {
+    bytes[offset + i] = static_cast<std::uint8_t>((value >> (8 * i)) & 0xFFu);
+  }
+}
+
+Status store_record(sim::SimulatedRig& rig, int camera, const ScenarioCamera& scenario) {
+  FlashConfig config;
+  config.user_space_address = scenario.user_space_address;
+  config.user_space_size = scenario.user_space_size;
+  Result<std::string> minified = minify_and_validate_json(scenario.stored_json);
+  if (!minified.ok()) {
+    return minified.status();
+  }
+  const std::string& text = minified.value();
+  Result<FlashBlob> blob = build_blob(0, std::vector<std::uint8_t>(text.begin(), text.end()), config);
+  if (!blob.ok()) {
+    return blob.status();
+  }
+  rig.set_flash(camera, scenario.user_space_address, blob.value().raw);
+  return Status();
+}
+
+}  // namespace
+
+std::array<std::uint8_t, 64> scenario_capability_report() {
+  std::array<std::uint8_t, 64> bytes{};
+  bytes[0] = 'T';
+  bytes[1] = 'O';
+  bytes[2] = 'V';
+  bytes[3] = 'A';
+  bytes[4] = 1;     // major version
+  bytes[5] = 2;     // minor version
+  bytes[6] = 64;    // report size
+  bytes[7] = 0x06;  // capability bits: flash user space and IMU
+  put_le32(bytes, 15, kReportedUserSpaceAddress);
+  put_le32(bytes, 19, kReportedUserSpaceSize);
+  const char model[] = "BMI088";
+  for (std::size_t i = 0; i + 1 < sizeof(model); ++i) {
+    bytes[23 + i] = static_cast<std::uint8_t>(model[i]);
+  }
+  bytes[31] = 4;               // IMU extension unit
+  bytes[32] = 10;              // IMU control selector
+  bytes[33] = 17;              // bytes per IMU read
+  bytes[34] = 2;               // scales are given in hundredths
+  put_le16(bytes, 35, 2500);   // 25.00 degrees Celsius at raw 0
+  put_le16(bytes, 37, 12800);  // 128.00 counts per degree Celsius
+  put_le16(bytes, 39, 2048);   // 2048 counts per g
+  put_le16(bytes, 41, 1640);   // 16.40 counts per degree per second
+  put_le32(bytes, 60, detail::crc32c(bytes.data(), 60));
+  return bytes;
+}
+
+std::array<ScenarioCamera, kScenarioCameraCount> scenario_cameras() {
+  ScenarioCamera reporting;
+  reporting.serial_number = "TVS2-00417";
+  reporting.stored_json =
+      "{\"name\":\"rig A left-right\",\"baseline_mm\":60.0,\"rectify\":true,"
+      "\"exposure\":{\"mode\":\"auto\",\"max_us\":8000},"
+      "\"intrinsics\":{\"fx\":612.4,\"fy\":611.9,\"cx\":319.5,\"cy\":241.2}}";
+  reporting.user_space_address = kReportedUserSpaceAddress;
+  reporting.user_space_size = kReportedUserSpaceSize;
+
+  ScenarioCamera legacy;
+  legacy.serial_number = "TVS1-01288";
+  legacy.stored_json =
+      "{\"name\":\"bench camera B\",\"baseline_mm\":50.0,\"rectify\":false,"
+      "\"exposure\":{\"mode\":\"manual\",\"time_us\":4000,\"gain\":2}}";
+  legacy.user_space_address = kFallbackUserSpaceAddress;
+  legacy.user_space_size = kFallbackUserSpaceSize;
+  return {reporting, legacy};
+}
+
+Status populate_simulated_scenario(sim::SimulatedRig& rig) {
+  const std::vector<CameraModelId> models = supported_camera_models();
+  if (models.size() <= kReportingModelRow || models.size() <= kLegacyModelRow) {
+    return Status(ErrorCode::InternalError, "the SDK lists too few camera models for the simulated scenario");
+  }
+  const std::array<ScenarioCamera, kScenarioCameraCount> scenario = scenario_cameras();
+
+  sim::SimulatedCamera reporting;
+  reporting.vendor_id = models[kReportingModelRow].vendor_id;
+  reporting.product_id = models[kReportingModelRow].product_id;
+  reporting.device_path = device_path(models[kReportingModelRow], "7&1a2b3c4d&0&0000");
+  reporting.device_name = "Tovanel Stereo Camera S2";
+  reporting.product_string = "Tovanel Stereo Camera S2";
+  reporting.descriptor_3 = "Tovanel Imaging";
+  reporting.serial_number = scenario[0].serial_number;
+  reporting.firmware_version = "V2.4.1-260311";
+  reporting.user_space_address = scenario[0].user_space_address;
+  reporting.user_space_size = scenario[0].user_space_size;
+  reporting.capability_report = scenario_capability_report();
+  reporting.imu.motion = sim::ImuMotion::AtRest;
+  reporting.imu.first_counter = 4096;
+  reporting.imu.temperature_c = 34.25;
+  reporting.imu.seed = 7;
+
+  sim::SimulatedCamera legacy;
+  legacy.vendor_id = models[kLegacyModelRow].vendor_id;
+  legacy.product_id = models[kLegacyModelRow].product_id;
+  legacy.device_path = device_path(models[kLegacyModelRow], "7&2f4e6a1b&0&0000");
+  legacy.device_name = "Tovanel Stereo Camera S1";
+  legacy.product_string = "Tovanel Stereo Camera S1";
+  legacy.descriptor_3 = "Tovanel Imaging";
+  legacy.serial_number = scenario[1].serial_number;
+  legacy.firmware_version = "V1.3.0-251120";
+  legacy.imu.motion = sim::ImuMotion::Moving;
+  legacy.imu.first_counter = kLegacyFirstCounter;
+  legacy.imu.temperature_c = 29.5;
+  legacy.imu.seed = 11;
+
+  const int reporting_index = rig.add_camera(reporting);
+  const int legacy_index = rig.add_camera(legacy);
+
+  // Media Foundation lists by symbolic link, DirectShow by its moniker's device path; the
+  // integrated webcam comes first in one and in the middle of the other.
+  const std::string webcam_path =
+      "\\\\?\\usb#vid_04f2&pid_b6d9&mi_00#6&12ab34cd&0&0000#" + std::string(kVideoCameraClass) + "\\global";
+  rig.set_capture_devices(OpenCvBackend::Msmf, {{"Integrated Webcam", webcam_path},
+                                                {"Tovanel Stereo Camera S2", reporting.device_path},
+                                                {"Tovanel Stereo Camera S1", legacy.device_path}});
+  rig.set_capture_devices(OpenCvBackend::Dshow, {{"Tovanel Stereo Camera S1", "@device:pnp:" + legacy.device_path},
+                                                 {"Integrated Webcam", "@device:pnp:" + webcam_path},
+                                                 {"Tovanel Stereo Camera S2", "@device:pnp:" + reporting.device_path}});
+
+  if (Status stored = store_record(rig, reporting_index, scenario[0]); !stored.ok()) {
+    return stored;
+  }
+  return store_record(rig, legacy_index, scenario[1]);
+}
+
+SimulatedScenario::SimulatedScenario() : rig_(std::make_unique<sim::SimulatedRig>()) {
+  status_ = populate_simulated_scenario(*rig_);
+}
+
+}  // namespace tovanel::uvc_stereo::cli

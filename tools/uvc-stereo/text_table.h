@@ -1,0 +1,21 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tovanel::uvc_stereo::cli {
+
+// A plain-text table: columns padded to their widest cell, two spaces apart; the last
+// column is not padded, so long device paths leave no trailing blanks.
+class TextTable {
+ public:
+  void add_row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+  void render(std::ostream& out, const std::string& indent = "") const;
+
+ private:
+  std::vector<std::vector<std::string>> rows_;
+};
+
+}  // namespace tovanel::uvc_stereo::cli
