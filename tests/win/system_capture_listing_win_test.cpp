@@ -161,6 +161,11 @@ class RegisteredDirectShowDevices : public ::testing::Test {
     if (video_input_category().answer != S_FALSE) {
       GTEST_SKIP() << "this system has video-input devices of its own";
     }
+    // Filters are registered machine-wide; an account that may not do so cannot run these.
+    const RegisteredVideoInput probe(L"Tovanel Access Probe", {});
+    if (probe.status() == ERROR_ACCESS_DENIED) {
+      GTEST_SKIP() << "this account may not register video-input devices";
+    }
   }
 
   // Registers a device, failing the test when the registry refuses.
