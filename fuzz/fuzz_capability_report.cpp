@@ -79,7 +79,8 @@ Expected expected_parse(const Report& b) {
   if ((bits & 0x02) != 0) {
     const std::uint64_t start = le(b, kFlashStart, 4);
     const std::uint64_t size = le(b, kFlashSize, 4);
-    if (size < 16) return {ErrorCode::InvalidArgument, "capability Flash user space is smaller than the minimum header"};
+    if (size < 16)
+      return {ErrorCode::InvalidArgument, "capability Flash user space is smaller than the minimum header"};
     if (start + size > 0xFFFFFFFFu) {
       return {ErrorCode::InvalidArgument, "capability Flash user-space range overflows uint32 address space"};
     }
@@ -132,10 +133,10 @@ bool same_report(const sdk::CapabilityReport& a, const sdk::CapabilityReport& b)
   if (!a.imu) return true;
   const auto& x = *a.imu;
   const auto& y = *b.imu;
-  return x.model == y.model && x.xu_unit == y.xu_unit && x.xu_selector == y.xu_selector &&
-         x.xu_length == y.xu_length && x.decimal_exponent == y.decimal_exponent &&
-         x.temperature_offset_c == y.temperature_offset_c && x.temperature_lsb_per_c == y.temperature_lsb_per_c &&
-         x.accel_lsb_per_g == y.accel_lsb_per_g && x.gyro_lsb_per_dps == y.gyro_lsb_per_dps;
+  return x.model == y.model && x.xu_unit == y.xu_unit && x.xu_selector == y.xu_selector && x.xu_length == y.xu_length &&
+         x.decimal_exponent == y.decimal_exponent && x.temperature_offset_c == y.temperature_offset_c &&
+         x.temperature_lsb_per_c == y.temperature_lsb_per_c && x.accel_lsb_per_g == y.accel_lsb_per_g &&
+         x.gyro_lsb_per_dps == y.gyro_lsb_per_dps;
 }
 
 // An accepted report holds exactly what its bytes say.

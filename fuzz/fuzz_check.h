@@ -33,9 +33,9 @@ inline std::string escaped(const std::string& bytes) {
 
 }  // namespace uvc_stereo_fuzz
 
-#define FUZZ_CHECK(condition, detail)                                                    \
-  do {                                                                                    \
-    if (!(condition)) {                                                                   \
-      ::uvc_stereo_fuzz::fail_property(__FILE__, __LINE__, #condition, (detail));         \
-    }                                                                                     \
+#define FUZZ_CHECK(condition, detail)                                             \
+  do {                                                                            \
+    if (!(condition)) {                                                           \
+      ::uvc_stereo_fuzz::fail_property(__FILE__, __LINE__, #condition, (detail)); \
+    }                                                                             \
   } while (false)

@@ -85,17 +85,16 @@ void check_parse(const std::vector<std::uint8_t>& raw, const sdk::FlashConfig& c
                "parse failed with " + describe(parsed.status()) + ", expected '" + expected.message + "'");
     return;
   }
-  FUZZ_CHECK(expected.code == ErrorCode::Ok, std::string("parse accepted a record expected to fail with '") +
-                                                 expected.message + "'");
+  FUZZ_CHECK(expected.code == ErrorCode::Ok,
+             std::string("parse accepted a record expected to fail with '") + expected.message + "'");
   FUZZ_CHECK(parsed.status().message().empty(), "success carries a message");
   const sdk::FlashBlob& blob = parsed.value();
   const std::size_t total = std::size_t{blob.header_size} + blob.payload_length;
-  FUZZ_CHECK(blob.raw.size() == total, "raw holds " + std::to_string(blob.raw.size()) + " bytes, record is " +
-                                           std::to_string(total));
+  FUZZ_CHECK(blob.raw.size() == total,
+             "raw holds " + std::to_string(blob.raw.size()) + " bytes, record is " + std::to_string(total));
   FUZZ_CHECK(std::equal(blob.raw.begin(), blob.raw.end(), raw.begin()), "raw is not the front of the input");
-  FUZZ_CHECK(blob.magic == le(raw, 0, 4) && blob.format_version == le(raw, 4, 2) &&
-                 blob.header_size == le(raw, 6, 2) && blob.payload_length == le(raw, 8, 4) &&
-                 blob.crc32 == le(raw, 12, 4),
+  FUZZ_CHECK(blob.magic == le(raw, 0, 4) && blob.format_version == le(raw, 4, 2) && blob.header_size == le(raw, 6, 2) &&
+                 blob.payload_length == le(raw, 8, 4) && blob.crc32 == le(raw, 12, 4),
              "header fields differ from the header bytes");
   FUZZ_CHECK(blob.payload.size() == blob.payload_length &&
                  std::equal(blob.payload.begin(), blob.payload.end(), raw.begin() + blob.header_size),

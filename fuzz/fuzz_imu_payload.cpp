@@ -32,8 +32,8 @@ bool same_double(double a, double b) {
 // The sample layout restated on its own: big-endian signed fields, a 20-bit counter across bytes 14 to 16.
 sdk::ReadImuResult reference_decode(const std::uint8_t* b) {
   sdk::ReadImuResult sample;
-  sample.sample_counter = (static_cast<std::uint32_t>(b[16] & 0x0F) << 16) | (static_cast<std::uint32_t>(b[14]) << 8) |
-                          b[15];
+  sample.sample_counter =
+      (static_cast<std::uint32_t>(b[16] & 0x0F) << 16) | (static_cast<std::uint32_t>(b[14]) << 8) | b[15];
   sample.temperature_raw = be16(b);
   for (std::size_t axis = 0; axis < 3; ++axis) {
     sample.accel_raw[axis] = be16(b + 2 + 2 * axis);
@@ -91,8 +91,8 @@ void check_convert(const sdk::ReadImuResult& raw, const sdk::ImuConversionOption
   FUZZ_CHECK(converted.ok(), "conversion failed: " + converted.status().message());
   const sdk::ConvertedImuResult& out = converted.value();
   FUZZ_CHECK(out.host_timestamp_ns == raw.host_timestamp_ns, "host timestamp not carried over");
-  FUZZ_CHECK(same_double(out.temperature_c, raw.temperature_raw / options.temperature_lsb_per_c +
-                                                options.temperature_offset_c),
+  FUZZ_CHECK(same_double(out.temperature_c,
+                         raw.temperature_raw / options.temperature_lsb_per_c + options.temperature_offset_c),
              "temperature " + std::to_string(out.temperature_c));
   for (std::size_t axis = 0; axis < 3; ++axis) {
     const double accel = options.accel_lsb_per_g == 0.0 ? 0.0 : raw.accel_raw[axis] / options.accel_lsb_per_g;

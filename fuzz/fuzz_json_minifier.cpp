@@ -40,8 +40,7 @@ bool whitespace_only_inside_strings(std::string_view text) {
 }
 
 // Splits "<what> at offset <n>" into its outcome and offset; the number must be plain decimal without padding.
-bool parse_failure_message(const std::string& message, ReferenceJsonMinifier::Outcome& outcome,
-                           std::size_t& offset) {
+bool parse_failure_message(const std::string& message, ReferenceJsonMinifier::Outcome& outcome, std::size_t& offset) {
   static constexpr std::string_view kInvalid = "invalid JSON value at offset ";
   static constexpr std::string_view kTrailing = "unexpected trailing characters at offset ";
   std::string_view rest(message);
@@ -114,9 +113,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
 
   const auto& status = result.status();
-  FUZZ_CHECK(status.code() == sdk::ErrorCode::InvalidJson,
-             "failure with code " + std::to_string(static_cast<int>(status.code())) + " (" + status.message() +
-                 ") for " + shown());
+  FUZZ_CHECK(status.code() == sdk::ErrorCode::InvalidJson, "failure with code " +
+                                                               std::to_string(static_cast<int>(status.code())) + " (" +
+                                                               status.message() + ") for " + shown());
   if (text.empty()) {
     FUZZ_CHECK(status.message() == "json text is empty", "empty input gives " + status.message());
     FUZZ_CHECK(reference.outcome == ReferenceJsonMinifier::Outcome::Empty, "reference disagrees on empty input");
@@ -126,8 +125,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::size_t offset = 0;
   FUZZ_CHECK(parse_failure_message(status.message(), outcome, offset),
              "unexpected message '" + status.message() + "' for " + shown());
-  FUZZ_CHECK(offset <= text.size(), status.message() + " lies beyond the " + std::to_string(text.size()) +
-                                        "-byte input " + shown());
+  FUZZ_CHECK(offset <= text.size(),
+             status.message() + " lies beyond the " + std::to_string(text.size()) + "-byte input " + shown());
   if (reference.outcome != ReferenceJsonMinifier::Outcome::TooDeep) {
     FUZZ_CHECK(reference.outcome == outcome && reference.offset == offset,
                "sdk says '" + status.message() + "', reference outcome " +

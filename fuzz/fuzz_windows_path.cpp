@@ -66,8 +66,8 @@ bool has_untrimmed_edge(std::string_view normalized) {
   if (normalized.empty()) return false;
   const char first = normalized.front();
   const char last = normalized.back();
-  return first == ' ' || first == '\t' || last == '\0' || last == '\t' || last == '\n' || last == '\r' ||
-         last == ' ' || starts_with(normalized, "@device:pnp:") || starts_with(normalized, "@device:sw:");
+  return first == ' ' || first == '\t' || last == '\0' || last == '\t' || last == '\n' || last == '\r' || last == ' ' ||
+         starts_with(normalized, "@device:pnp:") || starts_with(normalized, "@device:sw:");
 }
 
 void check_canonical_shape(std::string_view normalized, std::string_view path) {
