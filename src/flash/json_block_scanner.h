@@ -355,12 +355,16 @@ class JsonDocumentChecker {
 
   // Deeper documents are left to the scalar scanner, which has no limit.
   static constexpr std::size_t kMaxDepth = 1024;
+  static_assert(kMaxDepth % 64 == 0, "the container stack is whole 64-bit words");
 
   bool open(bool object) noexcept {
     if (depth_ == kMaxDepth) {
       return false;
     }
-    objects_[depth_++] = object;
+    const std::uint64_t bit = std::uint64_t{1} << (depth_ % 64);
+    std::uint64_t& word = objects_[depth_ / 64];
+    word = object ? word | bit : word & ~bit;
+    ++depth_;
     expect_ = object ? Expect::KeyOrObjectEnd : Expect::ValueOrArrayEnd;
     return true;
   }
@@ -376,7 +380,9 @@ class JsonDocumentChecker {
     if (depth_ == 0) {
       expect_ = Expect::Nothing;
     } else {
-      expect_ = objects_[depth_ - 1] ? Expect::CommaOrObjectEnd : Expect::CommaOrArrayEnd;
+      const std::size_t level = depth_ - 1;
+      const bool object = ((objects_[level / 64] >> (level % 64)) & 1u) != 0;
+      expect_ = object ? Expect::CommaOrObjectEnd : Expect::CommaOrArrayEnd;
     }
   }
 
@@ -400,7 +406,8 @@ class JsonDocumentChecker {
   Expect expect_ = Expect::Value;
   std::size_t depth_ = 0;
   std::size_t low_surrogate_at_ = static_cast<std::size_t>(-1);
-  bool objects_[kMaxDepth];  // written before it is read, up to depth_
+  // One bit per open container, set for an object.
+  std::uint64_t objects_[kMaxDepth / 64] = {};
 };
 
 template <class Block>
@@ -432,7 +439,7 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
     const std::uint64_t escaped = escaped_bytes(m.backslash, odd_run);
     const std::uint64_t quotes = m.quote & ~escaped;
     const std::uint64_t in_strings = prefix_xor(quotes) ^ in_string;
-    in_string = static_cast<std::uint64_t>(static_cast<std::int64_t>(in_strings) >> 63);
+    in_string = std::uint64_t{0} - (in_strings >> 63);
     const std::uint64_t blank = m.whitespace & ~in_strings;
     // A control byte is only ever allowed as whitespace between tokens.
     if ((m.control & ~blank) != 0) {
