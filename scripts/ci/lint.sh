@@ -18,7 +18,7 @@ run-clang-tidy-14 -p "$build" -j "$(nproc)" -quiet "$root/(src|tools)/" >"$build
   grep -E 'warning:|error:' -A3 "$build/clang-tidy.log" || tail -n 40 "$build/clang-tidy.log"
   exit 1
 }
-echo "clang-tidy: $(grep -c '"file"' "$build/compile_commands.json") translation units configured, no findings"
+echo "clang-tidy: $(grep -cE "\"file\": \"$root/(src|tools)/" "$build/compile_commands.json") translation units, no findings"
 
 echo "--- cppcheck: src/"
 cppcheck --enable=warning,performance,portability --error-exitcode=1 --inline-suppr --std=c++17 --language=c++ \

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <optional>
 #include <string>
 #include <unordered_set>
@@ -149,10 +150,7 @@ void add_backend_indices(std::vector<EnumeratedDevice>& devices) {
   }
 }
 
-}  // namespace
-
-Result<std::vector<EnumeratedDevice>> enumerate_devices_with_active_runtime(const DeviceScanFilter& filter,
-                                                                            bool with_backend_candidates) noexcept {
+Result<std::vector<EnumeratedDevice>> enumerate_devices(const DeviceScanFilter& filter, bool with_backend_candidates) {
   std::vector<SonixLib::scDevice_t> records(static_cast<std::size_t>(kMaxDevices));
   std::int32_t count = 0;
   if (!SonixCam_EnumCameras(&count, records.data(), kMaxDevices)) {
@@ -187,6 +185,21 @@ Result<std::vector<EnumeratedDevice>> enumerate_devices_with_active_runtime(cons
     add_backend_indices(devices);
   }
   return devices;
+}
+
+}  // namespace
+
+Result<std::vector<EnumeratedDevice>> enumerate_devices_with_active_runtime(const DeviceScanFilter& filter,
+                                                                            bool with_backend_candidates) noexcept {
+  // Callers end the library session right after this returns, so nothing may escape past them; running out of
+  // memory while listing becomes the scan's failure instead.
+  try {
+    return enumerate_devices(filter, with_backend_candidates);
+  } catch (const std::exception& e) {
+    return Status(ErrorCode::InternalError, e.what());
+  } catch (...) {
+    return Status(ErrorCode::InternalError, "unknown exception during device enumeration");
+  }
 }
 
 }  // namespace tovanel::uvc_stereo::win_detail

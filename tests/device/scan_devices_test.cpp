@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <map>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -19,6 +20,7 @@
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
 #include "vendor/process_lock.h"
+#include "win/capture_listing.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -326,6 +328,24 @@ TEST_F(ScanDevices, FailedEnumerationStillClosesTheSession) {
   const std::vector<std::string> names = call_names(rig_);
   ASSERT_FALSE(names.empty());
   EXPECT_EQ(names.front(), "SonixCam_Init");
+  EXPECT_EQ(names.back(), "SonixCam_UnInit");
+  EXPECT_EQ(std::count(names.begin(), names.end(), "SonixCam_UnInit"), 1);
+}
+
+// Running out of memory while the cameras are listed fails the scan; it must not leave the library session open.
+TEST_F(ScanDevices, ExceptionWhileListingIsAnInternalErrorAndStillClosesTheSession) {
+  rig_.add_camera(camera_of_model(0, "A"));
+  static const win_detail::CaptureListingSource exhausted{
+      [](OpenCvBackend) -> Result<std::vector<win_detail::WinOpenCvCameraCandidate>> { throw std::bad_alloc(); }};
+  win_detail::install_capture_listing_source(&exhausted);
+
+  Result<std::vector<DeviceInfo>> devices = scan_devices();
+  win_detail::install_capture_listing_source(nullptr);
+  ASSERT_FALSE(devices.ok());
+  EXPECT_EQ(devices.status().code(), ErrorCode::InternalError);
+  EXPECT_EQ(devices.status().message(), std::bad_alloc().what());
+  const std::vector<std::string> names = call_names(rig_);
+  ASSERT_FALSE(names.empty());
   EXPECT_EQ(names.back(), "SonixCam_UnInit");
   EXPECT_EQ(std::count(names.begin(), names.end(), "SonixCam_UnInit"), 1);
 }
