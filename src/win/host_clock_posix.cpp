@@ -7,20 +7,19 @@
 namespace tovanel::uvc_stereo::detail {
 namespace {
 
-constexpr std::int64_t kNanosecondsPerSecond = 1000000000;
+constexpr std::uint64_t kNanosecondsPerSecond = 1000000000;
 
 }  // namespace
 
-// The monotonic clock plays the performance counter: a nanosecond tick count at 1e9 ticks per second, passed
-// through the same conversion so that both platforms round alike.
+// The monotonic clock plays the performance counter. It already counts nanoseconds, so the tick-to-nanosecond
+// conversion the performance counter needs would only cost time on every IMU sample and, past 2^53 ns of uptime,
+// round the value; the integer is exact.
 std::uint64_t now_ns() noexcept {
   timespec now{};
-  if (clock_gettime(CLOCK_MONOTONIC, &now) != 0) {
+  if (clock_gettime(CLOCK_MONOTONIC, &now) != 0 || now.tv_sec < 0 || now.tv_nsec < 0) {
     return 0;
   }
-  const std::int64_t counter =
-      static_cast<std::int64_t>(now.tv_sec) * kNanosecondsPerSecond + static_cast<std::int64_t>(now.tv_nsec);
-  return counter_to_ns(counter, kNanosecondsPerSecond);
+  return static_cast<std::uint64_t>(now.tv_sec) * kNanosecondsPerSecond + static_cast<std::uint64_t>(now.tv_nsec);
 }
 
 }  // namespace tovanel::uvc_stereo::detail
