@@ -1,7 +1,5 @@
 #include "imu/imu_payload.h"
 
-#include <utility>
-
 namespace tovanel::uvc_stereo::detail {
 namespace {
 
@@ -40,17 +38,18 @@ Result<ReadImuResult> decode_imu_payload(const std::uint8_t* data, std::size_t l
     return Status(ErrorCode::ReadFailed, "IMU device reported read failure");
   }
 
-  ReadImuResult sample;
-  sample.host_timestamp_ns = 0;
-  sample.sample_counter = (static_cast<std::uint32_t>(data[kCounterHighOffset] & 0x0Fu) << 16) |
-                          (static_cast<std::uint32_t>(data[kCounterMiddleOffset]) << 8) |
-                          static_cast<std::uint32_t>(data[kCounterLowOffset]);
-  sample.temperature_raw = load_be_i16(data + kTemperatureOffset);
-  for (std::size_t axis = 0; axis < 3; ++axis) {
-    sample.accel_raw[axis] = load_be_i16(data + kAccelOffset + 2 * axis);
-    sample.gyro_raw[axis] = load_be_i16(data + kGyroOffset + 2 * axis);
-  }
-  return Result<ReadImuResult>(std::move(sample));
+  // Every field is computed into a register and the record is built once, in place: filling a local record
+  // field by field and copying it out made the copy's wide loads wait for the narrow stores just made.
+  const std::uint32_t counter = (static_cast<std::uint32_t>(data[kCounterHighOffset] & 0x0Fu) << 16) |
+                                (static_cast<std::uint32_t>(data[kCounterMiddleOffset]) << 8) |
+                                static_cast<std::uint32_t>(data[kCounterLowOffset]);
+  return ReadImuResult{0,
+                       counter,
+                       load_be_i16(data + kTemperatureOffset),
+                       {load_be_i16(data + kAccelOffset), load_be_i16(data + kAccelOffset + 2),
+                        load_be_i16(data + kAccelOffset + 4)},
+                       {load_be_i16(data + kGyroOffset), load_be_i16(data + kGyroOffset + 2),
+                        load_be_i16(data + kGyroOffset + 4)}};
 }
 
 void encode_imu_payload(const ReadImuResult& sample, std::array<std::uint8_t, kImuPayloadSize>& out) {
