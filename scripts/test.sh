@@ -5,8 +5,12 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 stages=(
+  lint
   linux
   install
+  sanitizers
+  fuzz
+  windows
 )
 
 start=$SECONDS
