@@ -6,18 +6,17 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "first_camera.h"
 #include "simulated_camera.h"
 #include "uvc_stereo/uvc_stereo.h"
 
 namespace uvc = tovanel::uvc_stereo;
 
-int fail(const char* what, const uvc::Status& status) {
-  std::cerr << what << ": " << uvc::error_code_name(status.code()) << ": " << status.message() << "\n";
-  return 1;
-}
+using examples::fail;
 
 int main(int argc, char** argv) {
   std::unique_ptr<uvc::sim::SimulatedRig> rig;
@@ -25,19 +24,11 @@ int main(int argc, char** argv) {
     rig = examples::simulated_camera_rig();
   }
 
-  uvc::Result<std::vector<uvc::DeviceInfo>> devices = uvc::scan_devices();
-  if (!devices.ok()) {
-    return fail("scan", devices.status());
-  }
-  if (devices.value().empty()) {
-    std::cerr << "no camera attached\n";
+  std::optional<uvc::Device> camera = examples::open_first_camera();
+  if (!camera) {
     return 1;
   }
-  uvc::Result<uvc::Device> opened = uvc::open_device(devices.value().front());
-  if (!opened.ok()) {
-    return fail("open", opened.status());
-  }
-  uvc::Device device = std::move(opened).value();
+  uvc::Device& device = *camera;
 
   // A camera fresh from the factory holds no record yet: its flash reads as BadMagic.
   uvc::Result<uvc::ReadJsonResult> before = device.read_json();
