@@ -16,11 +16,16 @@
 #include "uvc_stereo/checksum.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
+#include "support/rig_cameras.h"
 #include "vendor/process_lock.h"
 
 // Shared pieces of the device tests: a recorder that observes the settling pauses without spending them, cameras of
 // the supported models, hand-made flash records and views of the vendor calls the rig saw.
 namespace tovanel::uvc_stereo::device_testing {
+
+using rig_cameras::bytes_of;
+using rig_cameras::calls_named;
+using rig_cameras::supported_camera;
 
 // One pause the SDK asked for, and how many vendor calls the rig had seen at that moment.
 struct RecordedPause {
@@ -77,27 +82,6 @@ inline std::vector<std::chrono::milliseconds> ms(std::initializer_list<int> valu
   return result;
 }
 
-// A camera of one supported model (its index in the model table), named by a Windows-style device path.
-inline sim::SimulatedCamera supported_camera(std::size_t model_index, const std::string& serial) {
-  const detail::SupportedModel& model = detail::supported_models().at(model_index);
-  sim::SimulatedCamera camera;
-  camera.vendor_id = model.vendor_id;
-  camera.product_id = model.product_id;
-  char path[192];
-  std::snprintf(path, sizeof(path),
-                "\\\\?\\usb#vid_%04x&pid_%04x&mi_00#7&3a5c2e1f&0&%s#{65e8773d-8f56-11d0-a3b9-00a0c9223196}\\global",
-                static_cast<unsigned>(model.vendor_id), static_cast<unsigned>(model.product_id), serial.c_str());
-  camera.device_path = path;
-  camera.device_name = "Tovanel Stereo Camera";
-  camera.product_string = "Tovanel Stereo Camera";
-  camera.serial_number = serial;
-  return camera;
-}
-
-inline std::vector<std::uint8_t> bytes_of(const std::string& text) {
-  return std::vector<std::uint8_t>(text.begin(), text.end());
-}
-
 // A configuration record laid out by hand: "TOVA", format version, header size 16, payload length, CRC-32 of the
 // payload, then the payload.
 inline std::vector<std::uint8_t> make_record(const std::string& payload_text, std::uint16_t format_version = 0) {
@@ -124,16 +108,6 @@ inline OpenDeviceOptions requiring(std::uint32_t required_capabilities) {
   OpenDeviceOptions options;
   options.required_capabilities = required_capabilities;
   return options;
-}
-
-inline std::vector<sim::VendorCall> calls_named(const std::vector<sim::VendorCall>& calls, const std::string& name) {
-  std::vector<sim::VendorCall> found;
-  for (const sim::VendorCall& call : calls) {
-    if (call.name == name) {
-      found.push_back(call);
-    }
-  }
-  return found;
 }
 
 inline std::size_t count_named(const std::vector<sim::VendorCall>& calls, const std::string& name) {

@@ -14,6 +14,7 @@
 #include "uvc_stereo/checksum.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/simulated_rig.h"
+#include "support/rig_cameras.h"
 #include "vendor/process_lock.h"
 #include "win/debug_output.h"
 
@@ -21,6 +22,10 @@
 // maker that does not go through the SDK's own builder, a debug-output recorder and views
 // of the vendor calls the rig saw.
 namespace tovanel::uvc_stereo::test_support {
+
+using rig_cameras::bytes_of;
+using rig_cameras::calls_named;
+using rig_cameras::supported_camera;
 
 // Records every text sent to the debugger output while it lives.
 class DebugCapture {
@@ -38,10 +43,6 @@ class DebugCapture {
   }
   std::vector<std::string> texts_;
 };
-
-inline std::vector<std::uint8_t> bytes_of(const std::string& text) {
-  return std::vector<std::uint8_t>(text.begin(), text.end());
-}
 
 inline void put_le16(std::vector<std::uint8_t>& bytes, std::size_t offset, std::uint16_t value) {
   bytes[offset] = static_cast<std::uint8_t>(value);
@@ -71,23 +72,6 @@ inline std::vector<std::uint8_t> make_record(const std::vector<std::uint8_t>& pa
   return record;
 }
 
-// A camera of one of the supported models, with a Windows-style device path naming it.
-inline sim::SimulatedCamera supported_camera(std::size_t model_index, const std::string& serial) {
-  const detail::SupportedModel& model = detail::supported_models().at(model_index);
-  sim::SimulatedCamera camera;
-  camera.vendor_id = model.vendor_id;
-  camera.product_id = model.product_id;
-  char path[160];
-  std::snprintf(path, sizeof(path),
-                "\\\\?\\usb#vid_%04x&pid_%04x&mi_00#7&2f1e3d4c&0&%s#{65e8773d-8f56-11d0-a3b9-00a0c9223196}\\global",
-                static_cast<unsigned>(model.vendor_id), static_cast<unsigned>(model.product_id), serial.c_str());
-  camera.device_path = path;
-  camera.device_name = "Tovanel Stereo Camera";
-  camera.product_string = "Tovanel Stereo Camera";
-  camera.serial_number = serial;
-  return camera;
-}
-
 // Vendor calls by name, with the camera lookup (enumeration and descriptor reads, which
 // belong to device resolution) folded into one "<lookup>" entry so that the flash steps
 // around it can be compared exactly.
@@ -104,16 +88,6 @@ inline std::vector<std::string> folded_call_names(const std::vector<sim::VendorC
     names.push_back(call.name);
   }
   return names;
-}
-
-inline std::vector<sim::VendorCall> calls_named(const std::vector<sim::VendorCall>& calls, const std::string& name) {
-  std::vector<sim::VendorCall> found;
-  for (const sim::VendorCall& call : calls) {
-    if (call.name == name) {
-      found.push_back(call);
-    }
-  }
-  return found;
 }
 
 inline std::vector<std::int64_t> args(std::initializer_list<std::int64_t> values) { return values; }
