@@ -6,6 +6,7 @@
 
 #include "capability/capability_report_layout.h"
 #include "core/byte_order.h"
+#include "core/crc32c_inline.h"
 #include "uvc_stereo/checksum.h"
 
 namespace tovanel::uvc_stereo::detail {
@@ -89,7 +90,7 @@ Result<CapabilityReport> parse_xu_capability_report(const ReportBytes& bytes) {
   if (bytes[layout::kSizeOffset] != kCapabilityReportSize) {
     return Status(ErrorCode::InvalidHeader, "capability size must be 64 bytes");
   }
-  if (crc32c(bytes.data(), layout::kCrcOffset) != read_u32(bytes, layout::kCrcOffset)) {
+  if (crc32c_short(bytes.data(), layout::kCrcOffset) != read_u32(bytes, layout::kCrcOffset)) {
     return Status(ErrorCode::ChecksumMismatch, "capability CRC32C mismatch");
   }
   for (std::size_t i = layout::kReservedOffset; i < layout::kCrcOffset; ++i) {

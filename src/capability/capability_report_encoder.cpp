@@ -7,6 +7,7 @@
 
 #include "capability/capability_report_layout.h"
 #include "core/byte_order.h"
+#include "core/crc32c_inline.h"
 #include "uvc_stereo/checksum.h"
 
 namespace tovanel::uvc_stereo::detail {
@@ -69,7 +70,7 @@ ReportBytes encode_xu_capability_report(const CapabilityReport& report) {
   if (report.imu.has_value()) {
     write_imu(bytes, *report.imu);
   }
-  store_le32(bytes.data() + layout::kCrcOffset, crc32c(bytes.data(), layout::kCrcOffset));
+  store_le32(bytes.data() + layout::kCrcOffset, crc32c_short(bytes.data(), layout::kCrcOffset));
   return bytes;
 }
 

@@ -49,10 +49,6 @@ const CrcKernelInfo& choose(CrcPolynomial polynomial) noexcept {
 // null and chooses for itself; either way the same kernel runs.
 std::atomic<CrcKernel> g_ieee{choose(CrcPolynomial::Ieee).run};
 std::atomic<CrcKernel> g_castagnoli{choose(CrcPolynomial::Castagnoli).run};
-#if UVC_STEREO_HAS_CRC32C_INLINE
-// False until the library has loaded, which only sends early callers down the general path.
-const bool g_crc32c_instruction = cpu_features().sse42;
-#endif
 
 CrcKernel kernel_for(std::atomic<CrcKernel>& slot, CrcPolynomial polynomial) noexcept {
   CrcKernel kernel = slot.load(std::memory_order_relaxed);
@@ -64,6 +60,10 @@ CrcKernel kernel_for(std::atomic<CrcKernel>& slot, CrcPolynomial polynomial) noe
 }
 
 }  // namespace
+
+#if UVC_STEREO_HAS_CRC32C_INLINE
+const bool g_crc32c_instruction = cpu_features().sse42;
+#endif
 
 CrcKernelList crc_kernels() noexcept { return CrcKernelList{std::begin(kKernels), std::end(kKernels)}; }
 

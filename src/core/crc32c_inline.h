@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/cpu_features.h"
+#include "uvc_stereo/checksum.h"
 
 #if UVC_STEREO_X86_64 && defined(_MSC_VER) && !defined(__clang__)
 #include <nmmintrin.h>
@@ -70,8 +71,23 @@ inline std::uint32_t crc32c_inline(const std::uint8_t* data, std::size_t length)
   return ~narrow;
 }
 
+// True once the library has loaded on a processor with SSE4.2; false before, which only sends early callers
+// down the general path.
+extern const bool g_crc32c_instruction;
+
 #else
 #define UVC_STEREO_HAS_CRC32C_INLINE 0
 #endif
+
+// crc32c with its short path inline in the caller: with a length known where it is called (the capability
+// report's 60 bytes) the loop unrolls into straight-line instructions, with neither a call nor a kernel choice.
+inline std::uint32_t crc32c_short(const std::uint8_t* data, std::size_t length) noexcept {
+#if UVC_STEREO_HAS_CRC32C_INLINE
+  if (length != 0 && length <= kCrc32cInlineMaxLength && g_crc32c_instruction) {
+    return crc32c_inline(data, length);
+  }
+#endif
+  return crc32c(data, length);
+}
 
 }  // namespace tovanel::uvc_stereo::detail
