@@ -8,6 +8,7 @@ stages=(
   lint
   linux
   install
+  bench
   sanitizers
   fuzz
   windows
