@@ -16,6 +16,7 @@ namespace {
 
 using test_support::bytes_of;
 using test_support::DebugCapture;
+using test_support::expect_reported_failure;
 using test_support::make_record;
 using test_support::put_le16;
 using test_support::put_le32;
@@ -108,9 +109,7 @@ TEST(ReadbackVerify, ReportsTheFirstDifferingByteAndTellsTheDebugger) {
 
   const std::string expected =
       "verify_after_write failed: readback mismatch at offset 0x2 (expected=0x22, actual=0x20)";
-  EXPECT_EQ(status.code(), ErrorCode::WriteFailed);
-  EXPECT_EQ(status.message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(status, ErrorCode::WriteFailed, expected, debug);
 }
 
 TEST(ReadbackVerify, PrintsLargeOffsetsInUpperCaseHexadecimal) {
@@ -133,9 +132,7 @@ TEST(ReadbackVerify, ReportsAShortReadBackAtItsEndWithZeroForTheMissingByte) {
 
   const std::string expected =
       "verify_after_write failed: readback mismatch at offset 0x2 (expected=0x56, actual=0x00)";
-  EXPECT_EQ(status.code(), ErrorCode::WriteFailed);
-  EXPECT_EQ(status.message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(status, ErrorCode::WriteFailed, expected, debug);
 }
 
 TEST(ReadbackVerify, ReportsALongReadBackAtTheRecordEndWithZeroForTheMissingByte) {

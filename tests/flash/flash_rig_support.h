@@ -13,6 +13,7 @@
 #include "imu/model_table.h"
 #include "uvc_stereo/checksum.h"
 #include "uvc_stereo/flash_config.h"
+#include "uvc_stereo/result.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "support/rig_cameras.h"
 #include "vendor/process_lock.h"
@@ -43,6 +44,15 @@ class DebugCapture {
   }
   std::vector<std::string> texts_;
 };
+
+// A flash failure as both its caller and a debugger see it: the status, and the same text told to the debugger
+// followed by a line break.
+inline void expect_reported_failure(const Status& status, ErrorCode code, const std::string& message,
+                                    const DebugCapture& debug) {
+  EXPECT_EQ(status.code(), code);
+  EXPECT_EQ(status.message(), message);
+  EXPECT_EQ(debug.texts(), (std::vector<std::string>{message, "\n"}));
+}
 
 inline void put_le16(std::vector<std::uint8_t>& bytes, std::size_t offset, std::uint16_t value) {
   bytes[offset] = static_cast<std::uint8_t>(value);

@@ -15,6 +15,7 @@ namespace {
 using test_support::args;
 using test_support::calls_named;
 using test_support::DebugCapture;
+using test_support::expect_reported_failure;
 using test_support::folded_call_names;
 using test_support::supported_camera;
 using win_detail::FlashSession;
@@ -259,9 +260,7 @@ TEST_F(LowUserSpaceSession, ReportsTheFailingSectorAndItsSizeAndTellsTheDebugger
 
   const std::string expected =
       "SonixCam_SectorEraseSF failed: vendor_code=ecSectorEraseFail(10) (address=0x00002000, length=4096)";
-  EXPECT_EQ(status.code(), ErrorCode::EraseFailed);
-  EXPECT_EQ(status.message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(status, ErrorCode::EraseFailed, expected, debug);
   EXPECT_EQ(erased_sectors(), args({0x1000, 0x2000})) << "no sector after the failing one";
   EXPECT_EQ(rig_.flash(low_, 0x1000, 16), std::vector<std::uint8_t>(16, 0xFF));
 }

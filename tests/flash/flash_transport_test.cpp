@@ -16,6 +16,7 @@ using test_support::args;
 using test_support::bytes_of;
 using test_support::calls_named;
 using test_support::DebugCapture;
+using test_support::expect_reported_failure;
 using test_support::folded_call_names;
 using test_support::make_record;
 using test_support::put_le16;
@@ -136,9 +137,7 @@ TEST_F(FlashProbe, ReportsAFailedReadWithItsAddressAndLengthAndTellsTheDebugger)
 
   const std::string expected =
       "SonixCam_CstmReadFromSF failed: vendor_code=ecSyncTransTimeOut(8) (address=0x00051000, length=1)";
-  EXPECT_EQ(status.code(), ErrorCode::ReadFailed);
-  EXPECT_EQ(status.message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(status, ErrorCode::ReadFailed, expected, debug);
   EXPECT_EQ(folded_call_names(rig_.calls()).back(), kUnInit);
 }
 
@@ -332,9 +331,7 @@ TEST_F(FlashRead, ReportsAFailedPreviewReadAndTellsTheDebugger) {
 
   const std::string expected =
       "SonixCam_CstmReadFromSF failed: vendor_code=ecSyncTransTimeOut(8) (address=0x00051000, length=16)";
-  EXPECT_EQ(result.status().code(), ErrorCode::ReadFailed);
-  EXPECT_EQ(result.status().message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(result.status(), ErrorCode::ReadFailed, expected, debug);
   EXPECT_EQ(folded_call_names(rig_.calls()),
             (std::vector<std::string>{kInit, kLookup, kFlashType, kRead, kErrorCode, kUnInit}));
 }
@@ -351,9 +348,7 @@ TEST_F(FlashRead, ReportsAFailedWholeReadWithTheRecordLength) {
       "SonixCam_CstmReadFromSF failed: vendor_code=ecDeviceDisconnect(7) (address=0x00051000, "
       "length=" +
       std::to_string(record.size()) + ")";
-  EXPECT_EQ(result.status().code(), ErrorCode::ReadFailed);
-  EXPECT_EQ(result.status().message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(result.status(), ErrorCode::ReadFailed, expected, debug);
   EXPECT_EQ(folded_call_names(rig_.calls()).back(), kUnInit);
 }
 

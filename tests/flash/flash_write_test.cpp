@@ -21,6 +21,7 @@ using test_support::args;
 using test_support::bytes_of;
 using test_support::calls_named;
 using test_support::DebugCapture;
+using test_support::expect_reported_failure;
 using test_support::folded_call_names;
 using test_support::make_record;
 using test_support::supported_camera;
@@ -290,9 +291,7 @@ TEST_F(FlashWrite, ReportsAWornCellFoundByTheReadBackAndTellsTheDebugger) {
 
   const std::string expected =
       "verify_after_write failed: readback mismatch at offset 0x10 (expected=0x7B, actual=0x7A)";
-  EXPECT_EQ(status.code(), ErrorCode::WriteFailed);
-  EXPECT_EQ(status.message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(status, ErrorCode::WriteFailed, expected, debug);
   EXPECT_EQ(folded_call_names(rig_.calls()).back(), kUnInit);
 }
 
@@ -358,9 +357,7 @@ TEST_F(FlashWrite, StopsAtTheFirstFailedSectorEraseAndKeepsEarlierSectorsErased)
 
   const std::string expected =
       "SonixCam_SectorEraseSF failed: vendor_code=ecSectorEraseFail(10) (address=0x00052000, length=4096)";
-  EXPECT_EQ(status.code(), ErrorCode::EraseFailed);
-  EXPECT_EQ(status.message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(status, ErrorCode::EraseFailed, expected, debug);
   EXPECT_EQ(sector_starts(calls_named(rig_.calls(), kErase)), args({0x51000, 0x52000}));
   EXPECT_TRUE(calls_named(rig_.calls(), kWrite).empty());
   EXPECT_EQ(rig_.flash(camera_, 0x51000, 4096), std::vector<std::uint8_t>(4096, 0xFF));
@@ -379,9 +376,7 @@ TEST_F(FlashWrite, ReportsAFailedWriteWithItsAddressAndLengthAndTellsTheDebugger
   const std::string expected =
       "SonixCam_WriteToSF failed: vendor_code=ecWriteFlashFail(12) (address=0x00051000, length=" +
       std::to_string(record.size()) + ")";
-  EXPECT_EQ(status.code(), ErrorCode::WriteFailed);
-  EXPECT_EQ(status.message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(status, ErrorCode::WriteFailed, expected, debug);
   EXPECT_TRUE(calls_named(rig_.calls(), kRead).empty());
   EXPECT_EQ(folded_call_names(rig_.calls()).back(), kUnInit);
 }
@@ -396,9 +391,7 @@ TEST_F(FlashWrite, ReportsAFailedReadBackWithItsAddressAndLength) {
   const std::string expected =
       "SonixCam_CstmReadFromSF failed: vendor_code=ecSyncTransTimeOut(8) (address=0x00051000, length=" +
       std::to_string(record.size()) + ")";
-  EXPECT_EQ(status.code(), ErrorCode::ReadFailed);
-  EXPECT_EQ(status.message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(status, ErrorCode::ReadFailed, expected, debug);
   EXPECT_EQ(folded_call_names(rig_.calls()).back(), kUnInit);
 }
 
@@ -460,9 +453,7 @@ TEST_F(FlashWrite, PowerCutDuringTheEraseLeavesTheOldRecordUnreadableAndARewrite
 
   const std::string expected =
       "SonixCam_SectorEraseSF failed: vendor_code=ecSectorEraseFail(10) (address=0x00051000, length=4096)";
-  EXPECT_EQ(cut.code(), ErrorCode::EraseFailed);
-  EXPECT_EQ(cut.message(), expected);
-  EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
+  expect_reported_failure(cut, ErrorCode::EraseFailed, expected, debug);
   std::vector<std::uint8_t> partly_erased = old_flash;
   std::fill(partly_erased.begin(), partly_erased.begin() + 8, 0xFF);
   EXPECT_EQ(rig_.flash(camera_, 0x51000, 4096), partly_erased);
