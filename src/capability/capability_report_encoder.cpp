@@ -8,7 +8,6 @@
 #include "capability/capability_report_layout.h"
 #include "core/byte_order.h"
 #include "core/crc32c_inline.h"
-#include "uvc_stereo/checksum.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {

@@ -69,18 +69,11 @@ CrcKernelList crc_kernels() noexcept { return CrcKernelList{std::begin(kKernels)
 
 const CrcKernelInfo& active_crc_kernel(CrcPolynomial polynomial) noexcept { return choose(polynomial); }
 
-std::uint32_t crc32c(const std::uint8_t* data, std::size_t length) noexcept {
-  // Nothing to protect: answer before touching `data`, which may be null or point past the end.
-  if (length == 0) {
-    return 0;
-  }
-#if UVC_STEREO_HAS_CRC32C_INLINE
-  if (length <= kCrc32cInlineMaxLength && g_crc32c_instruction) {
-    return crc32c_inline(data, length);
-  }
-#endif
+std::uint32_t crc32c_by_kernel(const std::uint8_t* data, std::size_t length) noexcept {
   return kernel_for(g_castagnoli, CrcPolynomial::Castagnoli)(0, data, length);
 }
+
+std::uint32_t crc32c(const std::uint8_t* data, std::size_t length) noexcept { return crc32c_short(data, length); }
 
 }  // namespace detail
 

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "core/cpu_features.h"
-#include "uvc_stereo/checksum.h"
 
 #if UVC_STEREO_X86_64 && defined(_MSC_VER) && !defined(__clang__)
 #include <nmmintrin.h>
@@ -79,15 +78,23 @@ extern const bool g_crc32c_instruction;
 #define UVC_STEREO_HAS_CRC32C_INLINE 0
 #endif
 
-// crc32c with its short path inline in the caller: with a length known where it is called (the capability
-// report's 60 bytes) the loop unrolls into straight-line instructions, with neither a call nor a kernel choice.
+// CRC-32C of 1 or more bytes through the kernel chosen for this processor.
+[[nodiscard]] std::uint32_t crc32c_by_kernel(const std::uint8_t* data, std::size_t length) noexcept;
+
+// crc32c itself, inline in the caller: with a length known where it is called (the capability report's 60
+// bytes) the short path unrolls into straight-line instructions, with neither a call nor a kernel choice. The
+// exported crc32c is this function too.
 inline std::uint32_t crc32c_short(const std::uint8_t* data, std::size_t length) noexcept {
+  // Nothing to protect: answer before touching `data`, which may be null or point past the end.
+  if (length == 0) {
+    return 0;
+  }
 #if UVC_STEREO_HAS_CRC32C_INLINE
-  if (length != 0 && length <= kCrc32cInlineMaxLength && g_crc32c_instruction) {
+  if (length <= kCrc32cInlineMaxLength && g_crc32c_instruction) {
     return crc32c_inline(data, length);
   }
 #endif
-  return crc32c(data, length);
+  return crc32c_by_kernel(data, length);
 }
 
 }  // namespace tovanel::uvc_stereo::detail

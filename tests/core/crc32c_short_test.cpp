@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "crc32_kernel_reference.h"
+#include "uvc_stereo/checksum.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
