@@ -23,9 +23,9 @@
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "vendor/imu_reader.h"
-#include "vendor/sonix_camera.h"
-#include "vendor/vendor_backend.h"
+#include "bridge/imu_reader.h"
+#include "bridge/sonix_camera.h"
+#include "bridge/vendor_backend.h"
 #include "win/host_clock.h"
 
 namespace {

@@ -13,8 +13,8 @@
 
 #include "imu/model_table.h"
 #include "uvc_stereo/device.h"
-#include "vendor/sonix_camera.h"
-#include "vendor/vendor_backend.h"
+#include "bridge/sonix_camera.h"
+#include "bridge/vendor_backend.h"
 #include "win/backend_candidate.h"
 #include "win/capture_listing.h"
 

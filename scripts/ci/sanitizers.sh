@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The whole Linux suite under AddressSanitizer and UndefinedBehaviorSanitizer, then the programs that run the
-# SDK from several threads (the vendor lock, the device operations, the stress runs) under ThreadSanitizer.
+# SDK from several threads (the vendor lock, the simulated rig, the device operations, the stress runs) under ThreadSanitizer.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
@@ -32,7 +32,7 @@ UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 
 echo "--- ThreadSanitizer: the concurrent test programs"
 tsan_targets=()
-for folder in vendor device stress; do
+for folder in bridge sim device stress; do
   if compgen -G "$root/tests/$folder/*.cpp" >/dev/null; then
     tsan_targets+=("${folder}_tests")
   fi

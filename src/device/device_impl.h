@@ -6,7 +6,7 @@
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/records.h"
-#include "vendor/imu_reader.h"
+#include "bridge/imu_reader.h"
 
 namespace tovanel::uvc_stereo {
 

@@ -7,7 +7,7 @@
 #include "imu/firmware_gate.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/imu.h"
-#include "vendor/imu_reader.h"
+#include "bridge/imu_reader.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -10,8 +10,8 @@
 #include "imu/model_table.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
-#include "vendor/capability_probe.h"
-#include "vendor/device_selector.h"
+#include "bridge/capability_probe.h"
+#include "bridge/device_selector.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -3,9 +3,9 @@
 
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "vendor/device_enumeration.h"
-#include "vendor/vendor_error_names.h"
-#include "vendor/vendor_status.h"
+#include "bridge/device_enumeration.h"
+#include "bridge/vendor_error_names.h"
+#include "bridge/vendor_status.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

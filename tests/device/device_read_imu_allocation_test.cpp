@@ -10,7 +10,7 @@
 #include "device/device_rig_support.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
-#include "vendor/vendor_backend.h"
+#include "bridge/vendor_backend.h"
 
 // Counts the allocations the current thread makes while counting is on, so a test can prove that a public
 // operation allocates nothing. Every other thread, and this one while counting is off, allocates as usual.

@@ -17,7 +17,7 @@
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "support/rig_cameras.h"
-#include "vendor/process_lock.h"
+#include "bridge/process_lock.h"
 
 // Shared pieces of the device tests: a recorder that observes the settling pauses without spending them, cameras of
 // the supported models, hand-made flash records and views of the vendor calls the rig saw.

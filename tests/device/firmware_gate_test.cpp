@@ -8,7 +8,7 @@
 #include "device/device_rig_support.h"
 #include "imu/model_table.h"
 #include "uvc_stereo/device.h"
-#include "vendor/device_selector.h"
+#include "bridge/device_selector.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -19,7 +19,7 @@
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "vendor/process_lock.h"
+#include "bridge/process_lock.h"
 #include "win/capture_listing.h"
 
 namespace tovanel::uvc_stereo {

@@ -4,7 +4,7 @@
 
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/records.h"
-#include "vendor/process_lock.h"
+#include "bridge/process_lock.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -16,7 +16,7 @@
 #include "uvc_stereo/result.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "support/rig_cameras.h"
-#include "vendor/process_lock.h"
+#include "bridge/process_lock.h"
 #include "win/debug_output.h"
 
 // Shared pieces of the flash transport tests: a rig with one supported camera, a record

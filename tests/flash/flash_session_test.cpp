@@ -6,8 +6,8 @@
 
 #include "flash_rig_support.h"
 #include "uvc_stereo/simulated_rig.h"
-#include "vendor/flash_session.h"
-#include "vendor/process_lock.h"
+#include "bridge/flash_session.h"
+#include "bridge/process_lock.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

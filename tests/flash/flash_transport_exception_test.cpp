@@ -7,7 +7,7 @@
 #include "flash/flash_transport.h"
 #include "flash_rig_support.h"
 #include "uvc_stereo/flash.h"
-#include "vendor/vendor_backend.h"
+#include "bridge/vendor_backend.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

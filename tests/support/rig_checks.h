@@ -13,7 +13,7 @@
 
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "vendor/process_lock.h"
+#include "bridge/process_lock.h"
 
 // Checks that every operation must leave behind, whatever happened inside it: the vendor lock free for this and for
 // any other thread, and each library session it opened closed again. Shared by the fault sweeps and the stress test.

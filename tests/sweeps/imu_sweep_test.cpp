@@ -14,7 +14,7 @@
 #include "sweeps/fault_sweep.h"
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/device.h"
-#include "vendor/capability_probe.h"
+#include "bridge/capability_probe.h"
 
 // Every vendor call of the IMU operations and of the capability probe, failed in turn with each vendor code.
 namespace tovanel::uvc_stereo::sweeps {

@@ -14,7 +14,7 @@
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
-#include "vendor/vendor_backend_override.h"
+#include "bridge/vendor_backend_override.h"
 
 // Power lost at every byte of a record write and in every sector of a multi-sector erase. After each cut, reading the
 // record gives a clear failure (or a whole record, the old or the new one, never another), and writing again restores

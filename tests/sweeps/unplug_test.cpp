@@ -16,7 +16,7 @@
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
-#include "vendor/vendor_backend_override.h"
+#include "bridge/vendor_backend_override.h"
 
 // The camera pulled out in the middle of an operation: between two of its vendor calls, during the firmware pause
 // of an IMU open, and from another thread while its IMU streams. Every operation fails with its exact status, leaves

@@ -1,0 +1,42 @@
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+#include <string>
+
+#include "bridge/device_record_text.h"
+
+namespace tovanel::uvc_stereo::win_detail {
+
+std::string device_record_text(const SonixLib::scWideChar* field, std::size_t capacity) {
+  if (field == nullptr) {
+    return {};
+  }
+  std::size_t length = 0;
+  while (length < capacity && field[length] != 0) {
+    ++length;
+  }
+  if (length == 0) {
+    return {};
+  }
+  // A terminated copy keeps the NUL-terminated length query inside the field even when the
+  // library left no terminator in it.
+  const std::wstring text(field, length);
+  const int needed = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
+  if (needed < 2) {
+    return {};
+  }
+  std::string converted(static_cast<std::size_t>(needed), '\0');
+  const int written = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, converted.data(), needed, nullptr, nullptr);
+  if (written <= 1) {
+    return {};
+  }
+  converted.resize(static_cast<std::size_t>(written - 1));
+  return converted;
+}
+
+}  // namespace tovanel::uvc_stereo::win_detail

@@ -1,0 +1,133 @@
+#include "bridge/imu_reader.h"
+
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <utility>
+#include <vector>
+
+#include "imu/imu_payload.h"
+#include "uvc_stereo/flash_config.h"
+#include "uvc_stereo/vendor_lock.h"
+#include "bridge/device_resolution.h"
+#include "bridge/device_selector.h"
+#include "bridge/extension_unit.h"
+#include "bridge/sonix_camera.h"
+#include "bridge/vendor_status.h"
+#include "win/host_clock.h"
+
+namespace tovanel::uvc_stereo::detail {
+namespace {
+
+// A reader that talks to the camera through the vendor library. It owns one library session, opened by
+// open_imu_platform and closed by its destructor, and a read buffer sized once for the transport.
+class VendorImuReader final : public ImuReader::Impl {
+ public:
+  VendorImuReader(const SonixLib::scDevice_t& handle, const ImuTransportConfig& transport)
+      : handle_(handle), transport_(transport), buffer_(transport.xu_length, 0) {}
+
+  ~VendorImuReader() override {
+    win_detail::SonixGlobalLock lock;
+    SonixCam_UnInit();
+  }
+
+  [[nodiscard]] Result<ReadImuResult> read() override {
+    win_detail::SonixGlobalLock lock;
+    const std::uint64_t t0 = now_ns();
+    std::memset(buffer_.data(), 0, buffer_.size());
+    if (!SonixCam_XuRead(&handle_, buffer_.data(), transport_.xu_length, transport_.xu_selector,
+                         transport_.xu_unit)) {
+      return win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_XuRead", &handle_);
+    }
+    const std::uint64_t t1 = now_ns();
+    Result<ReadImuResult> sample = decode_imu_payload(buffer_.data(), buffer_.size());
+    if (sample.ok()) {
+      // The device samples somewhere inside the transfer; its middle is the best host-side estimate.
+      sample.value().host_timestamp_ns = t1 >= t0 ? t0 + (t1 - t0) / 2 : t0;
+    }
+    lock.unlock();
+    return sample;
+  }
+
+ private:
+  SonixLib::scDevice_t handle_;
+  ImuTransportConfig transport_;
+  std::vector<std::uint8_t> buffer_;
+};
+
+}  // namespace
+
+ImuReader::Impl::~Impl() = default;
+
+ImuReader::ImuReader(std::unique_ptr<Impl> impl) noexcept : impl_(std::move(impl)) {}
+ImuReader::ImuReader(ImuReader&& other) noexcept = default;
+ImuReader& ImuReader::operator=(ImuReader&& other) noexcept = default;
+ImuReader::~ImuReader() = default;
+
+Result<ReadImuResult> ImuReader::read() {
+  if (!impl_) {
+    return Status(ErrorCode::InvalidArgument, "IMU reader is closed or moved-from");
+  }
+  return impl_->read();
+}
+
+Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport) {
+  if (device.serial_number.empty() && device.device_path.empty() &&
+      (device.vendor_id == 0 || device.product_id == 0)) {
+    return Status(ErrorCode::InvalidArgument, "selected device has no Windows device_path, serial_number, or vid/pid");
+  }
+  if (transport.xu_unit == 0 || transport.xu_selector == 0 || transport.xu_length < kImuPayloadSize) {
+    return Status(ErrorCode::InvalidArgument, "invalid IMU transport configuration");
+  }
+
+  win_detail::SonixGlobalLock lock;
+  // True while this function, not a reader, is responsible for ending the library session.
+  bool session_open = false;
+  try {
+    if (!SonixCam_Init()) {
+      Status failure = win_detail::make_vendor_status(ErrorCode::DeviceUnavailable, "SonixCam_Init", nullptr);
+      lock.unlock();
+      return failure;
+    }
+    session_open = true;
+
+    const FlashConfig config = make_device_selector_config(device);
+    Result<win_detail::EnumeratedDevice> resolved = win_detail::resolve_device_with_active_runtime(config, false);
+    if (!resolved.ok()) {
+      Status failure = resolved.status();
+      session_open = false;
+      SonixCam_UnInit();
+      lock.unlock();
+      return failure;
+    }
+    SonixLib::scDevice_t handle = resolved.value().device;
+
+    if (!SonixCam_SetNodeID(&handle, transport.xu_unit, vendor::kExtensionUnitGuid.data())) {
+      Status failure = win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_SetNodeID", &handle);
+      session_open = false;
+      SonixCam_UnInit();
+      lock.unlock();
+      return failure;
+    }
+
+    auto reader = std::make_unique<VendorImuReader>(handle, transport);
+    // From here the reader owns the session and ends it when destroyed.
+    session_open = false;
+    lock.unlock();
+    return ImuReader(std::move(reader));
+  } catch (const std::exception& error) {
+    if (session_open) {
+      SonixCam_UnInit();
+    }
+    lock.unlock();
+    return Status(ErrorCode::InternalError, error.what());
+  } catch (...) {
+    if (session_open) {
+      SonixCam_UnInit();
+    }
+    lock.unlock();
+    return Status(ErrorCode::InternalError, "unknown exception during Windows IMU open");
+  }
+}
+
+}  // namespace tovanel::uvc_stereo::detail

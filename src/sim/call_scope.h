@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sim/registry.h"
+#include "bridge/sonix_camera.h"
+
+namespace tovanel::uvc_stereo::sim {
+
+// One vendor call as the rig serves it: holds the active rig for the call's duration,
+// checks the rules every caller must keep, applies armed faults and records the call
+// when it ends.
+class VendorCallScope {
+ public:
+  VendorCallScope(const char* name, const SonixLib::scDevice_t* device, std::vector<std::int64_t> args);
+  ~VendorCallScope();
+  VendorCallScope(const VendorCallScope&) = delete;
+  VendorCallScope& operator=(const VendorCallScope&) = delete;
+
+  // False when no rig is active; then nothing else may be used and the call fails.
+  [[nodiscard]] bool rig_active() const noexcept { return access_.state() != nullptr; }
+  [[nodiscard]] SimulatedRig::State& rig() const noexcept { return *access_.state(); }
+  // The camera the device record names, plugged or not; null when it names none.
+  [[nodiscard]] CameraState* named_camera() const noexcept;
+
+  void add_violation(std::string text);
+
+  // Counts the call against the armed faults; the fault that makes it fail, if any.
+  [[nodiscard]] std::optional<VendorFault> take_fault();
+  // Lets the call go ahead: false (already failed) when a fault fires, or when it
+  // needs a session and none is open.
+  [[nodiscard]] bool admit(bool needs_session);
+  // admit(true), then the plugged camera the record names; null (already failed) when
+  // the record names no camera of this rig or an unplugged one.
+  [[nodiscard]] CameraState* admit_device();
+
+  // Ends the call as failed, leaving `vendor_code` for SonixCam_GetErrorCode.
+  bool fail(std::int32_t vendor_code, bool error_code_query_fails = false);
+  bool succeed() noexcept;
+
+ private:
+  RigAccess access_;
+  VendorCall record_;
+};
+
+}  // namespace tovanel::uvc_stereo::sim

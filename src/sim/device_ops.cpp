@@ -1,0 +1,148 @@
+// The rig's answers to descriptor, extension-unit and firmware-version requests.
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "sim/backend_ops.h"
+#include "sim/call_scope.h"
+
+namespace tovanel::uvc_stereo::sim {
+namespace {
+
+// The extension unit of the camera's bridge chip; any other GUID names a unit it lacks.
+constexpr std::uint8_t kExtensionUnitGuid[16] = {0x94, 0x73, 0xDF, 0xDD, 0x3E, 0x97, 0x27, 0x47,
+                                                 0xBE, 0xD9, 0x04, 0xED, 0x64, 0x26, 0xDC, 0x67};
+constexpr std::uint8_t kCapabilitySelector = 11;
+constexpr std::uint8_t kCapabilityUnit = 4;
+constexpr std::uint8_t kCapabilityLength = 64;
+
+constexpr std::uint8_t kDescriptorVidPid = 0;
+constexpr std::uint32_t kVidPidLength = 4;
+
+const std::optional<std::string>* string_descriptor(const SimulatedCamera& camera, std::uint8_t type) {
+  switch (type) {
+    case 2:
+      return &camera.product_string;
+    case 3:
+      return &camera.descriptor_3;
+    case 4:
+      return &camera.serial_number;
+    default:
+      return nullptr;
+  }
+}
+
+void write_vid_pid(const SimulatedCamera& camera, std::uint8_t* out) {
+  const auto vid_high = static_cast<std::uint8_t>(camera.vendor_id >> 8);
+  const auto vid_low = static_cast<std::uint8_t>(camera.vendor_id & 0xFFu);
+  const auto pid_high = static_cast<std::uint8_t>(camera.product_id >> 8);
+  const auto pid_low = static_cast<std::uint8_t>(camera.product_id & 0xFFu);
+  if (camera.descriptor_order == DescriptorByteOrder::BigEndian) {
+    out[0] = vid_high;
+    out[1] = vid_low;
+    out[2] = pid_high;
+    out[3] = pid_low;
+  } else {
+    out[0] = vid_low;
+    out[1] = vid_high;
+    out[2] = pid_low;
+    out[3] = pid_high;
+  }
+}
+
+}  // namespace
+
+bool sim_get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, std::uint8_t* buffer, std::uint32_t length,
+                            std::int32_t reserved_a, std::int32_t reserved_b) {
+  VendorCallScope call("SonixCam_GetDevDescriptor", device, {type, length, reserved_a, reserved_b});
+  if (!call.rig_active()) {
+    return false;
+  }
+  CameraState* camera = call.admit_device();
+  if (camera == nullptr) {
+    return false;
+  }
+  if (buffer == nullptr) {
+    return call.fail(SonixLib::ecGetKsControlFail);
+  }
+  if (type == kDescriptorVidPid) {
+    if (length < kVidPidLength) {
+      return call.fail(SonixLib::ecGetKsControlFail);
+    }
+    std::memset(buffer, 0, length);
+    write_vid_pid(camera->config, buffer);
+    return call.succeed();
+  }
+  const std::optional<std::string>* text = string_descriptor(camera->config, type);
+  if (text == nullptr || !text->has_value()) {
+    return call.fail(SonixLib::ecGetKsControlFail);
+  }
+  std::memset(buffer, 0, length);
+  std::memcpy(buffer, (*text)->data(), std::min<std::size_t>((*text)->size(), length));
+  return call.succeed();
+}
+
+bool sim_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, const std::uint8_t guid[16]) {
+  VendorCallScope call("SonixCam_SetNodeID", device, {node_id});
+  if (!call.rig_active() || call.admit_device() == nullptr) {
+    return false;
+  }
+  if (guid == nullptr || std::memcmp(guid, kExtensionUnitGuid, sizeof(kExtensionUnitGuid)) != 0) {
+    return call.fail(SonixLib::ecGetKsControlFail);
+  }
+  return call.succeed();
+}
+
+bool sim_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
+                 std::uint8_t unit_id) {
+  VendorCallScope call("SonixCam_XuRead", device, {length, selector, unit_id});
+  if (!call.rig_active()) {
+    return false;
+  }
+  CameraState* camera = call.admit_device();
+  if (camera == nullptr) {
+    return false;
+  }
+  if (buffer == nullptr) {
+    return call.fail(SonixLib::ecGetKsControlFail);
+  }
+  const SimulatedCamera& config = camera->config;
+  if (selector == kCapabilitySelector && unit_id == kCapabilityUnit && length == kCapabilityLength) {
+    std::memcpy(buffer, config.capability_report.data(), kCapabilityLength);
+    return call.succeed();
+  }
+  if (selector == config.imu_selector && unit_id == config.imu_unit && length >= config.imu_length) {
+    std::memset(buffer, 0, length);
+    if (!camera->imu_status.empty()) {
+      // A status reply carries only its status byte; the IMU took no sample.
+      buffer[0] = camera->imu_status.front();
+      camera->imu_status.pop_front();
+    } else {
+      const ImuPayload sample = camera->imu.next_sample();
+      std::memcpy(buffer, sample.data(), std::min<std::size_t>(sample.size(), length));
+    }
+    return call.succeed();
+  }
+  return call.fail(SonixLib::ecGetKsControlFail);
+}
+
+bool sim_get_version(SonixLib::scDevice_t* device, char* buffer, std::uint32_t length, std::int32_t flags) {
+  VendorCallScope call("SonixCam_GetVersion", device, {length, flags});
+  if (!call.rig_active()) {
+    return false;
+  }
+  CameraState* camera = call.admit_device();
+  if (camera == nullptr) {
+    return false;
+  }
+  if (buffer == nullptr || length == 0) {
+    return call.fail(SonixLib::ecGetKsControlFail);
+  }
+  std::memset(buffer, 0, length);
+  const std::string& version = camera->config.firmware_version;
+  std::memcpy(buffer, version.data(), std::min<std::size_t>(version.size(), length - 1));
+  return call.succeed();
+}
+
+}  // namespace tovanel::uvc_stereo::sim

@@ -1,0 +1,82 @@
+#include "sim/imu.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace tovanel::uvc_stereo::sim {
+namespace {
+
+constexpr std::uint32_t kCounterMask = (1u << 20) - 1;
+constexpr double kSampleRateHz = 200.0;
+constexpr double kAccelCountsPerG = 2048.0;
+constexpr double kGyroCountsPerDps = 16.4;
+constexpr double kTemperatureCountsPerC = 128.0;
+constexpr double kTemperatureOffsetC = 25.0;
+constexpr double kSwayAmplitudeDeg = 20.0;
+constexpr double kSwayFrequencyHz = 0.5;
+constexpr double kPi = 3.14159265358979323846;
+// xorshift32 never leaves zero, so a zero seed is moved to a fixed non-zero start.
+constexpr std::uint32_t kZeroSeedReplacement = 0x9E3779B9u;
+
+std::int16_t to_counts(double value) {
+  const double rounded = std::round(value);
+  return static_cast<std::int16_t>(std::clamp(rounded, static_cast<double>(std::numeric_limits<std::int16_t>::min()),
+                                              static_cast<double>(std::numeric_limits<std::int16_t>::max())));
+}
+
+void store_be16(std::uint8_t* out, std::int16_t value) {
+  const auto bits = static_cast<std::uint16_t>(value);
+  out[0] = static_cast<std::uint8_t>(bits >> 8);
+  out[1] = static_cast<std::uint8_t>(bits & 0xFFu);
+}
+
+}  // namespace
+
+SimulatedImuGenerator::SimulatedImuGenerator(const SimulatedImu& config)
+    : config_(config),
+      counter_(config.first_counter & kCounterMask),
+      noise_state_(config.seed == 0 ? kZeroSeedReplacement : config.seed) {}
+
+int SimulatedImuGenerator::noise(int amplitude) {
+  noise_state_ ^= noise_state_ << 13;
+  noise_state_ ^= noise_state_ >> 17;
+  noise_state_ ^= noise_state_ << 5;
+  const auto span = static_cast<std::uint32_t>(2 * amplitude + 1);
+  return static_cast<int>(noise_state_ % span) - amplitude;
+}
+
+ImuPayload SimulatedImuGenerator::next_sample() {
+  double accel[3] = {0.0, 0.0, kAccelCountsPerG};
+  double gyro[3] = {0.0, 0.0, 0.0};
+  if (config_.motion == ImuMotion::Moving) {
+    // A pendulum-like sway about y: gravity tilts in the x-z plane and the y rate is
+    // the tilt's derivative, so the two sensors tell the same story.
+    const double t = static_cast<double>(samples_) / kSampleRateHz;
+    const double phase = 2.0 * kPi * kSwayFrequencyHz * t;
+    const double tilt_rad = kSwayAmplitudeDeg * kPi / 180.0 * std::sin(phase);
+    const double rate_dps = kSwayAmplitudeDeg * 2.0 * kPi * kSwayFrequencyHz * std::cos(phase);
+    accel[0] = kAccelCountsPerG * std::sin(tilt_rad);
+    accel[2] = kAccelCountsPerG * std::cos(tilt_rad);
+    gyro[1] = rate_dps * kGyroCountsPerDps;
+  }
+  const double temperature = (config_.temperature_c - kTemperatureOffsetC) * kTemperatureCountsPerC + noise(2);
+
+  ImuPayload payload{};
+  store_be16(&payload[0], to_counts(temperature));
+  for (int axis = 0; axis < 3; ++axis) {
+    store_be16(&payload[2 + 2 * axis], to_counts(accel[axis] + noise(4)));
+  }
+  for (int axis = 0; axis < 3; ++axis) {
+    store_be16(&payload[8 + 2 * axis], to_counts(gyro[axis] + noise(2)));
+  }
+  payload[14] = static_cast<std::uint8_t>((counter_ >> 8) & 0xFFu);
+  payload[15] = static_cast<std::uint8_t>(counter_ & 0xFFu);
+  payload[16] = static_cast<std::uint8_t>((counter_ >> 16) & 0x0Fu);
+
+  counter_ = (counter_ + config_.counter_step) & kCounterMask;
+  ++samples_;
+  return payload;
+}
+
+}  // namespace tovanel::uvc_stereo::sim

@@ -1,0 +1,206 @@
+#include "uvc_stereo/simulated_rig.h"
+
+#include <algorithm>
+#include <mutex>
+
+#include "sim/backend.h"
+#include "sim/capture_listing.h"
+#include "sim/registry.h"
+#include "sim/rig_state.h"
+
+namespace tovanel::uvc_stereo::sim {
+namespace {
+
+using Guard = std::lock_guard<std::mutex>;
+
+// The part of [address, address + length) that lies on the chip.
+std::uint32_t on_chip_length(const SimulatedFlash& flash, std::uint32_t address, std::uint64_t length) {
+  if (address >= flash.size()) {
+    return 0;
+  }
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(length, flash.size() - address));
+}
+
+}  // namespace
+
+SimulatedRig::SimulatedRig() : state_(std::make_unique<State>()) {
+  // The state is reachable before the backend is, so no call ever finds it missing.
+  activate_rig(state_.get());
+  vendor::install_vendor_backend(&simulated_vendor_backend());
+  win_detail::install_capture_listing_source(&simulated_capture_listing_source());
+}
+
+SimulatedRig::~SimulatedRig() {
+  // A rig replaced by a newer one leaves the newer one installed.
+  if (!is_active_rig(state_.get())) {
+    return;
+  }
+  vendor::install_vendor_backend(nullptr);
+  win_detail::install_capture_listing_source(nullptr);
+  deactivate_rig(state_.get());
+}
+
+int SimulatedRig::add_camera(const SimulatedCamera& camera) {
+  const Guard guard(state_->mutex);
+  state_->cameras.emplace_back(camera);
+  return static_cast<int>(state_->cameras.size() - 1);
+}
+
+std::size_t SimulatedRig::camera_count() const {
+  const Guard guard(state_->mutex);
+  return state_->cameras.size();
+}
+
+void SimulatedRig::unplug(int camera) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->plugged = false;
+  }
+}
+
+void SimulatedRig::plug(int camera) {
+  const Guard guard(state_->mutex);
+  // Plugging in powers the camera up, so its flash is protected again.
+  if (CameraState* target = state_->camera(camera); target != nullptr && !target->plugged) {
+    target->plugged = true;
+    target->power_cycle();
+  }
+}
+
+void SimulatedRig::set_library_present(bool present) {
+  const Guard guard(state_->mutex);
+  state_->library_present = present;
+}
+
+void SimulatedRig::set_init_fails_without_cameras(bool fails) {
+  const Guard guard(state_->mutex);
+  state_->init_fails_without_cameras = fails;
+}
+
+std::vector<std::uint8_t> SimulatedRig::flash(int camera, std::uint32_t address, std::uint32_t length) const {
+  const Guard guard(state_->mutex);
+  const CameraState* target = state_->camera(camera);
+  if (target == nullptr) {
+    return {};
+  }
+  std::vector<std::uint8_t> bytes(on_chip_length(target->flash, address, length));
+  target->flash.read(address, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+  return bytes;
+}
+
+void SimulatedRig::set_flash(int camera, std::uint32_t address, const std::vector<std::uint8_t>& bytes) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->flash.overwrite(address, bytes.data(), on_chip_length(target->flash, address, bytes.size()));
+  }
+}
+
+bool SimulatedRig::write_protected(int camera) const {
+  const Guard guard(state_->mutex);
+  const CameraState* target = state_->camera(camera);
+  return target == nullptr || target->write_protected();
+}
+
+void SimulatedRig::cut_power_during_write(int camera, std::uint32_t bytes) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->write_power_cut = bytes;
+  }
+}
+
+void SimulatedRig::cut_power_during_erase(int camera, std::uint32_t bytes) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->erase_power_cut = bytes;
+  }
+}
+
+void SimulatedRig::set_stuck_zero_bits(int camera, std::uint32_t address, std::uint8_t mask) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->flash.add_stuck_zero_bits(address, mask);
+  }
+}
+
+void SimulatedRig::set_capability_report(int camera, const std::array<std::uint8_t, 64>& report) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->config.capability_report = report;
+  }
+}
+
+void SimulatedRig::set_firmware_version(int camera, const std::string& version) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->config.firmware_version = version;
+  }
+}
+
+void SimulatedRig::queue_imu_status(int camera, std::uint8_t status_byte) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->imu_status.push_back(status_byte);
+  }
+}
+
+std::uint32_t SimulatedRig::next_imu_counter(int camera) const {
+  const Guard guard(state_->mutex);
+  const CameraState* target = state_->camera(camera);
+  return target == nullptr ? 0 : target->imu.next_counter();
+}
+
+void SimulatedRig::set_capture_devices(OpenCvBackend backend, const std::vector<SimulatedCaptureDevice>& devices) {
+  const Guard guard(state_->mutex);
+  state_->capture_devices[backend] = devices;
+}
+
+void SimulatedRig::set_capture_listing_fails(OpenCvBackend backend, bool fails) {
+  const Guard guard(state_->mutex);
+  if (fails) {
+    state_->failing_listings.insert(backend);
+  } else {
+    state_->failing_listings.erase(backend);
+  }
+}
+
+void SimulatedRig::add_fault(const VendorFault& fault) {
+  const Guard guard(state_->mutex);
+  state_->faults.add(fault);
+}
+
+void SimulatedRig::clear_faults() {
+  const Guard guard(state_->mutex);
+  state_->faults.clear();
+}
+
+std::vector<VendorCall> SimulatedRig::calls() const {
+  const Guard guard(state_->mutex);
+  return state_->calls;
+}
+
+std::vector<std::string> SimulatedRig::call_names() const {
+  const Guard guard(state_->mutex);
+  std::vector<std::string> names;
+  names.reserve(state_->calls.size());
+  for (const VendorCall& call : state_->calls) {
+    names.push_back(call.name);
+  }
+  return names;
+}
+
+void SimulatedRig::clear_calls() {
+  const Guard guard(state_->mutex);
+  state_->calls.clear();
+}
+
+std::vector<std::string> SimulatedRig::violations() const {
+  const Guard guard(state_->mutex);
+  return state_->violations;
+}
+
+int SimulatedRig::open_sessions() const {
+  const Guard guard(state_->mutex);
+  return state_->open_sessions;
+}
+
+}  // namespace tovanel::uvc_stereo::sim

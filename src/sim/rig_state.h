@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "uvc_stereo/simulated_rig.h"
+#include "sim/faults.h"
+#include "sim/flash.h"
+#include "sim/imu.h"
+
+namespace tovanel::uvc_stereo::sim {
+
+// One camera plugged into the rig, with everything that changes while it runs.
+struct CameraState {
+  explicit CameraState(const SimulatedCamera& camera)
+      : config(camera), flash(camera.flash_size, camera.flash_sector_size), imu(camera.imu) {}
+
+  // The flash accepts erases and writes only once both unlock steps have been taken
+  // since the last power-up.
+  [[nodiscard]] bool write_protected() const noexcept { return !(status_register_unlocked && protection_cleared); }
+  // Power-up state of the flash: protection on again.
+  void power_cycle() noexcept {
+    status_register_unlocked = false;
+    protection_cleared = false;
+  }
+
+  SimulatedCamera config;
+  bool plugged = true;
+  SimulatedFlash flash;
+  bool status_register_unlocked = false;
+  bool protection_cleared = false;
+  std::optional<std::uint32_t> write_power_cut;  ///< bytes the next write gets through before power fails
+  std::optional<std::uint32_t> erase_power_cut;  ///< bytes the next erase gets through before power fails
+  SimulatedImuGenerator imu;
+  std::deque<std::uint8_t> imu_status;  ///< status bytes the next IMU reads answer with
+};
+
+// Everything a rig knows; guarded by `mutex`, which is never held while taking the vendor lock.
+struct SimulatedRig::State {
+  [[nodiscard]] CameraState* camera(int index) noexcept {
+    return index >= 0 && static_cast<std::size_t>(index) < cameras.size() ? &cameras[static_cast<std::size_t>(index)]
+                                                                          : nullptr;
+  }
+  [[nodiscard]] const CameraState* camera(int index) const noexcept { return const_cast<State*>(this)->camera(index); }
+  [[nodiscard]] bool any_plugged() const noexcept {
+    for (const CameraState& camera : cameras) {
+      if (camera.plugged) {
+        return true;
+      }
+    }
+    return false;
+  }
+
+  mutable std::mutex mutex;
+  std::vector<CameraState> cameras;
+  bool library_present = true;
+  bool init_fails_without_cameras = true;
+  int open_sessions = 0;
+  std::int32_t last_error = 0;
+  bool last_error_query_fails = false;  ///< the failure behind last_error also breaks SonixCam_GetErrorCode
+  FaultBook faults;
+  std::vector<VendorCall> calls;
+  std::vector<std::string> violations;
+  std::map<OpenCvBackend, std::vector<SimulatedCaptureDevice>> capture_devices;
+  std::set<OpenCvBackend> failing_listings;
+};
+
+}  // namespace tovanel::uvc_stereo::sim

@@ -1,0 +1,60 @@
+#include "bridge/device_record_text.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <initializer_list>
+#include <string>
+
+#include "bridge/sonix_camera.h"
+
+// The wide-string fields of the vendor library's device record in UTF-8, on either
+// platform's conversion (WideCharToMultiByte on Windows).
+namespace tovanel::uvc_stereo::win_detail {
+namespace {
+
+using SonixLib::scWideChar;
+
+// A device-name field holding `units` and zeros after them.
+struct NameField {
+  scWideChar units[SonixLib::kDeviceNameChars] = {};
+
+  NameField(std::initializer_list<unsigned> code_units) {
+    std::size_t i = 0;
+    for (const unsigned unit : code_units) {
+      units[i++] = static_cast<scWideChar>(unit);
+    }
+  }
+};
+
+TEST(DeviceRecordText, AnEmptyFieldIsEmpty) {
+  const NameField field({});
+  EXPECT_EQ(device_record_text(field.units), "");
+  EXPECT_EQ(device_record_text(nullptr, 4), "");
+}
+
+TEST(DeviceRecordText, StopsAtTheFirstNul) {
+  const NameField field({'C', 'a', 'm', 0, 'X'});
+  EXPECT_EQ(device_record_text(field.units), "Cam");
+}
+
+TEST(DeviceRecordText, ConvertsEveryPlaneToUtf8) {
+  const NameField field({'C', 0xE9, ' ', 0x7ACB, 0x4F53, ' ', 0xD83D, 0xDCF7});
+  EXPECT_EQ(device_record_text(field.units), "C\xC3\xA9 \xE7\xAB\x8B\xE4\xBD\x93 \xF0\x9F\x93\xB7");
+}
+
+TEST(DeviceRecordText, AFieldFilledToTheEndWithoutANulIsReadWhole) {
+  NameField field({});
+  for (scWideChar& unit : field.units) {
+    unit = static_cast<scWideChar>('n');
+  }
+  EXPECT_EQ(device_record_text(field.units), std::string(SonixLib::kDeviceNameChars, 'n'));
+}
+
+TEST(DeviceRecordText, ReadsNoFurtherThanTheCapacityItIsGiven) {
+  const NameField field({'a', 'b', 'c', 'd', 'e'});
+  EXPECT_EQ(device_record_text(field.units, 3), "abc");
+}
+
+}  // namespace
+}  // namespace tovanel::uvc_stereo::win_detail

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "bridge/vendor_backend.h"
+
+// Lets a test change single vendor operations of the simulated rig (to throw, to look at the arguments, to stall)
+// while every other operation still reaches the rig.
+namespace tovanel::uvc_stereo::vendor_testing {
+
+// The backend that was active when the newest override was made; replacement operations forward to it.
+inline const vendor::VendorBackend*& overridden_backend() {
+  static const vendor::VendorBackend* backend = nullptr;
+  return backend;
+}
+
+inline const vendor::VendorBackend& rig_backend() { return *overridden_backend(); }
+
+// Installs a copy of the active backend with the entries a test replaced in `table()`, and puts the
+// original back when it goes out of scope. Make it after the rig, so that it ends first.
+class BackendOverride {
+ public:
+  BackendOverride() : original_(&vendor::active_vendor_backend()), table_(*original_) {
+    overridden_backend() = original_;
+  }
+  ~BackendOverride() {
+    vendor::install_vendor_backend(original_);
+    overridden_backend() = nullptr;
+  }
+  BackendOverride(const BackendOverride&) = delete;
+  BackendOverride& operator=(const BackendOverride&) = delete;
+
+  vendor::VendorBackend& table() { return table_; }
+  void install() { vendor::install_vendor_backend(&table_); }
+
+ private:
+  const vendor::VendorBackend* original_;
+  vendor::VendorBackend table_;
+};
+
+}  // namespace tovanel::uvc_stereo::vendor_testing
