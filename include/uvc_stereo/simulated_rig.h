@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "uvc_stereo/backend.h"
+#include "uvc_stereo/capability.h"
 #include "uvc_stereo/export.h"
 
 namespace tovanel::uvc_stereo::sim {
@@ -53,8 +54,11 @@ struct SimulatedCamera {
   // The region the SDK may erase and write; anything else touched is a violation.
   std::uint32_t user_space_address = 0x51000;
   std::uint32_t user_space_size = 0x10000;
-  // The 64 bytes the capability extension unit answers; all zero for a camera
-  // without capability reporting.
+  // The camera's capability report as a record: when engaged, the extension unit answers
+  // it encoded as a camera sends it (CRC-32C included) and `capability_report` is not used.
+  std::optional<CapabilityReport> capability;
+  // The 64 bytes the capability extension unit answers when `capability` is absent: all
+  // zero for a camera without capability reporting, or any malformed report.
   std::array<std::uint8_t, 64> capability_report{};
   // Where the IMU answers (unit id, control selector, minimum read length).
   std::uint8_t imu_unit = 4;
@@ -130,6 +134,7 @@ class UVC_STEREO_API SimulatedRig {
 
   // The camera's capability answer and firmware text can change while plugged.
   void set_capability_report(int camera, const std::array<std::uint8_t, 64>& report);
+  void set_capability_report(int camera, const CapabilityReport& report);
   void set_firmware_version(int camera, const std::string& version);
   // The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order.
   void queue_imu_status(int camera, std::uint8_t status_byte);

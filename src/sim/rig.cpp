@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "capability/capability_report_encoder.h"
 #include "sim/backend.h"
 #include "sim/capture_listing.h"
 #include "sim/registry.h"
@@ -12,6 +13,14 @@ namespace tovanel::uvc_stereo::sim {
 namespace {
 
 using Guard = std::lock_guard<std::mutex>;
+
+// What the camera's extension unit answers: its report record encoded, else its raw bytes.
+SimulatedCamera with_encoded_capability(SimulatedCamera camera) {
+  if (camera.capability) {
+    camera.capability_report = detail::encode_xu_capability_report(*camera.capability);
+  }
+  return camera;
+}
 
 // The part of [address, address + length) that lies on the chip.
 std::uint32_t on_chip_length(const SimulatedFlash& flash, std::uint32_t address, std::uint64_t length) {
@@ -42,7 +51,7 @@ SimulatedRig::~SimulatedRig() {
 
 int SimulatedRig::add_camera(const SimulatedCamera& camera) {
   const Guard guard(state_->mutex);
-  state_->cameras.emplace_back(camera);
+  state_->cameras.emplace_back(with_encoded_capability(camera));
   return static_cast<int>(state_->cameras.size() - 1);
 }
 
@@ -125,7 +134,16 @@ void SimulatedRig::set_stuck_zero_bits(int camera, std::uint32_t address, std::u
 void SimulatedRig::set_capability_report(int camera, const std::array<std::uint8_t, 64>& report) {
   const Guard guard(state_->mutex);
   if (CameraState* target = state_->camera(camera)) {
+    target->config.capability.reset();
     target->config.capability_report = report;
+  }
+}
+
+void SimulatedRig::set_capability_report(int camera, const CapabilityReport& report) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->config.capability = report;
+    target->config.capability_report = detail::encode_xu_capability_report(report);
   }
 }
 
