@@ -1,0 +1,19 @@
+#include "bridge/platform.h"
+#include "bridge/process_lock.h"
+
+namespace tovanel::uvc_stereo::vendor {
+
+PlatformOverride::PlatformOverride(const detail::PlatformTable& replacements) noexcept {
+  layer_.entries = replacements;
+  enter_process_lock();
+  detail::push_platform_layer(layer_);
+  leave_process_lock();
+}
+
+PlatformOverride::~PlatformOverride() {
+  enter_process_lock();
+  detail::remove_platform_layer(layer_);
+  leave_process_lock();
+}
+
+}  // namespace tovanel::uvc_stereo::vendor
