@@ -32,8 +32,17 @@ install(FILES
   ${PROJECT_BINARY_DIR}/${UVC_STEREO_PACKAGE}ConfigVersion.cmake
   DESTINATION ${UVC_STEREO_CMAKE_DIR})
 
-# pkg-config wants the directories relative to ${prefix} when they are inside it, so that a
-# relocated prefix still works.
+# The pkg-config file names its prefix relative to where it is installed (${pcfiledir}), so a
+# prefix moved after the build, or chosen at install time with `cmake --install --prefix`,
+# still resolves to the installed headers and library. A library directory given as an
+# absolute path cannot move with the prefix and is written as it stands.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(UVC_STEREO_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+else()
+  file(RELATIVE_PATH uvc_stereo_pc_to_prefix "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+  string(REGEX REPLACE "/$" "" uvc_stereo_pc_to_prefix "${uvc_stereo_pc_to_prefix}")
+  set(UVC_STEREO_PC_PREFIX "\${pcfiledir}/${uvc_stereo_pc_to_prefix}")
+endif()
 foreach(dir LIBDIR INCLUDEDIR)
   if(IS_ABSOLUTE "${CMAKE_INSTALL_${dir}}")
     set(UVC_STEREO_PC_${dir} "${CMAKE_INSTALL_${dir}}")

@@ -42,3 +42,21 @@ LD_LIBRARY_PATH="$libdir" "$work/consumer-pkgconfig/consumer"
 echo "--- installed tool"
 "$prefix/bin/uvc-stereo" --simulate scan
 "$prefix/bin/uvc-stereo" --simulate config get --index 1
+
+echo "--- pkg-config consumer of a prefix chosen at install time"
+# `cmake --install --prefix` moves the package away from the prefix it was configured for; the
+# pkg-config file must follow it, or a consumer would look for headers that are not there.
+moved="$work/moved"
+cmake --install "$work/sdk" --prefix "$moved"
+moved_pc=$(find "$moved" -name tovanel_uvc_stereo_sdk.pc)
+moved_flags=$(PKG_CONFIG_PATH=$(dirname "$moved_pc") pkg-config --cflags --libs tovanel_uvc_stereo_sdk)
+moved_libdir=$(PKG_CONFIG_PATH=$(dirname "$moved_pc") pkg-config --variable=libdir tovanel_uvc_stereo_sdk)
+case "$moved_flags" in
+  *"$prefix"*) echo "the moved pkg-config file still points into $prefix: $moved_flags" >&2; exit 1 ;;
+esac
+[ -f "$moved_libdir/libtovanel_uvc_stereo_sdk.so" ] || { echo "no library in $moved_libdir" >&2; exit 1; }
+mkdir -p "$work/consumer-moved"
+# shellcheck disable=SC2086  # pkg-config prints several words on purpose
+g++ -std=c++17 -Wall -Wextra -Werror "$root/examples/consumer/main.cpp" -o "$work/consumer-moved/consumer" \
+  $moved_flags
+LD_LIBRARY_PATH="$moved_libdir" "$work/consumer-moved/consumer"
