@@ -17,4 +17,11 @@ struct LinuxKernel {
   int (*ioctl_node)(int fd, unsigned long request, void* argument);
 };
 
+// The running kernel.
+[[nodiscard]] const LinuxKernel& running_linux_kernel() noexcept;
+
+// The kernel the Linux backend uses: the platform table's `linux_kernel` entry when an
+// override sets it (tests, through vendor::PlatformOverride), else the running kernel.
+[[nodiscard]] const LinuxKernel& active_linux_kernel() noexcept;
+
 }  // namespace tovanel::uvc_stereo::vendor
