@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -43,6 +44,10 @@ struct FlashBlob {
 
 // Opens a vendor session on the selected camera and reads one byte of its user space.
 [[nodiscard]] UVC_STEREO_API Status probe_flash_transport(const FlashConfig& config);
+
+// Opens a vendor session on the selected camera and reads its bridge chip's firmware version
+// text, without trailing NUL, tab, line feed, carriage return or space.
+[[nodiscard]] UVC_STEREO_API Result<std::string> read_firmware_version(const FlashConfig& config);
 
 // Reads and validates the configuration record of the selected camera.
 [[nodiscard]] UVC_STEREO_API Result<FlashBlob> read_blob_from_device(const FlashConfig& config);
