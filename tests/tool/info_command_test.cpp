@@ -150,5 +150,43 @@ TEST_F(InfoCommand, ACameraWhoseReadsFailFallsBackAndProvesNothing) {
   EXPECT_EQ(info["transports"]["flash_failure"]["error"].string(), "ReadFailed");
 }
 
+TEST_F(InfoCommand, ShowsEachCamerasFirmwareVersion) {
+  const ToolRun reporting = run_tool({"info", "--index", "0"});
+  ASSERT_EQ(reporting.status, 0) << reporting.err;
+  EXPECT_NE(reporting.out.find("  device path       "), std::string::npos) << reporting.out;
+  EXPECT_NE(reporting.out.find("\n  firmware          V2.4.1-260311\n"), std::string::npos) << reporting.out;
+  const ToolRun legacy = run_tool({"info", "--index", "1", "--json"});
+  ASSERT_EQ(legacy.status, 0) << legacy.err;
+  const JsonValue info = JsonValue::parse(legacy.out);
+  EXPECT_EQ(info["camera"]["firmware_version"].string(), "V1.3.0-251120");
+  EXPECT_TRUE(info["camera"]["firmware_failure"].is_null());
+}
+
+TEST_F(InfoCommand, AFirmwareVersionThatCannotBeReadIsSaidAndTheRestStillShown) {
+  rig_.add_fault(sim::VendorFault{"SonixCam_GetVersion", 1, 0, 7, false});
+  const ToolRun text = run_tool({"info", "--index", "0"});
+  ASSERT_EQ(text.status, 0) << text.err;
+  EXPECT_NE(text.out.find("\n  firmware          not read: ReadFailed: "), std::string::npos) << text.out;
+  EXPECT_NE(text.out.find("  flash JSON        proven\n"), std::string::npos) << text.out;
+  const ToolRun json = run_tool({"info", "--index", "0", "--json"});
+  ASSERT_EQ(json.status, 0) << json.err;
+  const JsonValue info = JsonValue::parse(json.out);
+  EXPECT_TRUE(info["camera"]["firmware_version"].is_null());
+  EXPECT_EQ(info["camera"]["firmware_failure"]["error"].string(), "ReadFailed");
+  EXPECT_NE(info["camera"]["firmware_failure"]["message"].string().find("SonixCam_GetVersion"), std::string::npos);
+}
+
+TEST_F(InfoCommand, TheTextAndTheJsonWriteVidPidAlike) {
+  for (const char* index : {"0", "1"}) {
+    const ToolRun text = run_tool({"info", "--index", index});
+    const ToolRun json = run_tool({"info", "--index", index, "--json"});
+    ASSERT_EQ(text.status, 0) << text.err;
+    ASSERT_EQ(json.status, 0) << json.err;
+    const std::string vidpid = JsonValue::parse(json.out)["camera"]["vidpid"].string();
+    EXPECT_EQ(vidpid.size(), 9u) << vidpid;
+    EXPECT_NE(text.out.find("  vid:pid           " + vidpid + "\n"), std::string::npos) << vidpid << "\n" << text.out;
+  }
+}
+
 }  // namespace
 }  // namespace tovanel::uvc_stereo::tool_testing

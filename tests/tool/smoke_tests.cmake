@@ -27,6 +27,11 @@ if(NOT WIN32)
             -P ${check_exit} ${tool_command} scan)
 endif()
 
+# The README's scan row shows the capture backends in the order the tool prints them.
+add_test(NAME uvc_stereo_readme_capture_order
+  COMMAND ${CMAKE_COMMAND} -DREADME=${PROJECT_SOURCE_DIR}/README.md
+          -P ${CMAKE_CURRENT_SOURCE_DIR}/tool/readme_capture_order.cmake ${tool_command})
+
 # The examples run end to end against their simulated camera.
 if(TARGET example_scan_and_print)
   add_test(NAME example_scan_and_print COMMAND example_scan_and_print --simulate)

@@ -11,6 +11,7 @@
 #include "uvc-stereo/exit_status.h"
 #include "uvc-stereo/json_text.h"
 #include "uvc-stereo/json_writer.h"
+#include "uvc_stereo/flash.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
@@ -20,14 +21,19 @@ CommandSyntax info_syntax() {
   syntax.name = "info";
   syntax.synopsis = "[options]";
   syntax.summary =
-      "Opens one camera and shows where its capabilities come from (its capability report, or the\n"
-      "fixed defaults of a camera without one), its flash user space, IMU transport and conversion\n"
-      "factors, and which transports it proves: the flash, and a valid JSON record in it.";
+      "Opens one camera and shows its firmware version, where its capabilities come from (its\n"
+      "capability report, or the fixed defaults of a camera without one), its flash user space, IMU\n"
+      "transport and conversion factors, and which transports it proves: the flash, and a valid JSON\n"
+      "record in it.";
   syntax.options = camera_selection_options();
   syntax.options.push_back({"json", "", "print the information as JSON"});
   syntax.details = camera_selection_help();
   return syntax;
 }
+
+// The bridge chip's firmware version, or why it could not be read: a camera that answers
+// everything else still has its other facts shown.
+using FirmwareVersion = Result<std::string>;
 
 // What opening the camera with each transport requirement showed.
 struct TransportProof {
@@ -125,8 +131,8 @@ std::string proof_text(bool declared, const std::optional<Status>& failure) {
   return failure ? "not proven: " + failure_text(*failure) : "proven";
 }
 
-void print_text(const SelectedCamera& camera, const Device& device, const ImuConversionOptions& conversion,
-                const TransportProof& proof, Console& console) {
+void print_text(const SelectedCamera& camera, const Device& device, const FirmwareVersion& firmware,
+                const ImuConversionOptions& conversion, const TransportProof& proof, Console& console) {
   const DeviceInfo& info = camera.info;
   const DeviceCapabilityInfo& capability = device.capability_info();
   const FlashConfig& flash = device.flash_config();
@@ -144,6 +150,7 @@ void print_text(const SelectedCamera& camera, const Device& device, const ImuCon
   row("name", or_dash(info.friendly_name));
   row("descriptor", or_dash(info.descriptor_text));
   row("device path", or_dash(info.device_path));
+  row("firmware", firmware.ok() ? firmware.value() : "not read: " + failure_text(firmware.status()));
   row("capture", capture_backends_text(info));
 
   console.out << "Capability\n";
@@ -200,8 +207,8 @@ void write_failure(JsonWriter& json, const char* name, const std::optional<Statu
   json.end_object();
 }
 
-void print_json(const SelectedCamera& camera, const Device& device, const ImuConversionOptions& conversion,
-                const TransportProof& proof, Console& console) {
+void print_json(const SelectedCamera& camera, const Device& device, const FirmwareVersion& firmware,
+                const ImuConversionOptions& conversion, const TransportProof& proof, Console& console) {
   const DeviceCapabilityInfo& capability = device.capability_info();
   const FlashConfig& flash = device.flash_config();
   const detail::ImuTransportConfig imu = device.imu_transport();
@@ -210,6 +217,13 @@ void print_json(const SelectedCamera& camera, const Device& device, const ImuCon
   json.begin_object();
   json.key("camera").begin_object();
   write_device_fields(json, camera.info, camera.index);
+  json.key("firmware_version");
+  if (firmware.ok()) {
+    json.string(firmware.value());
+  } else {
+    json.null();
+  }
+  write_failure(json, "firmware_failure", firmware.ok() ? std::nullopt : std::optional<Status>(firmware.status()));
   json.end_object();
 
   json.key("capability").begin_object();
@@ -295,11 +309,12 @@ int info_body(const ParsedArguments& arguments, Console& console) {
   if (!conversion.ok()) {
     return report_sdk_error(conversion.status(), "reading the IMU conversion factors", console);
   }
+  const FirmwareVersion firmware = read_firmware_version(device.flash_config());
   const TransportProof proof = prove_transports(camera.info, device.capability_info());
   if (arguments.has("json")) {
-    print_json(camera, device, conversion.value(), proof, console);
+    print_json(camera, device, firmware, conversion.value(), proof, console);
   } else {
-    print_text(camera, device, conversion.value(), proof, console);
+    print_text(camera, device, firmware, conversion.value(), proof, console);
   }
   return kExitOk;
 }

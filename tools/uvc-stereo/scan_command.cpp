@@ -16,7 +16,7 @@ CommandSyntax scan_syntax() {
   syntax.synopsis = "[options]";
   syntax.summary =
       "Lists the supported cameras attached now: USB ids, serial number, names, device path, and the\n"
-      "capture index that each capture backend (CAP_MSMF, CAP_DSHOW) gives the camera, to open its video.";
+      "capture index that each capture backend (CAP_DSHOW, CAP_MSMF) gives the camera, to open its video.";
   syntax.options = scan_filter_options();
   syntax.options.push_back({"json", "", "print the list as JSON"});
   syntax.details = "The INDEX column is what --index of the other commands takes (with the same filters).\n";
