@@ -44,3 +44,20 @@ if(TARGET example_scan_and_print)
   set_tests_properties(example_stream_imu PROPERTIES
     PASS_REGULAR_EXPRESSION "counter      19 ")
 endif()
+
+# Standard output that cannot be written is a failure with its own message, never a quiet
+# success: a configuration "saved" to a full disk is no backup. (A shell redirects here.)
+if(NOT WIN32 AND EXISTS /dev/full)
+  set(tool_file $<TARGET_FILE:uvc-stereo>)
+  foreach(case
+      "config_get;--simulate config get --index 0 >/dev/full"
+      "scan_json;--simulate scan --json >/dev/full"
+      "imu_csv;--simulate imu --index 1 --csv --count 5 --rate 0 >/dev/full"
+      "scan_closed;--simulate scan >&-")
+    list(GET case 0 name)
+    list(GET case 1 arguments)
+    add_test(NAME uvc_stereo_smoke_output_error_${name}
+      COMMAND ${CMAKE_COMMAND} -DEXPECTED=3 "-DPATTERN=uvc-stereo: FileError: cannot write standard output: [A-Z]"
+              -P ${check_exit} sh -c "\"${tool_file}\" ${arguments}")
+  endforeach()
+endif()

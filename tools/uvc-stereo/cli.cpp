@@ -49,9 +49,7 @@ int run_config_overview(const std::vector<std::string>& args, Console& console) 
   return report_usage_error("config", "'config' needs 'get' or 'set'", console);
 }
 
-}  // namespace
-
-int run_cli(const std::vector<std::string>& args, Console& console) {
+int run_cli_unchecked(const std::vector<std::string>& args, Console& console) {
   // --simulate may come before the command; it is handed on to the command, which owns it.
   std::vector<std::string> global;
   std::size_t position = 0;
@@ -109,6 +107,13 @@ int run_cli(const std::vector<std::string>& args, Console& console) {
     return run_imu(rest, console);
   }
   return report_usage_error("", "unknown command '" + command + "'", console);
+}
+
+}  // namespace
+
+int run_cli(const std::vector<std::string>& args, Console& console) {
+  // Whatever the command, its output is only a success once it has all been written.
+  return finish_output(run_cli_unchecked(args, console), console);
 }
 
 }  // namespace tovanel::uvc_stereo::cli

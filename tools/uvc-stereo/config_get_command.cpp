@@ -18,7 +18,7 @@ CommandSyntax config_get_syntax() {
       "Prints the JSON configuration stored in the camera's flash, minified as the camera holds it.\n"
       "The record's format version goes to standard error, so the JSON can be piped or saved as is.";
   syntax.options = camera_selection_options();
-  syntax.options.push_back({"out", "FILE", "write the JSON to FILE instead of standard output"});
+  syntax.options.push_back({"out", "FILE", "write the JSON to FILE instead of standard output (- for standard output)"});
   syntax.options.push_back({"pretty", "", "indent the JSON for reading and editing"});
   syntax.details = camera_selection_help() +
                  "The output is accepted unchanged by 'uvc-stereo config set', on this camera or another.\n";
@@ -42,7 +42,8 @@ int config_get_body(const ParsedArguments& arguments, Console& console) {
   const ReadJsonResult& record = read.value();
   const std::string text = (arguments.has("pretty") ? pretty_print_json(record.json) : record.json) + "\n";
   console.err << "format version: " << record.format_version << "\n";
-  if (const std::optional<std::string> out = arguments.value("out")) {
+  // "-" is standard output, as for every file option of the tool.
+  if (const std::optional<std::string> out = arguments.value("out"); out && *out != "-") {
     std::string error;
     if (!write_file(*out, text, error)) {
       return report_file_error(error, console);

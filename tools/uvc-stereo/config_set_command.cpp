@@ -112,8 +112,12 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   for (const std::string& line : diff.lines) {
     console.out << line << "\n";
   }
-  // The changes come before the verdict on standard error, also when both go to one log.
-  console.out.flush();
+  // The changes come before the verdict on standard error, also when both go to one log;
+  // a user who cannot see them has not seen what is about to be written.
+  if (!output_intact(console)) {
+    return report_output_failure("the changes could not be shown; nothing was written to " + describe_camera(camera),
+                                 console);
+  }
   if (dry_run) {
     console.err << "dry run: " << diff.summary() << "; nothing was written to " << describe_camera(camera) << "\n";
     return kExitOk;

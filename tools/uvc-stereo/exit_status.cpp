@@ -1,7 +1,11 @@
 #include "uvc-stereo/exit_status.h"
 
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <string>
+
+#include "uvc-stereo/output_stream.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
@@ -49,6 +53,37 @@ int report_usage_error(std::string_view command, std::string_view message, Conso
 int report_file_error(std::string_view message, Console& console) {
   console.err << "uvc-stereo: FileError: " << message << "\n";
   return kExitFileError;
+}
+
+bool output_intact(Console& console) {
+  console.out.flush();
+  return !console.out.fail();
+}
+
+int report_output_failure(std::string_view context, Console& console) {
+  // Standard output written through a descriptor knows why it failed; other streams do not.
+  const auto* descriptor = dynamic_cast<const DescriptorBuffer*>(console.out.rdbuf());
+  const int error_number = descriptor != nullptr ? descriptor->error_number() : 0;
+  if (error_number == EPIPE) {
+    return kExitFileError;
+  }
+  console.err << "uvc-stereo: FileError: cannot write standard output";
+  if (error_number != 0) {
+    console.err << ": " << std::strerror(error_number);
+  }
+  if (!context.empty()) {
+    console.err << "; " << context;
+  }
+  console.err << "\n";
+  return kExitFileError;
+}
+
+int finish_output(int status, Console& console) {
+  // A command that failed has said why already; its own status stands.
+  if (output_intact(console) || status != kExitOk) {
+    return status;
+  }
+  return report_output_failure({}, console);
 }
 
 std::string_view exit_status_help() {

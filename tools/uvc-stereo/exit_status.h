@@ -34,6 +34,19 @@ inline constexpr int kExitSdkErrorBase = 10;         ///< an SDK error exits wit
 // Prints "uvc-stereo: FileError: <message>" and returns kExitFileError.
 [[nodiscard]] int report_file_error(std::string_view message, Console& console);
 
+// Flushes standard output and tells whether everything written to it so far has arrived.
+[[nodiscard]] bool output_intact(Console& console);
+
+// Says in one line that standard output could not be written, with the reason when the
+// stream knows it ("cannot write standard output: No space left on device; <context>"), and
+// returns kExitFileError. A reader that went away (a closed pipe, as with "| head -1") is
+// not an error worth a line: the run ends quietly with the same status.
+[[nodiscard]] int report_output_failure(std::string_view context, Console& console);
+
+// Ends every command: flushes standard output and, when any of it could not be written,
+// reports it and returns kExitFileError. A command that failed already keeps its status.
+[[nodiscard]] int finish_output(int status, Console& console);
+
 // The help text's table of exit statuses.
 [[nodiscard]] std::string_view exit_status_help();
 
