@@ -2,7 +2,7 @@
 // The SDK validates and minifies the JSON before writing and reads the record back to
 // verify it.
 //
-//   configuration [--simulate]
+//   configuration [--simulate] [--help]
 
 #include <iostream>
 #include <memory>
@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "command_line.h"
 #include "first_camera.h"
 #include "simulated_camera.h"
 #include "uvc_stereo/uvc_stereo.h"
@@ -19,8 +20,14 @@ namespace uvc = tovanel::uvc_stereo;
 using examples::fail;
 
 int main(int argc, char** argv) {
+  const examples::CommandLine command_line = examples::read_command_line(
+      argc, argv, "configuration",
+      "Reads the first camera's JSON configuration, changes it and writes it back, verified.");
+  if (command_line.exit_status) {
+    return *command_line.exit_status;
+  }
   std::unique_ptr<uvc::sim::SimulatedRig> rig;
-  if (examples::wants_simulation(argc, argv)) {
+  if (command_line.simulate) {
     rig = examples::simulated_camera_rig();
   }
 

@@ -3,7 +3,7 @@
 // its backend is what cv::VideoCapture needs to open this very camera (and not another
 // one that happens to come first).
 //
-//   opencv_capture [--simulate]
+//   opencv_capture [--simulate] [--help]
 //
 // With --simulate the scan finds a simulated camera, which has no video: the capture then
 // fails to open, as it would for a camera that another program is using.
@@ -13,14 +13,21 @@
 #include <opencv2/videoio.hpp>
 #include <vector>
 
+#include "command_line.h"
 #include "simulated_camera.h"
 #include "uvc_stereo/uvc_stereo.h"
 
 namespace uvc = tovanel::uvc_stereo;
 
 int main(int argc, char** argv) {
+  const examples::CommandLine command_line =
+      examples::read_command_line(argc, argv, "opencv_capture",
+                                  "Opens each camera's video with OpenCV at the capture index the SDK reports for it.");
+  if (command_line.exit_status) {
+    return *command_line.exit_status;
+  }
   std::unique_ptr<uvc::sim::SimulatedRig> rig;
-  if (examples::wants_simulation(argc, argv)) {
+  if (command_line.simulate) {
     rig = examples::simulated_camera_rig();
   }
 

@@ -2,22 +2,29 @@
 // it: pass that index and backend to your capture code (for example cv::VideoCapture) to
 // open the camera's video.
 //
-//   scan_and_print [--simulate]
+//   scan_and_print [--simulate] [--help]
 
 #include <iomanip>
 #include <iostream>
 #include <memory>
 #include <vector>
 
+#include "command_line.h"
 #include "simulated_camera.h"
 #include "uvc_stereo/uvc_stereo.h"
 
 namespace uvc = tovanel::uvc_stereo;
 
 int main(int argc, char** argv) {
+  const examples::CommandLine command_line = examples::read_command_line(
+      argc, argv, "scan_and_print",
+      "Lists the attached cameras and the capture index that each video backend gives each of them.");
+  if (command_line.exit_status) {
+    return *command_line.exit_status;
+  }
   // Without --simulate the SDK talks to the real cameras through the vendor library.
   std::unique_ptr<uvc::sim::SimulatedRig> rig;
-  if (examples::wants_simulation(argc, argv)) {
+  if (command_line.simulate) {
     rig = examples::simulated_camera_rig();
   }
 

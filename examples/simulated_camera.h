@@ -4,7 +4,6 @@
 // work on a machine with no camera and no vendor library.
 
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -12,15 +11,6 @@
 #include "uvc_stereo/simulated_rig.h"
 
 namespace examples {
-
-inline bool wants_simulation(int argc, char** argv) {
-  for (int i = 1; i < argc; ++i) {
-    if (std::strcmp(argv[i], "--simulate") == 0) {
-      return true;
-    }
-  }
-  return false;
-}
 
 // While the returned rig lives, every SDK call talks to its camera instead of real hardware.
 inline std::unique_ptr<tovanel::uvc_stereo::sim::SimulatedRig> simulated_camera_rig() {

@@ -1,7 +1,7 @@
 // Streams IMU samples from a camera and prints them in physical units: degrees Celsius,
 // g and degrees per second.
 //
-//   stream_imu [--simulate]
+//   stream_imu [--simulate] [--help]
 
 #include <cstdio>
 #include <iostream>
@@ -9,6 +9,7 @@
 #include <optional>
 #include <vector>
 
+#include "command_line.h"
 #include "first_camera.h"
 #include "simulated_camera.h"
 #include "uvc_stereo/uvc_stereo.h"
@@ -18,8 +19,14 @@ namespace uvc = tovanel::uvc_stereo;
 using examples::fail;
 
 int main(int argc, char** argv) {
+  const examples::CommandLine command_line = examples::read_command_line(
+      argc, argv, "stream_imu",
+      "Streams IMU samples from the first camera in degrees Celsius, g and degrees per second.");
+  if (command_line.exit_status) {
+    return *command_line.exit_status;
+  }
   std::unique_ptr<uvc::sim::SimulatedRig> rig;
-  if (examples::wants_simulation(argc, argv)) {
+  if (command_line.simulate) {
     rig = examples::simulated_camera_rig();
   }
 

@@ -43,6 +43,15 @@ if(TARGET example_scan_and_print)
   add_test(NAME example_stream_imu COMMAND example_stream_imu --simulate)
   set_tests_properties(example_stream_imu PROPERTIES
     PASS_REGULAR_EXPRESSION "counter      19 ")
+  # Each example answers --help with what it does and touches no camera; an unknown argument is refused.
+  foreach(example scan_and_print configuration stream_imu)
+    add_test(NAME example_${example}_help COMMAND example_${example} --help)
+    set_tests_properties(example_${example}_help PROPERTIES
+      PASS_REGULAR_EXPRESSION "^Usage: ${example} \\[--simulate\\]\n\n[A-Z][^\n]+\\.\n\nOptions:\n  --simulate  .*  --help  ")
+    add_test(NAME example_${example}_bad_argument
+      COMMAND ${CMAKE_COMMAND} -DEXPECTED=2 "-DPATTERN=^${example}: unknown argument '--simulte' \\(see ${example} --help\\)"
+              -P ${check_exit} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:example_${example}> --simulte)
+  endforeach()
 endif()
 
 # Standard output that cannot be written is a failure with its own message, never a quiet

@@ -1,0 +1,40 @@
+#pragma once
+
+// Shared by the examples: their command line is --simulate and --help, nothing else.
+
+#include <cstring>
+#include <iostream>
+#include <optional>
+
+namespace examples {
+
+struct CommandLine {
+  bool simulate = false;
+  // Set when the program should stop at once with this status: after --help, or a bad option.
+  std::optional<int> exit_status;
+};
+
+// Reads the command line of the example `name`, which does what `summary` says. --help prints
+// the usage to standard output; an unknown argument is a usage error (status 2).
+inline CommandLine read_command_line(int argc, char** argv, const char* name, const char* summary) {
+  CommandLine line;
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--simulate") == 0) {
+      line.simulate = true;
+    } else if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
+      std::cout << "Usage: " << name << " [--simulate]\n\n"
+                << summary << "\n\nOptions:\n"
+                << "  --simulate  run against one simulated camera: no camera or vendor library is needed\n"
+                << "  --help      show this help and exit\n";
+      line.exit_status = 0;
+      return line;
+    } else {
+      std::cerr << name << ": unknown argument '" << argv[i] << "' (see " << name << " --help)\n";
+      line.exit_status = 2;
+      return line;
+    }
+  }
+  return line;
+}
+
+}  // namespace examples
