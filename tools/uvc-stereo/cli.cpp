@@ -85,8 +85,14 @@ int run_cli_unchecked(const std::vector<std::string>& args, Console& console) {
     rest.insert(rest.begin(), "--simulate");
   }
   if (command == "help") {
-    print_overview(console.out);
-    return kExitOk;
+    // "help COMMAND" is "COMMAND --help"; "help" alone is the overview.
+    std::vector<std::string> topic(args.begin() + static_cast<std::ptrdiff_t>(position), args.end());
+    if (topic.empty()) {
+      print_overview(console.out);
+      return kExitOk;
+    }
+    topic.push_back("--help");
+    return run_cli(topic, console);
   }
   if (command == "scan") {
     return run_scan(rest, console);
