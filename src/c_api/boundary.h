@@ -1,0 +1,80 @@
+#pragma once
+
+// What every function of the C interface does at its edge: remember the calling thread's
+// last failure, refuse null and too-small arguments with a clear message, and turn any
+// exception into InternalError so that none ever reaches a C caller.
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <string>
+#include <utility>
+
+#include "uvc_stereo/result.h"
+#include "uvc_stereo/uvc_stereo_c.h"
+
+namespace tovanel::uvc_stereo::c_api {
+
+// Keeps `status` as the calling thread's last failure and returns its code; success is
+// returned as it is and leaves the last failure alone.
+uvc_stereo_error_t fail(const Status& status) noexcept;
+
+// Runs `body` (returning a Status), and reports what it returns or throws.
+template <typename Body>
+uvc_stereo_error_t guarded(const char* function, Body&& body) noexcept {
+  try {
+    const Status status = body();
+    return status.ok() ? UVC_STEREO_OK : fail(status);
+  } catch (const std::exception& failure) {
+    return fail(Status(ErrorCode::InternalError, failure.what()));
+  } catch (...) {
+    return fail(Status(ErrorCode::InternalError, std::string("unknown exception in ") + function));
+  }
+}
+
+// Null pointers are refused with "<function>: <name> is null".
+[[nodiscard]] Status require(const void* pointer, const char* function, const char* name);
+
+// A struct the caller passes in or out must be null-free and at least as large as the
+// first released layout of its type.
+template <typename Struct>
+[[nodiscard]] Status require_struct(const Struct* value, const char* function, const char* name,
+                                    const char* type_name) {
+  Status present = require(value, function, name);
+  if (!present.ok()) {
+    return present;
+  }
+  if (value->struct_size < sizeof(Struct)) {
+    return Status(ErrorCode::InvalidArgument, std::string(function) + ": " + name + "->struct_size is " +
+                                                  std::to_string(value->struct_size) + ", smaller than sizeof(" +
+                                                  type_name + ") " + std::to_string(sizeof(Struct)));
+  }
+  return Status();
+}
+
+// As require_struct, for an optional struct: null passes.
+template <typename Struct>
+[[nodiscard]] Status allow_struct(const Struct* value, const char* function, const char* name,
+                                  const char* type_name) {
+  return value == nullptr ? Status() : require_struct(value, function, name, type_name);
+}
+
+// The first of the checks that failed, else success.
+[[nodiscard]] inline Status first_failure(Status only) { return only; }
+template <typename... Rest>
+[[nodiscard]] Status first_failure(Status first, Rest... rest) {
+  return first.ok() ? first_failure(std::move(rest)...) : first;
+}
+
+// Refuses an index past the end: "<function>: index N is out of range (M <what>)".
+[[nodiscard]] Status require_index(std::size_t index, std::size_t count, const char* function, const char* what);
+
+// Copies `text` and a terminating NUL into the caller's buffer when it fits; reports the
+// size it needs in *required_size (when not null) either way.
+[[nodiscard]] Status copy_text(const std::string& text, char* buffer, std::size_t buffer_size,
+                               std::size_t* required_size, const char* function);
+
+// The C-string view of an optional input string: null reads as "".
+[[nodiscard]] inline const char* or_empty(const char* text) noexcept { return text == nullptr ? "" : text; }
+
+}  // namespace tovanel::uvc_stereo::c_api
