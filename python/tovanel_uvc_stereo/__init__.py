@@ -4,9 +4,22 @@ Scan for cameras (:func:`scan_devices`), open one (:func:`open_device`), read it
 report, read and write its JSON configuration, and stream IMU samples in physical units.
 Failures raise :class:`UvcStereoError` with the SDK's code and exact message.
 :mod:`tovanel_uvc_stereo.sim` runs everything against a simulated camera rig.
+
+The SDK's shared library is loaded at the first call that needs it: from beside this package,
+else from the path in ``TOVANEL_UVC_STEREO_LIBRARY``, else through the system's loader.
 """
 
+from ._device import Device, open_device, scan_devices
 from ._errors import ErrorCode, UvcStereoError
+from ._functions import (
+    convert_imu,
+    crc32_ieee,
+    error_name,
+    library_version,
+    minify_and_validate_json,
+    opencv_backend_name,
+    supported_camera_models,
+)
 from ._library import LIBRARY_ENVIRONMENT_VARIABLE, LibraryNotFoundError, library_path
 from ._records import (
     CAPABILITY_FLASH_USER_SPACE,
@@ -14,6 +27,7 @@ from ._records import (
     TRANSPORT_FLASH,
     TRANSPORT_FLASH_JSON,
     TRANSPORT_IMU,
+    CameraModelId,
     CapabilityReport,
     CapabilitySource,
     ConvertedImuResult,
@@ -22,6 +36,7 @@ from ._records import (
     FlashConfig,
     FlashUserSpace,
     ImuConversionOptions,
+    ImuTransportConfig,
     OpenCvBackend,
     ReadImuResult,
     ReadJsonResult,
@@ -29,3 +44,40 @@ from ._records import (
 )
 
 __version__ = "0.1.0"
+
+__all__ = [
+    "CAPABILITY_FLASH_USER_SPACE",
+    "CAPABILITY_IMU",
+    "TRANSPORT_FLASH",
+    "TRANSPORT_FLASH_JSON",
+    "TRANSPORT_IMU",
+    "CameraModelId",
+    "CapabilityReport",
+    "CapabilitySource",
+    "ConvertedImuResult",
+    "Device",
+    "DeviceCapabilityInfo",
+    "DeviceInfo",
+    "ErrorCode",
+    "FlashConfig",
+    "FlashUserSpace",
+    "ImuConversionOptions",
+    "ImuTransportConfig",
+    "LIBRARY_ENVIRONMENT_VARIABLE",
+    "LibraryNotFoundError",
+    "OpenCvBackend",
+    "ReadImuResult",
+    "ReadJsonResult",
+    "ReportedImuInfo",
+    "UvcStereoError",
+    "convert_imu",
+    "crc32_ieee",
+    "error_name",
+    "library_path",
+    "library_version",
+    "minify_and_validate_json",
+    "open_device",
+    "opencv_backend_name",
+    "scan_devices",
+    "supported_camera_models",
+]

@@ -134,6 +134,23 @@ class ImuConversionOptions:
 
 
 @dataclass
+class ImuTransportConfig:
+    """Where a device's IMU samples are read: extension unit, control selector, bytes per read."""
+
+    xu_unit: int = 4
+    xu_selector: int = 10
+    xu_length: int = 17
+
+
+@dataclass
+class CameraModelId:
+    """The USB identity of one supported camera model."""
+
+    vendor_id: int = 0
+    product_id: int = 0
+
+
+@dataclass
 class ReadImuResult:
     """One raw IMU sample."""
 

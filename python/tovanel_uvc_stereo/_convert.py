@@ -1,0 +1,253 @@
+"""Copies between the C interface's structs and the package's dataclasses.
+
+Everything that comes out of the SDK is copied into Python objects at once, so nothing in
+Python points into memory that a handle owns.
+"""
+
+from __future__ import annotations
+
+import ctypes
+from typing import Dict, Optional
+
+from . import _c
+from ._records import (
+    CapabilityReport,
+    CapabilitySource,
+    ConvertedImuResult,
+    DeviceCapabilityInfo,
+    DeviceInfo,
+    FlashConfig,
+    FlashUserSpace,
+    ImuConversionOptions,
+    ImuTransportConfig,
+    OpenCvBackend,
+    ReadImuResult,
+    ReportedImuInfo,
+)
+
+_UINT_BITS = {"uint8": 8, "uint16": 16, "uint32": 32, "uint64": 64}
+
+
+def checked_uint(name: str, value: int, kind: str) -> int:
+    """``value`` when it fits the unsigned C type ``kind``; ctypes would wrap it silently."""
+    if isinstance(value, bool) or not isinstance(value, int):
+        raise TypeError(f"{name} must be an int, not {type(value).__name__}")
+    if not 0 <= value < (1 << _UINT_BITS[kind]):
+        raise ValueError(f"{name} must fit {kind}, got {value}")
+    return value
+
+
+def checked_int32(name: str, value: int) -> int:
+    if isinstance(value, bool) or not isinstance(value, int):
+        raise TypeError(f"{name} must be an int, not {type(value).__name__}")
+    if not -(1 << 31) <= value < (1 << 31):
+        raise ValueError(f"{name} must fit int32, got {value}")
+    return value
+
+
+def backend_name(backend: int) -> str:
+    return _c.text(_c.lib().uvc_stereo_opencv_backend_name(backend))
+
+
+def _backend_numbers() -> Dict[str, int]:
+    return {backend_name(member.value): member.value for member in OpenCvBackend}
+
+
+def device_info_from_c(info: _c.device_info_t) -> DeviceInfo:
+    count = min(info.backend_index_count, _c.MAX_BACKEND_INDICES)
+    return DeviceInfo(
+        vendor_id=info.vendor_id,
+        product_id=info.product_id,
+        aux_flag_a=bool(info.aux_flag_a),
+        aux_flag_b=bool(info.aux_flag_b),
+        serial_number=_c.text(info.serial_number),
+        descriptor_text=_c.text(info.descriptor_text),
+        friendly_name=_c.text(info.friendly_name),
+        extra_text=_c.text(info.extra_text),
+        device_path=_c.text(info.device_path),
+        backend_indices={
+            backend_name(entry.backend): entry.index for entry in info.backend_indices[:count]
+        },
+    )
+
+
+def device_info_to_c(info: DeviceInfo) -> _c.device_info_t:
+    """The C record of ``info``; its strings live as long as the returned struct."""
+    if not isinstance(info, DeviceInfo):
+        raise TypeError(f"expected a DeviceInfo, not {type(info).__name__}")
+    record = _c.device_info_t()
+    record.vendor_id = checked_uint("vendor_id", info.vendor_id, "uint16")
+    record.product_id = checked_uint("product_id", info.product_id, "uint16")
+    record.aux_flag_a = bool(info.aux_flag_a)
+    record.aux_flag_b = bool(info.aux_flag_b)
+    record.serial_number = _c.encode(info.serial_number)
+    record.descriptor_text = _c.encode(info.descriptor_text)
+    record.friendly_name = _c.encode(info.friendly_name)
+    record.extra_text = _c.encode(info.extra_text)
+    record.device_path = _c.encode(info.device_path)
+    if len(info.backend_indices) > _c.MAX_BACKEND_INDICES:
+        raise ValueError(f"backend_indices holds more than {_c.MAX_BACKEND_INDICES} backends")
+    numbers = _backend_numbers()
+    entries = []
+    for name, index in info.backend_indices.items():
+        if name not in numbers:
+            raise ValueError(f"backend_indices: unknown capture backend {name!r} (known: {', '.join(numbers)})")
+        entries.append((numbers[name], checked_int32(f"backend_indices[{name!r}]", index)))
+    # The C record lists the backends in increasing order, as the C++ map holds them.
+    for slot, (backend, index) in enumerate(sorted(entries)):
+        record.backend_indices[slot].backend = backend
+        record.backend_indices[slot].index = index
+    record.backend_index_count = len(entries)
+    return record
+
+
+def capability_report_from_c(report: _c.capability_report_t) -> CapabilityReport:
+    imu = report.imu
+    return CapabilityReport(
+        major_version=report.major_version,
+        minor_version=report.minor_version,
+        capability_bits=report.capability_bits,
+        flash_user_space=(
+            FlashUserSpace(start=report.flash_user_space_start, size=report.flash_user_space_size)
+            if report.has_flash_user_space
+            else None
+        ),
+        imu=(
+            ReportedImuInfo(
+                model=imu.model.decode("ascii", errors="replace"),
+                xu_unit=imu.xu_unit,
+                xu_selector=imu.xu_selector,
+                xu_length=imu.xu_length,
+                decimal_exponent=imu.decimal_exponent,
+                temperature_offset_c=imu.temperature_offset_c,
+                temperature_lsb_per_c=imu.temperature_lsb_per_c,
+                accel_lsb_per_g=imu.accel_lsb_per_g,
+                gyro_lsb_per_dps=imu.gyro_lsb_per_dps,
+            )
+            if report.has_imu
+            else None
+        ),
+    )
+
+
+def capability_report_to_c(report: CapabilityReport) -> _c.capability_report_t:
+    if not isinstance(report, CapabilityReport):
+        raise TypeError(f"expected a CapabilityReport, not {type(report).__name__}")
+    record = _c.capability_report_t()
+    _c.check(_c.lib().uvc_stereo_capability_report_defaults(ctypes.byref(record)))
+    record.major_version = checked_uint("major_version", report.major_version, "uint8")
+    record.minor_version = checked_uint("minor_version", report.minor_version, "uint8")
+    record.capability_bits = checked_uint("capability_bits", report.capability_bits, "uint64")
+    record.has_flash_user_space = report.flash_user_space is not None
+    if report.flash_user_space is not None:
+        record.flash_user_space_start = checked_uint("flash_user_space.start", report.flash_user_space.start, "uint32")
+        record.flash_user_space_size = checked_uint("flash_user_space.size", report.flash_user_space.size, "uint32")
+    record.has_imu = report.imu is not None
+    if report.imu is not None:
+        imu = report.imu
+        model = imu.model.encode("ascii")
+        if len(model) > 8:
+            raise ValueError(f"imu.model holds at most 8 characters, got {imu.model!r}")
+        record.imu.model = model
+        record.imu.xu_unit = checked_uint("imu.xu_unit", imu.xu_unit, "uint8")
+        record.imu.xu_selector = checked_uint("imu.xu_selector", imu.xu_selector, "uint8")
+        record.imu.xu_length = checked_uint("imu.xu_length", imu.xu_length, "uint8")
+        record.imu.decimal_exponent = checked_uint("imu.decimal_exponent", imu.decimal_exponent, "uint8")
+        record.imu.temperature_offset_c = imu.temperature_offset_c
+        record.imu.temperature_lsb_per_c = imu.temperature_lsb_per_c
+        record.imu.accel_lsb_per_g = imu.accel_lsb_per_g
+        record.imu.gyro_lsb_per_dps = imu.gyro_lsb_per_dps
+    return record
+
+
+def capability_info_from_c(info: _c.capability_info_t) -> DeviceCapabilityInfo:
+    report: Optional[CapabilityReport] = capability_report_from_c(info.report.contents) if info.report else None
+    return DeviceCapabilityInfo(source=CapabilitySource(info.source), report=report, message=_c.text(info.message))
+
+
+def flash_config_from_c(config: _c.flash_config_t) -> FlashConfig:
+    return FlashConfig(
+        vidpid=_c.text(config.vidpid),
+        auto_select=bool(config.auto_select),
+        vendor_id=config.vendor_id,
+        product_id=config.product_id,
+        aux_flag_a=bool(config.aux_flag_a),
+        aux_flag_b=bool(config.aux_flag_b),
+        serial_number=_c.text(config.serial_number),
+        device_path=_c.text(config.device_path),
+        user_space_address=config.user_space_address,
+        erase_sector_size=config.erase_sector_size,
+        magic=config.magic,
+        user_space_size=config.user_space_size,
+        min_header_size=config.min_header_size,
+        max_header_size=config.max_header_size,
+        verify_crc=bool(config.verify_crc),
+        verify_after_write=bool(config.verify_after_write),
+    )
+
+
+def imu_transport_from_c(transport: _c.imu_transport_t) -> ImuTransportConfig:
+    return ImuTransportConfig(
+        xu_unit=transport.xu_unit, xu_selector=transport.xu_selector, xu_length=transport.xu_length
+    )
+
+
+def conversion_options_from_c(options: _c.imu_conversion_options_t) -> ImuConversionOptions:
+    return ImuConversionOptions(
+        temperature_offset_c=options.temperature_offset_c,
+        temperature_lsb_per_c=options.temperature_lsb_per_c,
+        accel_lsb_per_g=options.accel_lsb_per_g,
+        gyro_lsb_per_dps=options.gyro_lsb_per_dps,
+    )
+
+
+def conversion_options_to_c(options: ImuConversionOptions) -> _c.imu_conversion_options_t:
+    if not isinstance(options, ImuConversionOptions):
+        raise TypeError(f"expected ImuConversionOptions, not {type(options).__name__}")
+    record = _c.imu_conversion_options_t()
+    record.temperature_offset_c = options.temperature_offset_c
+    record.temperature_lsb_per_c = options.temperature_lsb_per_c
+    record.accel_lsb_per_g = options.accel_lsb_per_g
+    record.gyro_lsb_per_dps = options.gyro_lsb_per_dps
+    return record
+
+
+def sample_from_c(sample: _c.imu_sample_t) -> ReadImuResult:
+    return ReadImuResult(
+        host_timestamp_ns=sample.host_timestamp_ns,
+        sample_counter=sample.sample_counter,
+        temperature_raw=sample.temperature_raw,
+        accel_raw=tuple(sample.accel_raw),
+        gyro_raw=tuple(sample.gyro_raw),
+    )
+
+
+def _int16s(name: str, values) -> tuple:
+    values = tuple(values)
+    if len(values) != 3:
+        raise ValueError(f"{name} must hold three values (x, y, z), got {len(values)}")
+    for value in values:
+        if isinstance(value, bool) or not isinstance(value, int) or not -(1 << 15) <= value < (1 << 15):
+            raise ValueError(f"{name} values must fit int16, got {value!r}")
+    return values
+
+
+def sample_to_c(raw: ReadImuResult) -> _c.imu_sample_t:
+    if not isinstance(raw, ReadImuResult):
+        raise TypeError(f"expected a ReadImuResult, not {type(raw).__name__}")
+    sample = _c.imu_sample_t()
+    sample.host_timestamp_ns = checked_uint("host_timestamp_ns", raw.host_timestamp_ns, "uint64")
+    sample.sample_counter = checked_uint("sample_counter", raw.sample_counter, "uint32")
+    sample.temperature_raw = _int16s("temperature_raw", (raw.temperature_raw, 0, 0))[0]
+    sample.accel_raw[:] = _int16s("accel_raw", raw.accel_raw)
+    sample.gyro_raw[:] = _int16s("gyro_raw", raw.gyro_raw)
+    return sample
+
+
+def converted_from_c(converted: _c.imu_converted_t) -> ConvertedImuResult:
+    return ConvertedImuResult(
+        host_timestamp_ns=converted.host_timestamp_ns,
+        temperature_c=converted.temperature_c,
+        accel_g=tuple(converted.accel_g),
+        gyro_dps=tuple(converted.gyro_dps),
+    )
