@@ -121,12 +121,37 @@ TEST_F(ImuCommand, WritesAWellFormedSvgPlot) {
   EXPECT_NE(svg.find("IMU of camera 1 (0c45:6366, serial TVS1-01288): 40 samples"), std::string::npos);
 }
 
-TEST_F(ImuCommand, AnUnwritablePlotIsAFileErrorAfterTheStream) {
+TEST_F(ImuCommand, AnUnwritablePlotIsAFileErrorBeforeTheStream) {
   const ScratchDirectory scratch;
-  const ToolRun run =
-      run_tool({"imu", "--index", "0", "--count", "2", "--rate", "0", "--csv", "--plot", scratch.file("no/dir/p.svg")});
-  EXPECT_EQ(run.status, 3);
-  EXPECT_EQ(lines_of(run.out).size(), 3u);
+  for (const std::string& plot : {scratch.file("no/dir/p.svg"), scratch.path().string()}) {
+    const ToolRun run = run_tool({"imu", "--index", "0", "--count", "2", "--rate", "0", "--csv", "--plot", plot});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_EQ(run.out, "") << "no sample may be streamed when the plot cannot be written";
+    EXPECT_EQ(run.err.rfind("uvc-stereo: FileError: cannot write the plot '" + plot + "': ", 0), 0u) << run.err;
+    EXPECT_EQ(lines_of(run.err).size(), 1u) << run.err;
+  }
+  EXPECT_TRUE(rig_.calls().empty()) << "the camera is not touched";
+  EXPECT_EQ(scratch.names(), std::vector<std::string>{});
+}
+
+TEST_F(ImuCommand, CheckingThePlotPathLeavesNoFileBehindWhenTheStreamFails) {
+  const ScratchDirectory scratch;
+  const std::string plot = scratch.file("imu.svg");
+  rig_.queue_imu_status(kReportingCamera, 0xF2);
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0", "--plot", plot});
+  EXPECT_EQ(run.status, 14) << run.err;
+  EXPECT_EQ(scratch.names(), std::vector<std::string>{});
+}
+
+TEST_F(ImuCommand, AnExistingPlotIsReplacedOnlyWhenTheStreamHasSamples) {
+  const ScratchDirectory scratch;
+  const std::string plot = scratch.write("imu.svg", "an earlier plot");
+  rig_.queue_imu_status(kReportingCamera, 0xF2);
+  EXPECT_EQ(run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0", "--plot", plot}).status, 14);
+  EXPECT_EQ(scratch.read(plot), "an earlier plot");
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0", "--plot", plot});
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(svg_problem(scratch.read(plot)), "");
 }
 
 TEST_F(ImuCommand, DurationEndsAPacedStream) {

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <thread>
@@ -15,6 +17,7 @@
 #include "uvc-stereo/imu_stream_stats.h"
 #include "uvc-stereo/json_writer.h"
 #include "uvc-stereo/svg_plot.h"
+#include "uvc-stereo/trace_envelope.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
@@ -25,6 +28,8 @@ constexpr double kDefaultRateHz = 200.0;
 constexpr double kMaxRateHz = 100000.0;
 constexpr std::uint64_t kMaxCount = 1000000000;
 constexpr auto kLiveLineInterval = std::chrono::milliseconds(250);
+// Runs of samples the plot keeps: more than the plot has pixel columns, in about 1 MB.
+constexpr std::size_t kPlotBuckets = 2048;
 
 // Set by Ctrl-C, so an unbounded stream ends cleanly: the IMU is closed and the plot written.
 volatile std::sig_atomic_t g_interrupted = 0;
@@ -57,13 +62,18 @@ CommandSyntax imu_syntax() {
   syntax.options.push_back({"rate", "HZ", "reads per second (default 200; 0 reads as fast as the camera answers)"});
   syntax.options.push_back({"csv", "", "print one CSV line per sample, after a header line"});
   syntax.options.push_back({"json", "", "print one JSON object per line per sample"});
-  syntax.options.push_back({"plot", "FILE", "write an SVG plot of the accelerometer and gyroscope traces"});
+  syntax.options.push_back({"plot", "FILE",
+                            "write an SVG plot of the accelerometer and gyroscope traces when the\n"
+                            "stream ends (FILE is checked before it starts)"});
   syntax.details = camera_selection_help() +
-                 "Without --count or --duration the stream runs until Ctrl-C. A summary line goes to standard\n"
-                 "error at the end. Columns of --csv (and keys of --json): sample (read number), counter (the\n"
-                 "unwrapped sample counter), raw_counter (as the camera sent it), missed (samples skipped just\n"
-                 "before this one), time_s (host time since the first sample), latency_ms (time the read took),\n"
-                 "temperature_c, accel x/y/z in g, gyro x/y/z in deg/s.\n";
+                   "Without --count or --duration the stream runs until Ctrl-C. A summary line goes to standard\n"
+                   "error at the end. Columns of --csv (and keys of --json): sample (read number), counter (the\n"
+                   "unwrapped sample counter), raw_counter (as the camera sent it), missed (samples skipped just\n"
+                   "before this one), time_s (host time since the first sample), latency_ms (time the read took),\n"
+                   "temperature_c, accel x/y/z in g, gyro x/y/z in deg/s.\n"
+                   "\n"
+                   "The plot keeps the first, lowest, highest and last values of each stretch of the stream in a\n"
+                   "fixed 1 MB, so a stream of any length can be plotted and its spikes still show.\n";
   return syntax;
 }
 
@@ -169,37 +179,54 @@ std::string json_line(const StreamSample& s) {
   return json.text();
 }
 
-// The traces kept for the plot.
-struct Traces {
-  std::vector<double> time_s;
-  std::vector<double> accel[3];
-  std::vector<double> gyro[3];
+// The plot's traces: accelerometer x/y/z, then gyroscope x/y/z.
+constexpr std::size_t kPlotChannels = 6;
 
-  void add(const StreamSample& s) {
-    time_s.push_back(s.time_s);
-    for (int axis = 0; axis < 3; ++axis) {
-      accel[axis].push_back(s.converted.accel_g[static_cast<std::size_t>(axis)]);
-      gyro[axis].push_back(s.converted.gyro_dps[static_cast<std::size_t>(axis)]);
-    }
+void add_to_plot(TraceEnvelope& traces, const StreamSample& s) {
+  const double values[kPlotChannels] = {s.converted.accel_g[0],  s.converted.accel_g[1],  s.converted.accel_g[2],
+                                        s.converted.gyro_dps[0], s.converted.gyro_dps[1], s.converted.gyro_dps[2]};
+  traces.add(s.time_s, values);
+}
+
+// Whether `path` can take the plot, found out before the stream starts and without changing
+// any file: an existing file is opened for appending and left as it was; a new one is created
+// and removed again. The plot itself is written only when the stream has ended.
+bool plot_path_writable(const std::string& path, std::string& error) {
+  errno = 0;
+  std::FILE* existing = std::fopen(path.c_str(), "rb");
+  const bool exists = existing != nullptr;
+  if (existing != nullptr) {
+    std::fclose(existing);
   }
-};
+  errno = 0;
+  std::FILE* file = std::fopen(path.c_str(), exists ? "ab" : "wb");
+  if (file == nullptr) {
+    error = "cannot write the plot '" + path + "': " + std::strerror(errno != 0 ? errno : EACCES);
+    return false;
+  }
+  std::fclose(file);
+  if (!exists) {
+    std::remove(path.c_str());
+  }
+  return true;
+}
 
-int write_plot(const std::string& path, const Traces& traces, const SelectedCamera& camera, Console& console) {
+int write_plot(const std::string& path, const TraceEnvelope& traces, const SelectedCamera& camera, Console& console) {
   static const char* const kAxisNames[3] = {"x", "y", "z"};
   static const char* const kAxisColors[3] = {"#d62728", "#2ca02c", "#1f77b4"};
+  TraceEnvelope::Points points = traces.points();
   std::vector<PlotPanel> panels(2);
   panels[0].title = "Accelerometer";
   panels[0].unit = "acceleration (g)";
   panels[1].title = "Gyroscope";
   panels[1].unit = "angular rate (deg/s)";
-  for (int axis = 0; axis < 3; ++axis) {
-    panels[0].series.push_back({kAxisNames[axis], kAxisColors[axis], traces.accel[axis]});
-    panels[1].series.push_back({kAxisNames[axis], kAxisColors[axis], traces.gyro[axis]});
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    panels[0].series.push_back({kAxisNames[axis], kAxisColors[axis], std::move(points.values[axis])});
+    panels[1].series.push_back({kAxisNames[axis], kAxisColors[axis], std::move(points.values[3 + axis])});
   }
-  const std::string title =
-      "IMU of " + describe_camera(camera) + ": " + std::to_string(traces.time_s.size()) + " samples";
+  const std::string title = "IMU of " + describe_camera(camera) + ": " + std::to_string(traces.samples()) + " samples";
   std::string error;
-  if (!write_file(path, render_svg_plot(title, traces.time_s, panels), error)) {
+  if (!write_file(path, render_svg_plot(title, points.time_s, panels), error)) {
     return report_file_error(error, console);
   }
   console.err << "plot written to " << path << "\n";
@@ -211,6 +238,13 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   const std::optional<StreamOptions> options = stream_options(arguments, console, exit_status);
   if (!options) {
     return exit_status;
+  }
+  // A plot that cannot be written is found now, not after a stream the user waited for.
+  if (options->plot) {
+    std::string error;
+    if (!plot_path_writable(*options->plot, error)) {
+      return report_file_error(error, console);
+    }
   }
   const Selection selection = select_camera("imu", arguments, console);
   if (!selection.camera) {
@@ -231,7 +265,7 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
     console.out << csv_header() << "\n";
   }
   ImuStreamStats stats;
-  Traces traces;
+  TraceEnvelope traces(kPlotChannels, kPlotBuckets);
   std::optional<Status> failure;
   std::uint64_t first_timestamp_ns = 0;
   const Clock::time_point start = Clock::now();
@@ -293,7 +327,7 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
       console.out << json_line(sample) << "\n";
     }
     if (options->plot) {
-      traces.add(sample);
+      add_to_plot(traces, sample);
     }
     if (console.err_is_terminal && after >= next_live_line) {
       console.err << "\r" << stats.live_line() << "   " << std::flush;
@@ -310,7 +344,7 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   console.err << stats.summary() << "\n";
 
   int plot_status = kExitOk;
-  if (options->plot && !traces.time_s.empty()) {
+  if (options->plot && traces.samples() != 0) {
     plot_status = write_plot(*options->plot, traces, camera, console);
   }
   if (failure) {
