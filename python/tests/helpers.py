@@ -57,7 +57,13 @@ def reporting_capability(**imu_fields) -> uvc.CapabilityReport:
 
 def reporting_camera(**fields):
     """A supported camera that sends reporting_capability(), with its user space where the report says."""
-    camera = dict(capability=reporting_capability(), user_space_address=0x60000, user_space_size=0x8000)
+    camera = dict(
+        capability=reporting_capability(),
+        user_space_address=0x60000,
+        user_space_size=0x8000,
+        imu_unit=5,
+        imu_selector=3,
+    )
     camera.update(fields)
     return supported_camera(**camera)
 
