@@ -1,0 +1,99 @@
+#!/usr/bin/env python3
+"""What Python's Device.read_imu_samples(1000) costs per sample against the simulated rig,
+beside the same reads and conversions through the C++ interface.
+
+    python3 bench_read_imu.py [--quick] [--cpp-program PATH]
+
+--cpp-program names the built cpp_read_imu program (cpp_read_imu.cpp beside this file), whose
+figure is the floor: the SDK's own work and the rig's for one sample. The Python overhead per
+sample is the difference. Each figure is the best of several rounds of 1000 samples.
+"""
+
+import argparse
+import subprocess
+import sys
+import time
+
+import tovanel_uvc_stereo as uvc
+from tovanel_uvc_stereo import _numpy, sim
+
+SAMPLES = 1000
+PATH = r"\\?\usb#vid_0c45&pid_6366&mi_00#7&1a2b3c4d&0&0000#{e5323777-f976-4f5b-9b55-b94699c46e44}\global"
+
+
+def best_ns_per_sample(read, rounds: int) -> float:
+    best = float("inf")
+    for _ in range(rounds):
+        start = time.perf_counter_ns()
+        samples = read(SAMPLES)
+        elapsed = time.perf_counter_ns() - start
+        if len(samples) != SAMPLES:
+            raise SystemExit(f"read {len(samples)} samples, not {SAMPLES}")
+        best = min(best, elapsed / SAMPLES)
+    return best
+
+
+def cpp_ns_per_sample(program: str, quick: bool) -> float:
+    output = subprocess.run(
+        [program] + (["--quick"] if quick else []), check=True, capture_output=True, text=True
+    ).stdout
+    name, value = output.split()[:2]
+    if name != "cpp_read_imu_ns_per_sample":
+        raise SystemExit(f"unexpected output from {program}: {output!r}")
+    return float(value)
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--quick", action="store_true", help="two rounds: proves the benchmark runs")
+    parser.add_argument("--cpp-program", help="the built cpp_read_imu program, for the C++ figure")
+    arguments = parser.parse_args()
+    rounds = 2 if arguments.quick else 15
+
+    figures = {}
+    with sim.SimulatedRig() as rig:
+        model = uvc.supported_camera_models()[0]
+        rig.add_camera(
+            vendor_id=model.vendor_id,
+            product_id=model.product_id,
+            device_path=PATH,
+            device_name="Tovanel Stereo Camera",
+            serial_number="BENCH-0001",
+            imu=sim.SimulatedImu(motion=sim.ImuMotion.Moving),
+        )
+        (info,) = uvc.scan_devices()
+        with uvc.open_device(info) as device:
+            device.open_imu()
+            device.read_imu_samples(SAMPLES)  # buffers made, caches warm
+            if _numpy.numpy_module() is not None:
+                figures["Python read_imu_samples(1000), numpy array"] = best_ns_per_sample(
+                    device.read_imu_samples, rounds
+                )
+            real_numpy_module = _numpy.numpy_module
+            _numpy.numpy_module = lambda: None
+            try:
+                figures["Python read_imu_samples(1000), list (no numpy)"] = best_ns_per_sample(
+                    device.read_imu_samples, rounds
+                )
+            finally:
+                _numpy.numpy_module = real_numpy_module
+            figures["Python read_imu() + convert_imu() per sample"] = best_ns_per_sample(
+                lambda n: [device.convert_imu(device.read_imu()) for _ in range(n)], rounds
+            )
+            device.close_imu()
+
+    floor = None
+    if arguments.cpp_program:
+        floor = cpp_ns_per_sample(arguments.cpp_program, arguments.quick)
+
+    print(f"{'per sample, against the simulated rig':52} {'ns':>8} {'overhead vs C++':>16}")
+    if floor is not None:
+        print(f"{'C++ Device::read_imu + convert_imu':52} {floor:8.0f} {'':>16}")
+    for name, value in figures.items():
+        overhead = f"{(value - floor) / 1000:13.2f} us" if floor is not None else ""
+        print(f"{name:52} {value:8.0f} {overhead:>16}")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
