@@ -20,7 +20,8 @@ from ._functions import (
     opencv_backend_name,
     supported_camera_models,
 )
-from ._library import LIBRARY_ENVIRONMENT_VARIABLE, LibraryNotFoundError, library_path
+from ._c import library_path
+from ._library import LIBRARY_ENVIRONMENT_VARIABLE, LibraryNotFoundError
 from ._records import (
     CAPABILITY_FLASH_USER_SPACE,
     CAPABILITY_IMU,

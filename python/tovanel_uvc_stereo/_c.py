@@ -305,22 +305,29 @@ _PROTOTYPES = {
 class _Bound:
     lock = threading.Lock()
     library: Optional[ctypes.CDLL] = None
+    path: str = ""
 
 
 def lib() -> ctypes.CDLL:
-    """The library with every function of the C interface bound; loaded on first use."""
+    """The library with every function of the C interface bound; found and loaded on first use."""
     bound = _Bound.library
     if bound is not None:
         return bound
     with _Bound.lock:
         if _Bound.library is None:
-            library = _library.library()
+            library, path = _library.find_and_load()
             for name, (restype, argtypes) in _PROTOTYPES.items():
                 function = getattr(library, name)
                 function.restype = restype
                 function.argtypes = argtypes
-            _Bound.library = library
+            _Bound.library, _Bound.path = library, path
         return _Bound.library
+
+
+def library_path() -> str:
+    """Where the loaded library came from (loading it if needed)."""
+    lib()
+    return _Bound.path
 
 
 def text(raw: Optional[bytes]) -> str:

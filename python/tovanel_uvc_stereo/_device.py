@@ -12,6 +12,7 @@ from typing import List, Optional, Union
 
 from . import _c, _convert, _numpy
 from ._errors import ErrorCode, UvcStereoError
+from ._handle import OwnedHandle
 from ._records import (
     ConvertedImuResult,
     DeviceCapabilityInfo,
@@ -96,10 +97,10 @@ class _ImuBuffers:
         self.converted_address = ctypes.addressof(self.converted)
 
 
-class Device:
+class Device(OwnedHandle):
     """An opened camera, made by :func:`open_device`.
 
-    Use it in a ``with`` block or call :meth:`close`; closing also closes an open IMU.
+    Use it in a ``with`` block or call ``close()``; closing also closes an open IMU.
     A closed device refuses every operation with ``InvalidArgument: device is closed or
     moved-from``; its ``info``, ``capability_info`` and ``flash_config`` are then the
     defaults, as for a moved-from C++ ``Device``. One device is used from one thread at a time.
@@ -112,32 +113,11 @@ class Device:
             self._open_order = next(_open_order)
             _open_devices.add(self)
 
-    # --- lifetime -------------------------------------------------------------------
-
-    def close(self) -> None:
-        """Closes the camera (and its IMU, ending its camera session). Closing twice is harmless."""
-        handle, self._handle = self._handle, None
-        if handle is not None:
-            with _open_lock:
-                _open_devices.discard(self)
-            _c.lib().uvc_stereo_device_close(handle)
-
-    @property
-    def closed(self) -> bool:
-        return self._handle is None
-
-    def __enter__(self) -> "Device":
-        return self
-
-    def __exit__(self, *exc_info) -> None:
-        self.close()
-
-    def __del__(self):
-        # A device dropped without close() still ends its camera session.
-        try:
-            self.close()
-        except Exception:  # noqa: BLE001  (the interpreter may be shutting down)
-            pass
+    def _release(self, handle: int) -> None:
+        # Closing also closes an open IMU, which ends its camera session.
+        with _open_lock:
+            _open_devices.discard(self)
+        _c.lib().uvc_stereo_device_close(handle)
 
     def __repr__(self) -> str:
         if self._handle is None:

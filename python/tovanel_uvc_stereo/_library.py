@@ -7,7 +7,7 @@ The library is looked for in a fixed order, and the first copy that loads wins:
 3. the system's loader (``LD_LIBRARY_PATH``, the loader cache, ``PATH`` on Windows).
 
 When none loads, :class:`LibraryNotFoundError` lists every place looked at and why
-each failed. The library is loaded once, at the first call that needs it.
+each failed. The package loads the library once, at the first call that needs it (``_c.lib``).
 """
 
 from __future__ import annotations
@@ -16,7 +16,6 @@ import ctypes
 import ctypes.util
 import os
 import sys
-import threading
 from pathlib import Path
 from typing import List, Mapping, Optional, Sequence, Tuple
 
@@ -110,26 +109,3 @@ def _system_names() -> List[str]:
         return [found] if found else [f"{_BASE_NAME}.dll"]
     return library_file_names()
 
-
-class _Loaded:
-    lock = threading.Lock()
-    library: Optional[ctypes.CDLL] = None
-    path: Optional[str] = None
-
-
-def library() -> ctypes.CDLL:
-    """The loaded library, loading it on first use."""
-    loaded = _Loaded.library
-    if loaded is not None:
-        return loaded
-    with _Loaded.lock:
-        if _Loaded.library is None:
-            _Loaded.library, _Loaded.path = find_and_load()
-        return _Loaded.library
-
-
-def library_path() -> str:
-    """Where the loaded library came from (loading it if needed)."""
-    library()
-    assert _Loaded.path is not None
-    return _Loaded.path

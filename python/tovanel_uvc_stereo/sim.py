@@ -23,6 +23,7 @@ from dataclasses import dataclass, field
 from typing import Any, List, Optional, Sequence, Tuple, Union
 
 from . import _c, _convert, _device
+from ._handle import OwnedHandle
 from ._records import CapabilityReport
 
 __all__ = [
@@ -125,8 +126,8 @@ def _report_bytes(name: str, value: Union[bytes, bytearray, Sequence[int]]) -> b
     return data
 
 
-class SimulatedRig:
-    """A simulated camera rig, in force from its creation until :meth:`close` (or the end of its ``with`` block).
+class SimulatedRig(OwnedHandle):
+    """A simulated camera rig, in force from its creation until ``close()`` (or the end of its ``with`` block).
 
     One rig is in force at a time (the newest).
     """
@@ -138,30 +139,10 @@ class SimulatedRig:
         _c.check(self._lib.uvc_stereo_rig_create(byref(handle)))
         self._handle: Optional[int] = handle.value
 
-    # --- lifetime -------------------------------------------------------------------
-
-    def close(self) -> None:
-        """Closes the devices opened while the rig was in force, then removes the rig. Closing twice is harmless."""
-        handle, self._handle = self._handle, None
-        if handle is not None:
-            _device.close_devices_opened_after(self._opened_before)
-            self._lib.uvc_stereo_rig_destroy(handle)
-
-    @property
-    def closed(self) -> bool:
-        return self._handle is None
-
-    def __enter__(self) -> "SimulatedRig":
-        return self
-
-    def __exit__(self, *exc_info) -> None:
-        self.close()
-
-    def __del__(self):
-        try:
-            self.close()
-        except Exception:  # noqa: BLE001  (the interpreter may be shutting down)
-            pass
+    def _release(self, handle: int) -> None:
+        # Devices opened on the rig go first: their sessions belong to it.
+        _device.close_devices_opened_after(self._opened_before)
+        self._lib.uvc_stereo_rig_destroy(handle)
 
     def _live(self) -> int:
         if self._handle is None:
