@@ -29,6 +29,31 @@ std::vector<std::string> fields_of(const std::string& line) {
 
 class ImuCommand : public ScenarioTest {};
 
+// Runs the tool with standard output and standard error as terminals or not, and the given width.
+ToolRun run_on_screen(const std::vector<std::string>& args, bool out_is_terminal, bool err_is_terminal,
+                      std::size_t err_columns = 0) {
+  std::istringstream in;
+  std::ostringstream out;
+  std::ostringstream err;
+  cli::Console console{in, out, err, err_is_terminal};
+  console.out_is_terminal = out_is_terminal;
+  console.err_columns = err_columns;
+  ToolRun run;
+  run.status = cli::run_cli(args, console);
+  run.out = out.str();
+  run.err = err.str();
+  return run;
+}
+
+// The text drawn last on each line of a terminal, as a person sees it after every carriage return.
+std::vector<std::string> screen_lines(const std::string& text) {
+  std::vector<std::string> lines;
+  for (const std::string& line : lines_of(text)) {
+    lines.push_back(line.substr(line.rfind('\r') == std::string::npos ? 0 : line.rfind('\r') + 1));
+  }
+  return lines;
+}
+
 TEST_F(ImuCommand, CsvHasAHeaderAndOneLinePerSample) {
   const ToolRun run = run_tool({"imu", "--index", "0", "--count", "5", "--csv", "--rate", "0"});
   ASSERT_EQ(run.status, 0) << run.err;
@@ -203,6 +228,76 @@ TEST_F(ImuCommand, MalformedOptionsAreUsageErrors) {
     EXPECT_EQ(run_tool(args).status, 2) << ::testing::PrintToString(args);
   }
   EXPECT_TRUE(rig_.calls().empty());
+}
+
+TEST_F(ImuCommand, ATerminalShowsReadableValuesWithoutALiveLineOverThem) {
+  const ToolRun run = run_on_screen({"imu", "--index", "0", "--count", "30", "--rate", "0"}, true, true);
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> rows = lines_of(run.out);
+  // The header, the first sample at once and the last one at the end, and one every 250 ms between.
+  ASSERT_GE(rows.size(), 3u) << run.out;
+  EXPECT_EQ(
+      rows[0],
+      "    time s   temp C   accel x g  accel y g  accel z g  gyro x dps  gyro y dps  gyro z dps   rate Hz  missed");
+  for (std::size_t i = 1; i < rows.size(); ++i) {
+    std::istringstream row(rows[i]);
+    double time_s = 0;
+    double temperature = 0;
+    double accel[3] = {};
+    double gyro[3] = {};
+    double rate = 0;
+    unsigned missed = 9;
+    row >> time_s >> temperature >> accel[0] >> accel[1] >> accel[2] >> gyro[0] >> gyro[1] >> gyro[2] >> rate >> missed;
+    ASSERT_FALSE(row.fail()) << rows[i];
+    EXPECT_NEAR(temperature, 34.25, 0.1) << rows[i];
+    EXPECT_NEAR(accel[2], 1.0, 0.01) << rows[i];
+    EXPECT_NEAR(gyro[1], 0.0, 0.5) << rows[i];
+    EXPECT_EQ(missed, 0u) << rows[i];
+  }
+  EXPECT_EQ(run.out.find('\r'), std::string::npos);
+  // Standard error on the same screen gets the closing summary alone, never a line drawn over the rows.
+  EXPECT_EQ(run.err.find('\r'), std::string::npos) << run.err;
+  ASSERT_EQ(lines_of(run.err).size(), 1u) << run.err;
+  EXPECT_EQ(run.err.rfind("read 30 samples in ", 0), 0u) << run.err;
+}
+
+TEST_F(ImuCommand, CsvRowsOnATerminalAreNeverBrokenByTheLiveLine) {
+  const ToolRun run = run_on_screen({"imu", "--index", "0", "--count", "5", "--rate", "0", "--csv"}, true, true);
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> lines = lines_of(run.out);
+  ASSERT_EQ(lines.size(), 6u) << run.out;
+  for (std::size_t i = 1; i < lines.size(); ++i) {
+    EXPECT_EQ(fields_of(lines[i]).size(), 13u) << lines[i];
+  }
+  EXPECT_EQ(run.err.find('\r'), std::string::npos) << run.err;
+}
+
+TEST_F(ImuCommand, NoReadableValuesGoIntoAFileOrAPipe) {
+  const ToolRun run = run_on_screen({"imu", "--index", "0", "--count", "5", "--rate", "0"}, false, true);
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.out, "");
+  EXPECT_NE(run.err.find("\r5 samples  "), std::string::npos) << run.err;
+}
+
+TEST_F(ImuCommand, TheLiveLineNeverWrapsOnANarrowTerminal) {
+  for (const std::size_t columns : {std::size_t{24}, std::size_t{40}, std::size_t{0}}) {
+    const ToolRun run =
+        run_on_screen({"imu", "--index", "1", "--duration", "0.6", "--rate", "400", "--csv"}, false, true, columns);
+    ASSERT_EQ(run.status, 0) << run.err;
+    const std::size_t width = columns == 0 ? 80 : columns;
+    // Every drawing of the live line, and what it leaves on screen, fits in one row of the terminal.
+    std::istringstream drawings(run.err);
+    for (std::string drawing; std::getline(drawings, drawing, '\r');) {
+      const std::string shown = drawing.substr(0, drawing.find('\n'));
+      EXPECT_LT(shown.size(), width) << "'" << shown << "' on " << columns << " columns";
+    }
+    // What stays on screen: the last live line, cut to fit, then the summary on a line of its own.
+    const std::vector<std::string> screen = screen_lines(run.err);
+    ASSERT_EQ(screen.size(), 2u) << run.err;
+    const std::string full = std::to_string(lines_of(run.out).size() - 1) + " samples  ";
+    EXPECT_EQ(screen[0].rfind(full.substr(0, width - 1), 0), 0u) << screen[0];
+    EXPECT_EQ(screen[1].rfind("read ", 0), 0u) << screen[1];
+  }
 }
 
 // A camera whose counter advances by three per read: two samples missed before each one.

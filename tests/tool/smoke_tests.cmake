@@ -32,6 +32,21 @@ add_test(NAME uvc_stereo_readme_capture_order
   COMMAND ${CMAKE_COMMAND} -DREADME=${PROJECT_SOURCE_DIR}/README.md
           -P ${CMAKE_CURRENT_SOURCE_DIR}/tool/readme_capture_order.cmake ${tool_command})
 
+# Ctrl-C and SIGTERM end an endless IMU stream cleanly: complete rows, the summary, the plot.
+if(NOT WIN32)
+  foreach(signal TERM INT)
+    add_test(NAME uvc_stereo_smoke_imu_stops_on_sig${signal}
+      COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/tool/imu_stops_on_signal.sh $<TARGET_FILE:uvc-stereo>
+              ${CMAKE_CURRENT_BINARY_DIR}/imu_stops_on_sig${signal} ${signal})
+  endforeach()
+  # An endless stream whose rows cannot be written stops instead of reading on for nobody.
+  add_test(NAME uvc_stereo_smoke_imu_endless_to_full_disk
+    COMMAND ${CMAKE_COMMAND} -DEXPECTED=3
+            "-DPATTERN=^read [0-9]+ samples in [^\n]*\nuvc-stereo: FileError: cannot write standard output: [^\n]*; the stream was stopped after [0-9]+ samples\n$"
+            -P ${check_exit} sh -c "\"$<TARGET_FILE:uvc-stereo>\" --simulate imu --index 1 --csv --rate 0 >/dev/full")
+  set_tests_properties(uvc_stereo_smoke_imu_endless_to_full_disk PROPERTIES TIMEOUT 120)
+endif()
+
 # The examples run end to end against their simulated camera.
 if(TARGET example_scan_and_print)
   add_test(NAME example_scan_and_print COMMAND example_scan_and_print --simulate)

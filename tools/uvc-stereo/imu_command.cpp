@@ -31,21 +31,30 @@ constexpr auto kLiveLineInterval = std::chrono::milliseconds(250);
 // Runs of samples the plot keeps: more than the plot has pixel columns, in about 1 MB.
 constexpr std::size_t kPlotBuckets = 2048;
 
-// Set by Ctrl-C, so an unbounded stream ends cleanly: the IMU is closed and the plot written.
+// Set by Ctrl-C or SIGTERM (a service manager, `timeout`, `kill`), so an unbounded stream
+// ends cleanly either way: the row being written is finished, the IMU closed, the plot written.
 volatile std::sig_atomic_t g_interrupted = 0;
 
 void on_interrupt(int) { g_interrupted = 1; }
 
 class InterruptGuard {
  public:
-  InterruptGuard() : previous_(std::signal(SIGINT, on_interrupt)) { g_interrupted = 0; }
-  ~InterruptGuard() { std::signal(SIGINT, previous_ == SIG_ERR ? SIG_DFL : previous_); }
+  InterruptGuard()
+      : previous_interrupt_(std::signal(SIGINT, on_interrupt)),
+        previous_terminate_(std::signal(SIGTERM, on_interrupt)) {
+    g_interrupted = 0;
+  }
+  ~InterruptGuard() {
+    std::signal(SIGINT, previous_interrupt_ == SIG_ERR ? SIG_DFL : previous_interrupt_);
+    std::signal(SIGTERM, previous_terminate_ == SIG_ERR ? SIG_DFL : previous_terminate_);
+  }
   InterruptGuard(const InterruptGuard&) = delete;
   InterruptGuard& operator=(const InterruptGuard&) = delete;
 
  private:
   using Handler = void (*)(int);
-  Handler previous_;
+  Handler previous_interrupt_;
+  Handler previous_terminate_;
 };
 
 CommandSyntax imu_syntax() {
@@ -55,7 +64,9 @@ CommandSyntax imu_syntax() {
   syntax.summary =
       "Streams the camera's IMU samples converted to degrees Celsius, g and degrees per second. The\n"
       "camera's 20-bit sample counter is unwrapped past its wrap, and gaps in it are counted as missed\n"
-      "samples. On a terminal a live line shows the sample rate, missed samples and read latency.";
+      "samples. Without --csv or --json a terminal shows the latest values four times a second, with\n"
+      "the sample rate and missed samples; when the samples go elsewhere, a live line on a terminal's\n"
+      "standard error shows the sample rate, missed samples and read latency.";
   syntax.options = camera_selection_options();
   syntax.options.push_back({"count", "N", "stop after N samples"});
   syntax.options.push_back({"duration", "S", "stop after S seconds"});
@@ -66,8 +77,9 @@ CommandSyntax imu_syntax() {
                             "write an SVG plot of the accelerometer and gyroscope traces when the\n"
                             "stream ends (FILE is checked before it starts)"});
   syntax.details = camera_selection_help() +
-                   "Without --count or --duration the stream runs until Ctrl-C. A summary line goes to standard\n"
-                   "error at the end. Columns of --csv (and keys of --json): sample (read number), counter (the\n"
+                   "Without --count or --duration the stream runs until Ctrl-C or SIGTERM, which end it cleanly:\n"
+                   "the last row complete, the plot written. A summary line goes to standard error at the end. Columns "
+                   "of --csv (and keys of --json): sample (read number), counter (the\n"
                    "unwrapped sample counter), raw_counter (as the camera sent it), missed (samples skipped just\n"
                    "before this one), time_s (host time since the first sample), latency_ms (time the read took),\n"
                    "temperature_c, accel x/y/z in g, gyro x/y/z in deg/s.\n"
@@ -153,6 +165,39 @@ std::string csv_line(const StreamSample& s) {
   }
   return line;
 }
+
+// The readable view of a terminal: one row four times a second, under a header.
+std::string readable_header() {
+  return "    time s   temp C   accel x g  accel y g  accel z g  gyro x dps  gyro y dps  gyro z dps   rate Hz  missed";
+}
+
+std::string readable_row(const StreamSample& s, const ImuStreamStats& stats) {
+  char row[192];
+  std::snprintf(row, sizeof(row), "%10.3f  %7.2f  %9.4f  %9.4f  %9.4f  %10.3f  %10.3f  %10.3f  %8.1f  %6llu", s.time_s,
+                s.converted.temperature_c, s.converted.accel_g[0], s.converted.accel_g[1], s.converted.accel_g[2],
+                s.converted.gyro_dps[0], s.converted.gyro_dps[1], s.converted.gyro_dps[2], stats.sample_rate_hz(),
+                static_cast<unsigned long long>(stats.missed()));
+  return row;
+}
+
+// The live line of standard error, drawn over itself: cut to the terminal's width so that it
+// never wraps (a wrapped line cannot be drawn over, and the screen fills with copies), and
+// padded to blank out the end of a longer line before it.
+class LiveLine {
+ public:
+  explicit LiveLine(std::size_t columns) : width_((columns == 0 ? kAssumedColumns : columns) - 1) {}
+
+  void draw(std::ostream& err, const std::string& text) {
+    const std::string shown = text.substr(0, width_);
+    err << '\r' << shown << std::string(drawn_ > shown.size() ? drawn_ - shown.size() : 0, ' ');
+    drawn_ = shown.size();
+  }
+
+ private:
+  static constexpr std::size_t kAssumedColumns = 80;
+  std::size_t width_;
+  std::size_t drawn_ = 0;
+};
 
 std::string json_line(const StreamSample& s) {
   JsonWriter json;
@@ -261,8 +306,15 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   }
 
   const InterruptGuard interrupt_guard;
+  // Readable values only for a person at a terminal; a file or a pipe gets data or nothing.
+  const bool readable = !options->csv && !options->json && console.out_is_terminal;
+  // The live line shares no screen with the rows: it is drawn only when the samples go elsewhere.
+  const bool live_line = console.err_is_terminal && !console.out_is_terminal;
+  LiveLine line(console.err_columns);
   if (options->csv) {
     console.out << csv_header() << "\n";
+  } else if (readable) {
+    console.out << readable_header() << "\n";
   }
   ImuStreamStats stats;
   TraceEnvelope traces(kPlotChannels, kPlotBuckets);
@@ -275,6 +327,9 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
           : Clock::duration::zero();
   Clock::time_point next_read = start;
   Clock::time_point next_live_line = start + kLiveLineInterval;
+  Clock::time_point next_readable_row = start;
+  std::optional<StreamSample> unshown;
+  bool output_failed = false;
 
   for (std::uint64_t index = 0;; ++index) {
     if (g_interrupted != 0 || (options->count && index >= *options->count)) {
@@ -321,23 +376,41 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
     sample.latency_ms = static_cast<double>(latency_ns) / 1e6;
     sample.converted = converted.value();
 
+    if (options->plot) {
+      add_to_plot(traces, sample);
+    }
     if (options->csv) {
       console.out << csv_line(sample) << "\n";
     } else if (options->json) {
       console.out << json_line(sample) << "\n";
+    } else if (readable && after >= next_readable_row) {
+      console.out << readable_row(sample, stats) << "\n";
+      next_readable_row = after + kLiveLineInterval;
+      unshown.reset();
+    } else if (readable) {
+      unshown = sample;
     }
-    if (options->plot) {
-      add_to_plot(traces, sample);
+    // Samples nobody can receive are not worth reading: a full disk or a closed pipe ends the stream.
+    if (!console.out) {
+      output_failed = true;
+      break;
     }
-    if (console.err_is_terminal && after >= next_live_line) {
-      console.err << "\r" << stats.live_line() << "   " << std::flush;
+    if (live_line && after >= next_live_line) {
+      line.draw(console.err, stats.live_line());
+      console.err.flush();
       next_live_line = after + kLiveLineInterval;
     }
   }
-  if (console.err_is_terminal) {
-    console.err << "\r" << stats.live_line() << "   \n";
+  // The last sample read is always shown, so the view ends on where the stream ended.
+  if (unshown && !output_failed) {
+    console.out << readable_row(*unshown, stats) << "\n";
+  }
+  if (live_line) {
+    line.draw(console.err, stats.live_line());
+    console.err << "\n";
   }
   console.out.flush();
+  output_failed = output_failed || !console.out;
   if (const Status closed = device.close_imu(); !closed.ok() && !failure) {
     failure = closed;
   }
@@ -349,6 +422,10 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   }
   if (failure) {
     return report_sdk_error(*failure, "reading the IMU of " + describe_camera(camera), console);
+  }
+  if (output_failed) {
+    return report_output_failure("the stream was stopped after " + std::to_string(stats.samples()) + " samples",
+                                 console);
   }
   return plot_status;
 }

@@ -12,6 +12,7 @@
 #include "uvc-stereo/commands.h"
 #include "uvc-stereo/console.h"
 #include "uvc-stereo/output_stream.h"
+#include "uvc-stereo/terminal_size.h"
 
 int main(int argc, char** argv) {
   namespace cli = tovanel::uvc_stereo::cli;
@@ -25,6 +26,11 @@ int main(int argc, char** argv) {
   const std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
   cli::DescriptorBuffer out_buffer(kStandardOutput, cli::descriptor_is_terminal(kStandardOutput));
   std::ostream out(&out_buffer);
-  cli::Console console{std::cin, out, std::cerr, cli::descriptor_is_terminal(kStandardError)};
+  cli::Console console{std::cin,
+                       out,
+                       std::cerr,
+                       cli::descriptor_is_terminal(kStandardError),
+                       cli::descriptor_is_terminal(kStandardOutput),
+                       cli::terminal_columns(kStandardError)};
   return cli::run_cli(args, console);
 }
