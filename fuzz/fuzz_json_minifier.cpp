@@ -7,14 +7,14 @@
 #include "flash/json_minifier_variants.h"
 #include "fuzz_check.h"
 #include "fuzz_input.h"
-#include "reference_json_minifier.h"
+#include "support/reference_json_minifier.h"
 #include "uvc_stereo/json.h"
 
 namespace {
 
 namespace sdk = tovanel::uvc_stereo;
 using uvc_stereo_fuzz::escaped;
-using uvc_stereo_fuzz::ReferenceJsonMinifier;
+using tovanel::uvc_stereo::test_support::ReferenceJsonMinifier;
 
 bool is_json_whitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 

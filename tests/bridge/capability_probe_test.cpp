@@ -27,7 +27,7 @@ using sim::VendorFault;
 using vendor_testing::BackendOverride;
 using vendor_testing::rig_backend;
 using xu_testing::calls_named;
-using xu_testing::camera_of_model;
+using xu_testing::supported_camera;
 using xu_testing::info_of;
 using xu_testing::names_of;
 
@@ -73,7 +73,7 @@ class CapabilityProbe : public xu_testing::XuRigTest {
   // Plugs in a camera of model `model_index` answering with `report`; returns its record as a scan gives it.
   DeviceInfo plug(std::size_t model_index, const std::string& serial,
                   const std::array<std::uint8_t, 64>& report = {}) {
-    SimulatedCamera camera = camera_of_model(model_index, serial);
+    SimulatedCamera camera = supported_camera(model_index, serial);
     camera.capability_report = report;
     rig_.add_camera(camera);
     return info_of(camera);

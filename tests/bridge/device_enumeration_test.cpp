@@ -19,10 +19,11 @@ namespace tovanel::uvc_stereo::win_detail {
 namespace {
 
 using enumeration_testing::calls_named;
-using enumeration_testing::camera_of_model;
+using enumeration_testing::supported_camera;
 using enumeration_testing::model;
 using enumeration_testing::OpenSession;
 using enumeration_testing::usb_path;
+using test_support::lower;
 using Indices = std::map<OpenCvBackend, int>;
 
 class DeviceEnumeration : public enumeration_testing::VendorRigTest {
@@ -59,7 +60,7 @@ std::u16string wide_field(const SonixLib::scWideChar* field, std::size_t capacit
 }
 
 TEST_F(DeviceEnumeration, DescribesEachSupportedCameraFromItsDescriptorsAndRecord) {
-  sim::SimulatedCamera camera = camera_of_model(2, "SN0001");
+  sim::SimulatedCamera camera = supported_camera(2, "SN0001");
   camera.product_string = "Tovanel Stereo";
   camera.descriptor_3 = "Rev B";
   rig_.add_camera(camera);
@@ -80,7 +81,7 @@ TEST_F(DeviceEnumeration, DescribesEachSupportedCameraFromItsDescriptorsAndRecor
 }
 
 TEST_F(DeviceEnumeration, KeepsTheLibrarysRecordOfEachCamera) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   camera.device_name = "Library Name";
   rig_.add_camera(camera);
 
@@ -100,9 +101,9 @@ TEST_F(DeviceEnumeration, KeepsTheLibrarysRecordOfEachCamera) {
 }
 
 TEST_F(DeviceEnumeration, KeepsTheLibrarysOrder) {
-  rig_.add_camera(camera_of_model(3, "C"));
-  rig_.add_camera(camera_of_model(0, "A"));
-  rig_.add_camera(camera_of_model(1, "B"));
+  rig_.add_camera(supported_camera(3, "C"));
+  rig_.add_camera(supported_camera(0, "A"));
+  rig_.add_camera(supported_camera(1, "B"));
 
   const std::vector<EnumeratedDevice> devices = enumerate_ok();
   ASSERT_EQ(devices.size(), 3u);
@@ -113,7 +114,7 @@ TEST_F(DeviceEnumeration, KeepsTheLibrarysOrder) {
 }
 
 TEST_F(DeviceEnumeration, ConvertsTheRecordsWideTextToUtf8) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   camera.device_path = usb_path(model(0).vendor_id, model(0).product_id, "k\xC3\xBC\xE7\xAB\x8B\xF0\x9F\x93\xB7");
   camera.device_name = "Kamera St\xC3\xA9r\xC3\xA9o \xE7\xAB\x8B\xE4\xBD\x93 \xF0\x9F\x93\xB7";
   camera.product_string.reset();
@@ -126,7 +127,7 @@ TEST_F(DeviceEnumeration, ConvertsTheRecordsWideTextToUtf8) {
 }
 
 TEST_F(DeviceEnumeration, AsksTheLibraryForUpTo64Cameras) {
-  rig_.add_camera(camera_of_model(0, "SN1"));
+  rig_.add_camera(supported_camera(0, "SN1"));
   static_cast<void>(enumerate_ok());
   const std::vector<sim::VendorCall> enums = calls_named(rig_.calls(), "SonixCam_EnumCameras");
   ASSERT_EQ(enums.size(), 1u);
@@ -144,7 +145,7 @@ TEST_F(DeviceEnumeration, NoCameraReportedAsNotFoundIsAnEmptyList) {
 }
 
 TEST_F(DeviceEnumeration, FailedEnumerationWithAnotherCodeButNoCountIsAnEmptyList) {
-  rig_.add_camera(camera_of_model(0, "SN1"));
+  rig_.add_camera(supported_camera(0, "SN1"));
   sim::VendorFault fault;
   fault.call = "SonixCam_EnumCameras";
   fault.vendor_code = SonixLib::ecEnumDeviceFail;
@@ -157,7 +158,7 @@ TEST_F(DeviceEnumeration, FailedEnumerationWithAnotherCodeButNoCountIsAnEmptyLis
 }
 
 TEST_F(DeviceEnumeration, FailedEnumerationWithAnUnreadableCodeButNoCountIsAnEmptyList) {
-  rig_.add_camera(camera_of_model(0, "SN1"));
+  rig_.add_camera(supported_camera(0, "SN1"));
   sim::VendorFault fault;
   fault.call = "SonixCam_EnumCameras";
   fault.vendor_code = SonixLib::ecDeviceDisconnect;
@@ -171,7 +172,7 @@ TEST_F(DeviceEnumeration, FailedEnumerationWithAnUnreadableCodeButNoCountIsAnEmp
 
 TEST_F(DeviceEnumeration, ReadsOnly64OfMoreReportedCameras) {
   for (int i = 0; i < 70; ++i) {
-    rig_.add_camera(camera_of_model(static_cast<std::size_t>(i) % 5, "SN" + std::to_string(i)));
+    rig_.add_camera(supported_camera(static_cast<std::size_t>(i) % 5, "SN" + std::to_string(i)));
   }
   const std::vector<EnumeratedDevice> devices = enumerate_ok();
   ASSERT_EQ(devices.size(), 64u);
@@ -184,7 +185,7 @@ TEST_F(DeviceEnumeration, ReadsOnly64OfMoreReportedCameras) {
 }
 
 TEST_F(DeviceEnumeration, LittleEndianDescriptorIsReadInTheOrderThePathConfirms) {
-  sim::SimulatedCamera camera = camera_of_model(1, "SN1");
+  sim::SimulatedCamera camera = supported_camera(1, "SN1");
   camera.descriptor_order = sim::DescriptorByteOrder::LittleEndian;
   rig_.add_camera(camera);
 
@@ -195,7 +196,7 @@ TEST_F(DeviceEnumeration, LittleEndianDescriptorIsReadInTheOrderThePathConfirms)
 }
 
 TEST_F(DeviceEnumeration, LittleEndianDescriptorWithoutIdsInThePathIsReadInTheOrderOfASupportedModel) {
-  sim::SimulatedCamera camera = camera_of_model(4, "SN1");
+  sim::SimulatedCamera camera = supported_camera(4, "SN1");
   camera.descriptor_order = sim::DescriptorByteOrder::LittleEndian;
   camera.device_path = "\\\\?\\ROOT#IMAGE#0000#{65E8773D-8F56-11D0-A3B9-00A0C9223196}\\GLOBAL";
   rig_.add_camera(camera);
@@ -207,7 +208,7 @@ TEST_F(DeviceEnumeration, LittleEndianDescriptorWithoutIdsInThePathIsReadInTheOr
 }
 
 TEST_F(DeviceEnumeration, BigEndianDescriptorWithoutIdsInThePathIsReadAsWritten) {
-  sim::SimulatedCamera camera = camera_of_model(3, "SN1");
+  sim::SimulatedCamera camera = supported_camera(3, "SN1");
   camera.device_path = "\\\\?\\ROOT#IMAGE#0000";
   rig_.add_camera(camera);
 
@@ -217,7 +218,7 @@ TEST_F(DeviceEnumeration, BigEndianDescriptorWithoutIdsInThePathIsReadAsWritten)
 }
 
 TEST_F(DeviceEnumeration, DescriptorNamingASupportedModelWinsOverAPathThatDisagrees) {
-  sim::SimulatedCamera camera = camera_of_model(1, "SN1");
+  sim::SimulatedCamera camera = supported_camera(1, "SN1");
   camera.device_path = usb_path(model(0).vendor_id, model(0).product_id, "7&1&0&1");
   rig_.add_camera(camera);
 
@@ -227,7 +228,7 @@ TEST_F(DeviceEnumeration, DescriptorNamingASupportedModelWinsOverAPathThatDisagr
 }
 
 TEST_F(DeviceEnumeration, DescriptorNamingAnUnsupportedModelDropsTheCameraWhateverItsPathSays) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   camera.product_id = 0x1234;
   rig_.add_camera(camera);
 
@@ -235,7 +236,7 @@ TEST_F(DeviceEnumeration, DescriptorNamingAnUnsupportedModelDropsTheCameraWhatev
 }
 
 TEST_F(DeviceEnumeration, AllZeroDescriptorFallsBackToTheIdsInThePath) {
-  sim::SimulatedCamera camera = camera_of_model(2, "SN1");
+  sim::SimulatedCamera camera = supported_camera(2, "SN1");
   camera.vendor_id = 0;
   camera.product_id = 0;
   rig_.add_camera(camera);
@@ -248,7 +249,7 @@ TEST_F(DeviceEnumeration, AllZeroDescriptorFallsBackToTheIdsInThePath) {
 
 TEST_F(DeviceEnumeration, FailedDescriptorRequestFallsBackToTheIdsInThePath) {
   // The camera's descriptor would say model 1; its path says model 0.
-  sim::SimulatedCamera camera = camera_of_model(1, "SN1");
+  sim::SimulatedCamera camera = supported_camera(1, "SN1");
   camera.device_path = usb_path(model(0).vendor_id, model(0).product_id, "7&1&0&1");
   rig_.add_camera(camera);
   sim::VendorFault fault;
@@ -263,7 +264,7 @@ TEST_F(DeviceEnumeration, FailedDescriptorRequestFallsBackToTheIdsInThePath) {
 }
 
 TEST_F(DeviceEnumeration, PathIdsAreReadInEitherLetterCase) {
-  sim::SimulatedCamera camera = camera_of_model(1, "SN1");
+  sim::SimulatedCamera camera = supported_camera(1, "SN1");
   char path[64];
   std::snprintf(path, sizeof(path), "\\\\?\\usb#Vid_%04X&Pid_%04X#x", static_cast<unsigned>(model(1).vendor_id),
                 static_cast<unsigned>(model(1).product_id));
@@ -279,7 +280,7 @@ TEST_F(DeviceEnumeration, PathIdsAreReadInEitherLetterCase) {
 }
 
 TEST_F(DeviceEnumeration, FailedDescriptorRequestAndAPathWithoutIdsDropsTheCamera) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   camera.device_path = "\\\\?\\ROOT#IMAGE#0000";
   rig_.add_camera(camera);
   sim::VendorFault fault;
@@ -290,7 +291,7 @@ TEST_F(DeviceEnumeration, FailedDescriptorRequestAndAPathWithoutIdsDropsTheCamer
 }
 
 TEST_F(DeviceEnumeration, PathWithATruncatedIdDropsTheCameraWhenTheDescriptorFails) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   camera.device_path = "usb#pid_6366&vid_0c4";
   rig_.add_camera(camera);
   sim::VendorFault fault;
@@ -301,12 +302,12 @@ TEST_F(DeviceEnumeration, PathWithATruncatedIdDropsTheCameraWhenTheDescriptorFai
 }
 
 TEST_F(DeviceEnumeration, UnsupportedCameraIsDroppedBeforeItsStringsAreRead) {
-  sim::SimulatedCamera webcam = camera_of_model(0, "WEB");
+  sim::SimulatedCamera webcam = supported_camera(0, "WEB");
   webcam.vendor_id = 0x046D;
   webcam.product_id = 0x0825;
   webcam.device_path = usb_path(0x046D, 0x0825, "7&2&0&1");
   rig_.add_camera(webcam);
-  rig_.add_camera(camera_of_model(0, "SN1"));
+  rig_.add_camera(supported_camera(0, "SN1"));
 
   const std::vector<EnumeratedDevice> devices = enumerate_ok();
   ASSERT_EQ(devices.size(), 1u);
@@ -319,7 +320,7 @@ TEST_F(DeviceEnumeration, UnsupportedCameraIsDroppedBeforeItsStringsAreRead) {
 }
 
 TEST_F(DeviceEnumeration, ReadsTheIdsThenStringDescriptors3Then2Then4) {
-  rig_.add_camera(camera_of_model(0, "SN1"));
+  rig_.add_camera(supported_camera(0, "SN1"));
   static_cast<void>(enumerate_ok());
 
   const std::vector<sim::VendorCall> calls = descriptor_calls();
@@ -331,7 +332,7 @@ TEST_F(DeviceEnumeration, ReadsTheIdsThenStringDescriptors3Then2Then4) {
 }
 
 TEST_F(DeviceEnumeration, StringDescriptorsLoseTrailingPaddingButKeepLeadingSpace) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   camera.serial_number = " SN1 \t\r\n ";
   camera.descriptor_3 = "Rev B\n";
   camera.product_string = "\tStereo  \r\n";
@@ -345,7 +346,7 @@ TEST_F(DeviceEnumeration, StringDescriptorsLoseTrailingPaddingButKeepLeadingSpac
 }
 
 TEST_F(DeviceEnumeration, StringDescriptorEndsAtItsFirstNul) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   camera.serial_number = std::string("AB\0CD", 5);
   rig_.add_camera(camera);
 
@@ -355,7 +356,7 @@ TEST_F(DeviceEnumeration, StringDescriptorEndsAtItsFirstNul) {
 }
 
 TEST_F(DeviceEnumeration, StringDescriptorIsReadIntoSixtyFourBytes) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   const std::string long_text(80, 'x');
   camera.descriptor_3 = long_text;
   camera.serial_number = std::string(64, '7');
@@ -368,7 +369,7 @@ TEST_F(DeviceEnumeration, StringDescriptorIsReadIntoSixtyFourBytes) {
 }
 
 TEST_F(DeviceEnumeration, EmptyProductStringKeepsTheLibrarysName) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   camera.device_name = "USB Camera";
   camera.product_string = " \r\n";
   rig_.add_camera(camera);
@@ -379,7 +380,7 @@ TEST_F(DeviceEnumeration, EmptyProductStringKeepsTheLibrarysName) {
 }
 
 TEST_F(DeviceEnumeration, MissingStringDescriptorsLeaveTheirFieldsAsTheyWere) {
-  sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  sim::SimulatedCamera camera = supported_camera(0, "SN1");
   camera.device_name = "USB Camera";
   camera.product_string.reset();
   camera.descriptor_3.reset();
@@ -394,15 +395,15 @@ TEST_F(DeviceEnumeration, MissingStringDescriptorsLeaveTheirFieldsAsTheyWere) {
 }
 
 TEST_F(DeviceEnumeration, DefaultFilterPassesEverySupportedCamera) {
-  rig_.add_camera(camera_of_model(0, "A"));
-  sim::SimulatedCamera unnamed = camera_of_model(1, "B");
+  rig_.add_camera(supported_camera(0, "A"));
+  sim::SimulatedCamera unnamed = supported_camera(1, "B");
   unnamed.serial_number.reset();
   rig_.add_camera(unnamed);
   EXPECT_EQ(enumerate_ok().size(), 2u);
 }
 
 TEST_F(DeviceEnumeration, FilterOnVendorIdDropsOtherVendors) {
-  rig_.add_camera(camera_of_model(0, "A"));
+  rig_.add_camera(supported_camera(0, "A"));
   DeviceScanFilter filter;
   filter.vendor_id = static_cast<std::uint16_t>(model(0).vendor_id + 1);
   EXPECT_TRUE(enumerate_ok(filter).empty());
@@ -411,9 +412,9 @@ TEST_F(DeviceEnumeration, FilterOnVendorIdDropsOtherVendors) {
 }
 
 TEST_F(DeviceEnumeration, FilterOnProductIdKeepsOnlyThatModel) {
-  rig_.add_camera(camera_of_model(0, "A"));
-  rig_.add_camera(camera_of_model(1, "B"));
-  rig_.add_camera(camera_of_model(0, "C"));
+  rig_.add_camera(supported_camera(0, "A"));
+  rig_.add_camera(supported_camera(1, "B"));
+  rig_.add_camera(supported_camera(0, "C"));
   DeviceScanFilter filter;
   filter.product_id = model(0).product_id;
 
@@ -424,13 +425,13 @@ TEST_F(DeviceEnumeration, FilterOnProductIdKeepsOnlyThatModel) {
 }
 
 TEST_F(DeviceEnumeration, FilterRequiringASerialNumberDropsCamerasWithoutOne) {
-  sim::SimulatedCamera blank = camera_of_model(0, "A");
+  sim::SimulatedCamera blank = supported_camera(0, "A");
   blank.serial_number = "  ";
   rig_.add_camera(blank);
-  sim::SimulatedCamera missing = camera_of_model(0, "B");
+  sim::SimulatedCamera missing = supported_camera(0, "B");
   missing.serial_number.reset();
   rig_.add_camera(missing);
-  rig_.add_camera(camera_of_model(0, "C"));
+  rig_.add_camera(supported_camera(0, "C"));
   DeviceScanFilter filter;
   filter.require_serial_number = true;
 
@@ -442,8 +443,8 @@ TEST_F(DeviceEnumeration, FilterRequiringASerialNumberDropsCamerasWithoutOne) {
 class DeviceEnumerationWithCandidates : public DeviceEnumeration {
  protected:
   void SetUp() override {
-    first_ = camera_of_model(0, "AAA1");
-    second_ = camera_of_model(1, "BBB2");
+    first_ = supported_camera(0, "AAA1");
+    second_ = supported_camera(1, "BBB2");
     rig_.add_camera(first_);
     rig_.add_camera(second_);
     // Media Foundation lists the second camera first; DirectShow spells the paths its own way.
@@ -452,15 +453,6 @@ class DeviceEnumerationWithCandidates : public DeviceEnumeration {
     rig_.set_capture_devices(OpenCvBackend::Dshow, {{"Integrated Webcam", usb_path(0x046D, 0x0825, "6&1&0&0")},
                                                     {"Tovanel Stereo Camera", "@device:pnp:" + first_.device_path},
                                                     {"Tovanel Stereo Camera", "@device:pnp:" + second_.device_path}});
-  }
-
-  static std::string lower(std::string text) {
-    for (char& c : text) {
-      if (c >= 'A' && c <= 'Z') {
-        c = static_cast<char>(c - 'A' + 'a');
-      }
-    }
-    return text;
   }
 
   sim::SimulatedCamera first_;

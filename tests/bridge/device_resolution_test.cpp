@@ -18,7 +18,7 @@ namespace tovanel::uvc_stereo::win_detail {
 namespace {
 
 using enumeration_testing::calls_named;
-using enumeration_testing::camera_of_model;
+using enumeration_testing::supported_camera;
 using enumeration_testing::model;
 using enumeration_testing::OpenSession;
 
@@ -34,9 +34,9 @@ FlashConfig no_selector() {
 class DeviceResolution : public enumeration_testing::VendorRigTest {
  protected:
   void SetUp() override {
-    first_ = camera_of_model(0, "AAA1");
-    second_ = camera_of_model(1, "BBB2");
-    third_ = camera_of_model(0, "CCC3");
+    first_ = supported_camera(0, "AAA1");
+    second_ = supported_camera(1, "BBB2");
+    third_ = supported_camera(0, "CCC3");
   }
 
   void plug_all() {

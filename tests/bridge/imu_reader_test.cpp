@@ -5,8 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -14,52 +12,29 @@
 #include <vector>
 
 #include "capability/capability_report_encoder.h"
+#include "imu/model_table.h"
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
 #include "bridge/capability_probe.h"
 #include "bridge/process_lock.h"
 #include "bridge/vendor_backend.h"
+#include "support/allocation_counter.h"
 #include "vendor_backend_override.h"
 #include "win/host_clock.h"
 #include "xu_rig_fixture.h"
-
-// Counts the allocations the current thread makes while counting is on, so a test can prove that a code path
-// allocates nothing. Every other thread, and this one while counting is off, allocates as usual.
-namespace {
-
-thread_local bool t_counting = false;
-thread_local long t_allocations = 0;
-
-void* counted_allocation(std::size_t size) {
-  if (t_counting) {
-    ++t_allocations;
-  }
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return counted_allocation(size); }
-void* operator new[](std::size_t size) { return counted_allocation(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
 
 using sim::SimulatedCamera;
+using test_support::AllocationCount;
 using sim::VendorCall;
 using sim::VendorFault;
 using vendor_testing::BackendOverride;
 using vendor_testing::rig_backend;
 using xu_testing::calls_named;
-using xu_testing::camera_of_model;
+using xu_testing::supported_camera;
 using xu_testing::info_of;
 using xu_testing::names_of;
 
@@ -75,28 +50,11 @@ ImuTransportConfig transport(std::uint8_t unit, std::uint8_t selector, std::uint
   return config;
 }
 
-// Counts this thread's allocations from construction until stop().
-class AllocationCount {
- public:
-  AllocationCount() {
-    t_allocations = 0;
-    t_counting = true;
-  }
-  ~AllocationCount() { t_counting = false; }
-  AllocationCount(const AllocationCount&) = delete;
-  AllocationCount& operator=(const AllocationCount&) = delete;
-
-  long stop() {
-    t_counting = false;
-    return t_allocations;
-  }
-};
-
 class ImuReaderTest : public xu_testing::XuRigTest {
  protected:
   // Plugs in a camera of model `model_index` whose IMU counter starts at `first_counter`.
   DeviceInfo plug(std::size_t model_index, const std::string& serial, std::uint32_t first_counter = 0) {
-    SimulatedCamera camera = camera_of_model(model_index, serial);
+    SimulatedCamera camera = supported_camera(model_index, serial);
     camera.imu.first_counter = first_counter;
     rig_.add_camera(camera);
     return info_of(camera);
@@ -257,7 +215,7 @@ TEST_F(ImuReaderTest, SetNodeIdFailureIsAPlatformErrorAndEndsTheSession) {
 }
 
 TEST_F(ImuReaderTest, OpenSelectsTheTransportsUnitAndReadsWithItsSelectorAndLength) {
-  SimulatedCamera camera = camera_of_model(0, "ONLY");
+  SimulatedCamera camera = supported_camera(0, "ONLY");
   camera.imu_unit = 6;
   camera.imu_selector = 3;
   camera.imu_length = 20;
@@ -278,7 +236,7 @@ TEST_F(ImuReaderTest, OpenSelectsTheTransportsUnitAndReadsWithItsSelectorAndLeng
 }
 
 TEST_F(ImuReaderTest, ReadShorterThanTheCameraNeedsIsAPlatformError) {
-  SimulatedCamera camera = camera_of_model(0, "ONLY");
+  SimulatedCamera camera = supported_camera(0, "ONLY");
   camera.imu_length = 24;
   rig_.add_camera(camera);
 
@@ -502,7 +460,7 @@ TEST_F(ImuReaderTest, ReadWaitsForTheVendorLock) {
 
 TEST_F(ImuReaderTest, OtherThreadsUseTheLibraryBetweenReads) {
   const DeviceInfo imu_camera = plug(0, "IMU", 0);
-  SimulatedCamera probed = camera_of_model(1, "PROBED");
+  SimulatedCamera probed = supported_camera(1, "PROBED");
   CapabilityReport report;
   report.capability_bits = kCapabilityFlashUserSpace;
   report.flash_user_space = FlashUserSpace{0x100000, 0x10000};
@@ -652,11 +610,8 @@ TEST_F(ImuReaderTest, ExceptionFromInitLeavesNothingToUninitialise) {
 // The rig's own bookkeeping allocates; only what the SDK does around the library call is counted.
 bool uncounted_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
                        std::uint8_t unit_id) {
-  const bool was_counting = t_counting;
-  t_counting = false;
-  const bool ok = rig_backend().xu_read(device, buffer, length, selector, unit_id);
-  t_counting = was_counting;
-  return ok;
+  const test_support::UncountedAllocations uncounted;
+  return rig_backend().xu_read(device, buffer, length, selector, unit_id);
 }
 
 TEST_F(ImuReaderTest, SuccessfulReadsAllocateNothing) {

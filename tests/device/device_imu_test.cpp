@@ -16,7 +16,7 @@ namespace tovanel::uvc_stereo {
 namespace {
 
 using device_testing::calls_named;
-using device_testing::count_named;
+using device_testing::count_calls;
 using device_testing::DeviceRigTest;
 using device_testing::ms;
 using device_testing::supported_camera;
@@ -100,7 +100,7 @@ TEST_F(DeviceImu, SecondOpenKeepsTheFirstReader) {
   const Status again = device.open_imu();
   EXPECT_TRUE(again.ok());
   EXPECT_TRUE(again.message().empty());
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_Init"), 0u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_Init"), 0u);
   EXPECT_TRUE(rig_.calls().empty());
   EXPECT_EQ(rig_.open_sessions(), 1);
 
@@ -159,7 +159,7 @@ TEST_F(DeviceImu, FirmwareGateRefusalLeavesNoReader) {
   EXPECT_EQ(opened.code(), ErrorCode::NotSupported);
   EXPECT_EQ(opened.message(), kNoImu);
   EXPECT_EQ(pauses_.durations(), ms({200}));
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_SetNodeID"), 0u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_SetNodeID"), 0u);
   EXPECT_FALSE(device.has_imu_transport());
   EXPECT_EQ(device.read_imu().status().message(), "IMU is not open");
   // Flash JSON access is still possible: no reader was left behind.
@@ -180,7 +180,7 @@ TEST_F(DeviceImu, GatedModelWithAllowedFirmwarePausesOnceBeforeTheReaderOpens) {
   ASSERT_GT(calls.size(), pauses[0].calls_before);
   EXPECT_EQ(calls[pauses[0].calls_before - 1].name, "SonixCam_UnInit");
   EXPECT_EQ(calls[pauses[0].calls_before].name, "SonixCam_Init");
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_GetVersion"), 1u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_GetVersion"), 1u);
 }
 
 TEST_F(DeviceImu, UngatedModelOpensWithoutVersionReadOrPause) {
@@ -190,7 +190,7 @@ TEST_F(DeviceImu, UngatedModelOpensWithoutVersionReadOrPause) {
   pauses_.clear();
   ASSERT_TRUE(device.open_imu().ok());
   EXPECT_TRUE(pauses_.pauses().empty());
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_GetVersion"), 0u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_GetVersion"), 0u);
 }
 
 TEST_F(DeviceImu, FailedPlatformOpenLeavesNoReaderAndNoSession) {

@@ -15,7 +15,7 @@ namespace {
 
 using device_testing::calls_named;
 using device_testing::DeviceRigTest;
-using device_testing::make_record;
+using device_testing::text_record;
 using device_testing::supported_camera;
 
 class DeviceJourney : public DeviceRigTest {};
@@ -97,7 +97,7 @@ TEST_F(DeviceJourney, ReportedUserSpaceAndImuBlockAreUsedEndToEnd) {
   EXPECT_EQ(device.capability_info().source, CapabilitySource::Reported);
 
   ASSERT_TRUE(device.write_json("{\"where\": \"declared\"}").ok());
-  const std::vector<std::uint8_t> record = make_record("{\"where\":\"declared\"}");
+  const std::vector<std::uint8_t> record = text_record("{\"where\":\"declared\"}");
   EXPECT_EQ(rig_.flash(0, 0x80000, static_cast<std::uint32_t>(record.size())), record);
   EXPECT_EQ(rig_.flash(0, 0x51000, 4), std::vector<std::uint8_t>(4, 0xFF));
   ASSERT_TRUE(device.read_json().ok());

@@ -18,9 +18,9 @@ namespace {
 
 using device_testing::bytes_of;
 using device_testing::calls_named;
-using device_testing::count_named;
+using device_testing::count_calls;
 using device_testing::DeviceRigTest;
-using device_testing::make_record;
+using device_testing::text_record;
 using device_testing::ms;
 using device_testing::supported_camera;
 
@@ -126,7 +126,7 @@ TEST_F(DeviceOperations, WritesMinifiedJsonAndReadsItBack) {
 
   const std::string minified = "{\"baseline_mm\":50.5,\"names\":[\"left cam\",\"right\"]}";
   // The flash now holds a version-0 record of the minified text.
-  const std::vector<std::uint8_t> record = make_record(minified, 0);
+  const std::vector<std::uint8_t> record = text_record(minified, 0);
   EXPECT_EQ(rig_.flash(0, 0x51000, static_cast<std::uint32_t>(record.size())), record);
 
   const Result<ReadJsonResult> read = device.read_json();
@@ -137,7 +137,7 @@ TEST_F(DeviceOperations, WritesMinifiedJsonAndReadsItBack) {
 }
 
 TEST_F(DeviceOperations, ReadJsonReportsTheRecordFormatVersionAndMinifiesThePayload) {
-  rig_.set_flash(0, 0x51000, make_record("[ 1, 2,\t3 ]", 3));
+  rig_.set_flash(0, 0x51000, text_record("[ 1, 2,\t3 ]", 3));
   DEVICE_TESTING_OPEN(device, info_, 0);
   const Result<ReadJsonResult> read = device.read_json();
   ASSERT_TRUE(read.ok()) << read.status().message();
@@ -146,7 +146,7 @@ TEST_F(DeviceOperations, ReadJsonReportsTheRecordFormatVersionAndMinifiesThePayl
 }
 
 TEST_F(DeviceOperations, ReadJsonPausesOnlyAfterTheWholeReadSucceeded) {
-  rig_.set_flash(0, 0x51000, make_record("{\"a\":1}"));
+  rig_.set_flash(0, 0x51000, text_record("{\"a\":1}"));
   DEVICE_TESTING_OPEN(device, info_, 0);
   rig_.clear_calls();
   pauses_.clear();
@@ -159,7 +159,7 @@ TEST_F(DeviceOperations, ReadJsonPausesOnlyAfterTheWholeReadSucceeded) {
 }
 
 TEST_F(DeviceOperations, ReadJsonReturnsTheFlashFailureUnchangedAndDoesNotPause) {
-  rig_.set_flash(0, 0x51000, make_record("{\"a\":1}"));
+  rig_.set_flash(0, 0x51000, text_record("{\"a\":1}"));
   DEVICE_TESTING_OPEN(device, info_, 0);
   pauses_.clear();
   sim::VendorFault fault;
@@ -176,7 +176,7 @@ TEST_F(DeviceOperations, ReadJsonReturnsTheFlashFailureUnchangedAndDoesNotPause)
 }
 
 TEST_F(DeviceOperations, ReadJsonRefusesARecordThatIsNotJson) {
-  rig_.set_flash(0, 0x51000, make_record("{\"a\":1} trailing"));
+  rig_.set_flash(0, 0x51000, text_record("{\"a\":1} trailing"));
   DEVICE_TESTING_OPEN(device, info_, 0);
   pauses_.clear();
   const Result<ReadJsonResult> read = device.read_json();
@@ -186,7 +186,7 @@ TEST_F(DeviceOperations, ReadJsonRefusesARecordThatIsNotJson) {
 }
 
 TEST_F(DeviceOperations, WriteJsonOfInvalidJsonLeavesTheFlashUntouched) {
-  rig_.set_flash(0, 0x51000, make_record("{\"kept\":true}"));
+  rig_.set_flash(0, 0x51000, text_record("{\"kept\":true}"));
   const std::vector<std::uint8_t> before = user_space();
   DEVICE_TESTING_OPEN(device, info_, 0);
   rig_.clear_calls();
@@ -227,7 +227,7 @@ TEST_F(DeviceOperations, WriteJsonFillingTheWholeFallbackUserSpaceFits) {
   const auto erases = calls_named(rig_.calls(), "SonixCam_SectorEraseSF");
   ASSERT_EQ(erases.size(), 1u);
   EXPECT_EQ(erases[0].args.at(0), 0x51000);
-  EXPECT_EQ(user_space(), make_record(largest));
+  EXPECT_EQ(user_space(), text_record(largest));
   const Result<ReadJsonResult> read = device.read_json();
   ASSERT_TRUE(read.ok()) << read.status().message();
   EXPECT_EQ(read.value().json, largest);
@@ -284,7 +284,7 @@ TEST_F(DeviceOperations, ImuCheckComesBeforeTheFlashCapabilityCheck) {
 }
 
 TEST_F(DeviceOperations, ReadJsonReallyWaitsAfterTheRead) {
-  rig_.set_flash(0, 0x51000, make_record("{\"a\":1}"));
+  rig_.set_flash(0, 0x51000, text_record("{\"a\":1}"));
   DEVICE_TESTING_OPEN(device, info_, 0);
   detail::set_pause_hook(nullptr, nullptr);
   const auto start = std::chrono::steady_clock::now();

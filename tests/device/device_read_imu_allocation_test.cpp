@@ -2,8 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -11,37 +9,13 @@
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "bridge/vendor_backend.h"
-
-// Counts the allocations the current thread makes while counting is on, so a test can prove that a public
-// operation allocates nothing. Every other thread, and this one while counting is off, allocates as usual.
-namespace {
-
-thread_local bool t_counting = false;
-thread_local long t_allocations = 0;
-
-void* counted_allocation(std::size_t size) {
-  if (t_counting) {
-    ++t_allocations;
-  }
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return counted_allocation(size); }
-void* operator new[](std::size_t size) { return counted_allocation(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+#include "support/allocation_counter.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
 
 using device_testing::DeviceRigTest;
+using test_support::AllocationCount;
 using device_testing::supported_camera;
 
 // The rig in use when a test began, which the uncounted read forwards to.
@@ -50,29 +24,9 @@ const vendor::VendorBackend* g_rig_backend = nullptr;
 // The rig's own bookkeeping allocates; only what the SDK does around the library call is counted.
 bool uncounted_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
                        std::uint8_t unit_id) {
-  const bool was_counting = t_counting;
-  t_counting = false;
-  const bool ok = g_rig_backend->xu_read(device, buffer, length, selector, unit_id);
-  t_counting = was_counting;
-  return ok;
+  const test_support::UncountedAllocations uncounted;
+  return g_rig_backend->xu_read(device, buffer, length, selector, unit_id);
 }
-
-// Counts this thread's allocations from construction until stop().
-class AllocationCount {
- public:
-  AllocationCount() {
-    t_allocations = 0;
-    t_counting = true;
-  }
-  ~AllocationCount() { t_counting = false; }
-  AllocationCount(const AllocationCount&) = delete;
-  AllocationCount& operator=(const AllocationCount&) = delete;
-
-  long stop() {
-    t_counting = false;
-    return t_allocations;
-  }
-};
 
 class DeviceReadImuAllocations : public DeviceRigTest {
  protected:

@@ -16,16 +16,22 @@
 #include "uvc_stereo/checksum.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
+#include "support/call_views.h"
+#include "support/flash_records.h"
 #include "support/rig_cameras.h"
+#include "support/rig_checks.h"
+#include "support/scanned_device.h"
 #include "bridge/process_lock.h"
 
 // Shared pieces of the device tests: a recorder that observes the settling pauses without spending them, cameras of
 // the supported models, hand-made flash records and views of the vendor calls the rig saw.
 namespace tovanel::uvc_stereo::device_testing {
 
-using rig_cameras::bytes_of;
-using rig_cameras::calls_named;
-using rig_cameras::supported_camera;
+using test_support::bytes_of;
+using test_support::calls_named;
+using test_support::count_calls;
+using test_support::supported_camera;
+using test_support::text_record;
 
 // One pause the SDK asked for, and how many vendor calls the rig had seen at that moment.
 struct RecordedPause {
@@ -82,69 +88,23 @@ inline std::vector<std::chrono::milliseconds> ms(std::initializer_list<int> valu
   return result;
 }
 
-// A configuration record laid out by hand: "TOVA", format version, header size 16, payload length, CRC-32 of the
-// payload, then the payload.
-inline std::vector<std::uint8_t> make_record(const std::string& payload_text, std::uint16_t format_version = 0) {
-  const std::vector<std::uint8_t> payload = bytes_of(payload_text);
-  std::vector<std::uint8_t> record(16 + payload.size(), 0);
-  const std::uint32_t length = static_cast<std::uint32_t>(payload.size());
-  const std::uint32_t crc = crc32_ieee(payload);
-  record[0] = 'T';
-  record[1] = 'O';
-  record[2] = 'V';
-  record[3] = 'A';
-  record[4] = static_cast<std::uint8_t>(format_version);
-  record[5] = static_cast<std::uint8_t>(format_version >> 8);
-  record[6] = 16;
-  for (std::size_t i = 0; i < 4; ++i) {
-    record[8 + i] = static_cast<std::uint8_t>(length >> (8 * i));
-    record[12 + i] = static_cast<std::uint8_t>(crc >> (8 * i));
-  }
-  std::copy(payload.begin(), payload.end(), record.begin() + 16);
-  return record;
-}
-
 inline OpenDeviceOptions requiring(std::uint32_t required_capabilities) {
   OpenDeviceOptions options;
   options.required_capabilities = required_capabilities;
   return options;
 }
 
-inline std::size_t count_named(const std::vector<sim::VendorCall>& calls, const std::string& name) {
-  return calls_named(calls, name).size();
-}
-
-// A rig whose rules must hold at the end of every test: nothing broken, no session left open, the lock free.
-class DeviceRigTest : public ::testing::Test {
+// A rig whose rules must hold at the end of every test, with its pauses recorded instead of spent.
+class DeviceRigTest : public test_support::RigTest {
  protected:
-  void TearDown() override {
-    EXPECT_TRUE(rig_.violations().empty()) << ::testing::PrintToString(rig_.violations());
-    EXPECT_EQ(rig_.open_sessions(), 0);
-    EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
-  }
 
-  // Plugs in a camera and returns the record a scan gives for it.
+  // Plugs in a camera and returns the record a scan gives for it, found by its serial number.
   DeviceInfo plug_and_scan(const sim::SimulatedCamera& camera) {
     rig_.add_camera(camera);
-    return scanned(camera);
+    EXPECT_TRUE(camera.serial_number.has_value()) << "the camera is found by its serial number";
+    return test_support::scanned_device(camera.serial_number.value_or(""));
   }
 
-  // The scan's record of `camera`, found by its serial number.
-  DeviceInfo scanned(const sim::SimulatedCamera& camera) {
-    Result<std::vector<DeviceInfo>> devices = scan_devices();
-    EXPECT_TRUE(devices.ok()) << devices.status().message();
-    if (devices.ok()) {
-      for (const DeviceInfo& info : devices.value()) {
-        if (camera.serial_number.has_value() && info.serial_number == *camera.serial_number) {
-          return info;
-        }
-      }
-    }
-    ADD_FAILURE() << "camera " << camera.serial_number.value_or("?") << " not found by the scan";
-    return DeviceInfo();
-  }
-
-  sim::SimulatedRig rig_;
   PauseRecorder pauses_{&rig_};
 };
 

@@ -13,7 +13,7 @@
 namespace tovanel::uvc_stereo {
 namespace {
 
-using device_testing::count_named;
+using device_testing::count_calls;
 using device_testing::DeviceRigTest;
 using device_testing::ms;
 using device_testing::supported_camera;
@@ -72,14 +72,14 @@ TEST_F(FirmwareGate, RowOneRefusesFirmwareContainingItsDisablingBuild) {
   const Status status = gate(kRowOne, "V260416-b");
   EXPECT_EQ(status.code(), ErrorCode::NotSupported);
   EXPECT_EQ(status.message(), kNotSupported);
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_GetVersion"), 1u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_GetVersion"), 1u);
   EXPECT_EQ(pauses_.durations(), ms({200}));
 }
 
 TEST_F(FirmwareGate, RowOneAllowsTheNeighbouringBuild) {
   const Status status = gate(kRowOne, "260415");
   EXPECT_TRUE(status.ok()) << status.message();
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_GetVersion"), 1u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_GetVersion"), 1u);
   EXPECT_EQ(pauses_.durations(), ms({200}));
 }
 
@@ -119,7 +119,7 @@ TEST_F(FirmwareGate, RowTwoAllowsTheImuWhenTheFirmwareAnswersAnEmptyVersion) {
   // An empty version text is a failed read, which a model with only a disabling build lets through.
   const Status status = gate(kRowTwo, "");
   EXPECT_TRUE(status.ok()) << status.message();
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_GetVersion"), 1u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_GetVersion"), 1u);
   EXPECT_EQ(pauses_.durations(), ms({200}));
 }
 
@@ -132,7 +132,7 @@ TEST_F(FirmwareGate, RowTwoAllowsTheImuWhenTheCameraIsGone) {
   pauses_.clear();
   const Status status = detail::ensure_imu_supported_by_firmware(info_, detail::make_device_selector_config(info_));
   EXPECT_TRUE(status.ok()) << status.message();
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_GetVersion"), 0u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_GetVersion"), 0u);
   EXPECT_EQ(pauses_.durations(), ms({200}));
 }
 

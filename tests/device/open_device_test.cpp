@@ -13,9 +13,9 @@ namespace tovanel::uvc_stereo {
 namespace {
 
 using device_testing::calls_named;
-using device_testing::count_named;
+using device_testing::count_calls;
 using device_testing::DeviceRigTest;
-using device_testing::make_record;
+using device_testing::text_record;
 using device_testing::ms;
 using device_testing::requiring;
 using device_testing::supported_camera;
@@ -193,8 +193,8 @@ TEST_F(OpenDevice, ReadsTheCapabilityReportOnceThroughItsExtensionUnit) {
   const auto reads = calls_named(rig_.calls(), "SonixCam_XuRead");
   ASSERT_EQ(reads.size(), 1u);
   EXPECT_EQ(reads[0].camera, 0);
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_Init"), 1u);
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_UnInit"), 1u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_Init"), 1u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_UnInit"), 1u);
   EXPECT_EQ(device.capability_info().source, CapabilitySource::Reported);
 }
 
@@ -277,7 +277,7 @@ TEST_F(OpenDevice, ImuOnlyReportRefusesARequiredFlashJsonRecord) {
 TEST_F(OpenDevice, RequiredJsonRecordReadsOnlyTheRecordAndSetsBothFlashFlags) {
   sim::SimulatedCamera camera = supported_camera(3, "SN-OPEN-JSON");
   const DeviceInfo info = plug_and_scan(camera);
-  rig_.set_flash(0, 0x51000, make_record("{\"baseline_mm\": 50}"));
+  rig_.set_flash(0, 0x51000, text_record("{\"baseline_mm\": 50}"));
   rig_.clear_calls();
   pauses_.clear();
   DEVICE_TESTING_OPEN(device, info, 5);
@@ -299,7 +299,7 @@ TEST_F(OpenDevice, RequiredJsonRecordReadsOnlyTheRecordAndSetsBothFlashFlags) {
 TEST_F(OpenDevice, RequiredJsonRecordAloneOrWithTheImuBitGivesTheSameFlags) {
   sim::SimulatedCamera camera = supported_camera(3, "SN-OPEN-JSON-ALL");
   const DeviceInfo info = plug_and_scan(camera);
-  rig_.set_flash(0, 0x51000, make_record("[1,2,3]"));
+  rig_.set_flash(0, 0x51000, text_record("[1,2,3]"));
   for (std::uint32_t required : {4u, 6u, 7u}) {
     DEVICE_TESTING_OPEN(device, info, required);
     EXPECT_EQ(device.transport_flags(), 5u) << required;
@@ -312,7 +312,7 @@ TEST_F(OpenDevice, RequiredJsonRecordFailsAsTheReadFails) {
   EXPECT_EQ(erased.status().code(), ErrorCode::BadMagic);
   EXPECT_EQ(erased.status().message(), "flash magic mismatch");
 
-  rig_.set_flash(0, 0x51000, make_record("{\"broken\": }"));
+  rig_.set_flash(0, 0x51000, text_record("{\"broken\": }"));
   const Result<Device> not_json = open_device(info, requiring(5));
   EXPECT_EQ(not_json.status().code(), ErrorCode::InvalidJson);
   EXPECT_TRUE(pauses_.pauses().empty());
@@ -333,8 +333,8 @@ TEST_F(OpenDevice, RequiredFlashTransportWithTheImuBitIsProvenTheSameWay) {
   const DeviceInfo info = plug(supported_camera(3, "SN-OPEN-PROBE3"));
   DEVICE_TESTING_OPEN(device, info, 3);
   EXPECT_EQ(device.transport_flags(), 1u);
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_CstmReadFromSF"), 1u);
-  EXPECT_EQ(count_named(rig_.calls(), "SonixCam_GetVersion"), 0u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_CstmReadFromSF"), 1u);
+  EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_GetVersion"), 0u);
 }
 
 TEST_F(OpenDevice, RequiredFlashTransportFailsUnchangedOnAnUnknownFlash) {

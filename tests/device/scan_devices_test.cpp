@@ -20,43 +20,19 @@
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
 #include "bridge/process_lock.h"
+#include "support/rig_cameras.h"
+#include "support/rig_checks.h"
 #include "win/capture_listing.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
 
 using Indices = std::map<OpenCvBackend, int>;
+using test_support::lower;
+using test_support::supported_camera;
+using test_support::usb_path;
 
 const detail::SupportedModel& model(std::size_t index) { return detail::supported_models().at(index); }
-
-std::string camera_path(std::uint16_t vid, std::uint16_t pid, const std::string& serial) {
-  char path[200];
-  std::snprintf(path, sizeof(path),
-                "\\\\?\\USB#VID_%04X&PID_%04X&MI_00#7&2f1d3c&0&%s#{65E8773D-8F56-11D0-A3B9-00A0C9223196}\\GLOBAL",
-                static_cast<unsigned>(vid), static_cast<unsigned>(pid), serial.c_str());
-  return path;
-}
-
-sim::SimulatedCamera camera_of_model(std::size_t model_index, const std::string& serial) {
-  sim::SimulatedCamera camera;
-  camera.vendor_id = model(model_index).vendor_id;
-  camera.product_id = model(model_index).product_id;
-  camera.device_path = camera_path(camera.vendor_id, camera.product_id, serial);
-  camera.device_name = "USB Video Device";
-  camera.product_string = "Tovanel Stereo Camera";
-  camera.descriptor_3 = "Tovanel";
-  camera.serial_number = serial;
-  return camera;
-}
-
-std::string lower(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') {
-      c = static_cast<char>(c - 'A' + 'a');
-    }
-  }
-  return text;
-}
 
 std::vector<std::string> call_names(const sim::SimulatedRig& rig) { return rig.call_names(); }
 
@@ -76,14 +52,8 @@ std::vector<std::string> serials_of(const std::vector<DeviceInfo>& devices) {
 }
 
 // Every scan must leave the rig as it found it: no broken rule, no open session, the lock free.
-class ScanDevices : public ::testing::Test {
+class ScanDevices : public test_support::RigTest {
  protected:
-  void TearDown() override {
-    EXPECT_TRUE(rig_.violations().empty()) << ::testing::PrintToString(rig_.violations());
-    EXPECT_EQ(rig_.open_sessions(), 0);
-    EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
-  }
-
   std::vector<DeviceInfo> scan_ok(const DeviceScanFilter& filter = {}) {
     Result<std::vector<DeviceInfo>> devices = scan_devices(filter);
     EXPECT_TRUE(devices.ok()) << devices.status().message();
@@ -96,8 +66,6 @@ class ScanDevices : public ::testing::Test {
     EXPECT_EQ(devices.status().code(), ErrorCode::PlatformError);
     EXPECT_EQ(devices.status().message(), message);
   }
-
-  sim::SimulatedRig rig_;
 };
 
 TEST_F(ScanDevices, NoCameraAttachedIsAnEmptyListWithoutASession) {
@@ -108,7 +76,7 @@ TEST_F(ScanDevices, NoCameraAttachedIsAnEmptyListWithoutASession) {
 }
 
 TEST_F(ScanDevices, LibraryThatCannotStartIsAPlatformErrorNamingTheVendorCode) {
-  rig_.add_camera(camera_of_model(0, "SN1"));
+  rig_.add_camera(supported_camera(0, "SN1"));
   rig_.set_library_present(false);
   expect_platform_error("SonixCam_Init failed: vendor_code=ecLibInitFail(2)");
   // No UnInit after a failed Init.
@@ -117,7 +85,7 @@ TEST_F(ScanDevices, LibraryThatCannotStartIsAPlatformErrorNamingTheVendorCode) {
 }
 
 TEST_F(ScanDevices, DisconnectAtInitIsAFailureNotAnEmptyList) {
-  rig_.add_camera(camera_of_model(0, "SN1"));
+  rig_.add_camera(supported_camera(0, "SN1"));
   sim::VendorFault fault;
   fault.call = "SonixCam_Init";
   fault.vendor_code = 7;
@@ -126,7 +94,7 @@ TEST_F(ScanDevices, DisconnectAtInitIsAFailureNotAnEmptyList) {
 }
 
 TEST_F(ScanDevices, NotFoundAtInitThatCannotBeConfirmedIsAFailure) {
-  rig_.add_camera(camera_of_model(0, "SN1"));
+  rig_.add_camera(supported_camera(0, "SN1"));
   sim::VendorFault fault;
   fault.call = "SonixCam_Init";
   fault.vendor_code = 4;
@@ -136,7 +104,7 @@ TEST_F(ScanDevices, NotFoundAtInitThatCannotBeConfirmedIsAFailure) {
 }
 
 TEST_F(ScanDevices, ListsEachCameraWithItsIdsAndTexts) {
-  const sim::SimulatedCamera camera = camera_of_model(2, "SN0002");
+  const sim::SimulatedCamera camera = supported_camera(2, "SN0002");
   rig_.add_camera(camera);
 
   const std::vector<DeviceInfo> devices = scan_ok();
@@ -153,36 +121,36 @@ TEST_F(ScanDevices, ListsEachCameraWithItsIdsAndTexts) {
 }
 
 TEST_F(ScanDevices, KeepsTheEnumerationOrderWithoutSortingOrRemovingDuplicates) {
-  rig_.add_camera(camera_of_model(4, "Z"));
-  rig_.add_camera(camera_of_model(0, "A"));
-  rig_.add_camera(camera_of_model(4, "Z"));
+  rig_.add_camera(supported_camera(4, "Z"));
+  rig_.add_camera(supported_camera(0, "A"));
+  rig_.add_camera(supported_camera(4, "Z"));
   EXPECT_EQ(serials_of(scan_ok()), (std::vector<std::string>{"Z", "A", "Z"}));
 }
 
 TEST_F(ScanDevices, DropsCamerasOfUnsupportedModels) {
-  sim::SimulatedCamera webcam = camera_of_model(0, "WEB");
+  sim::SimulatedCamera webcam = supported_camera(0, "WEB");
   webcam.vendor_id = 0x046D;
   webcam.product_id = 0x0825;
-  webcam.device_path = camera_path(0x046D, 0x0825, "WEB");
+  webcam.device_path = usb_path(0x046D, 0x0825, "WEB");
   rig_.add_camera(webcam);
-  rig_.add_camera(camera_of_model(1, "SN1"));
+  rig_.add_camera(supported_camera(1, "SN1"));
   EXPECT_EQ(serials_of(scan_ok()), (std::vector<std::string>{"SN1"}));
 }
 
 TEST_F(ScanDevices, UnpluggedCameraIsNotListed) {
-  rig_.add_camera(camera_of_model(0, "A"));
-  const int gone = rig_.add_camera(camera_of_model(1, "B"));
-  rig_.add_camera(camera_of_model(2, "C"));
+  rig_.add_camera(supported_camera(0, "A"));
+  const int gone = rig_.add_camera(supported_camera(1, "B"));
+  rig_.add_camera(supported_camera(2, "C"));
   rig_.unplug(gone);
   EXPECT_EQ(serials_of(scan_ok()), (std::vector<std::string>{"A", "C"}));
 }
 
 TEST_F(ScanDevices, WithoutArgumentsScansWithTheDefaultFilter) {
-  rig_.add_camera(camera_of_model(0, "A"));
-  sim::SimulatedCamera unnamed = camera_of_model(3, "B");
+  rig_.add_camera(supported_camera(0, "A"));
+  sim::SimulatedCamera unnamed = supported_camera(3, "B");
   unnamed.serial_number.reset();
   rig_.add_camera(unnamed);
-  rig_.set_capture_devices(OpenCvBackend::Msmf, {{"Tovanel Stereo Camera", camera_of_model(0, "A").device_path}});
+  rig_.set_capture_devices(OpenCvBackend::Msmf, {{"Tovanel Stereo Camera", supported_camera(0, "A").device_path}});
 
   Result<std::vector<DeviceInfo>> plain = scan_devices();
   Result<std::vector<DeviceInfo>> filtered = scan_devices(DeviceScanFilter{});
@@ -197,7 +165,7 @@ TEST_F(ScanDevices, WithoutArgumentsScansWithTheDefaultFilter) {
 }
 
 TEST_F(ScanDevices, FilterOnVendorIdPassesOnlyThatVendor) {
-  rig_.add_camera(camera_of_model(0, "A"));
+  rig_.add_camera(supported_camera(0, "A"));
   DeviceScanFilter filter;
   filter.vendor_id = static_cast<std::uint16_t>(model(0).vendor_id + 1);
   EXPECT_TRUE(scan_ok(filter).empty());
@@ -206,30 +174,30 @@ TEST_F(ScanDevices, FilterOnVendorIdPassesOnlyThatVendor) {
 }
 
 TEST_F(ScanDevices, FilterOnProductIdPassesOnlyThatModel) {
-  rig_.add_camera(camera_of_model(0, "A"));
-  rig_.add_camera(camera_of_model(1, "B"));
-  rig_.add_camera(camera_of_model(1, "C"));
+  rig_.add_camera(supported_camera(0, "A"));
+  rig_.add_camera(supported_camera(1, "B"));
+  rig_.add_camera(supported_camera(1, "C"));
   DeviceScanFilter filter;
   filter.product_id = model(1).product_id;
   EXPECT_EQ(serials_of(scan_ok(filter)), (std::vector<std::string>{"B", "C"}));
 }
 
 TEST_F(ScanDevices, FilterRequiringASerialNumberDropsCamerasWithoutOne) {
-  sim::SimulatedCamera unnamed = camera_of_model(0, "A");
+  sim::SimulatedCamera unnamed = supported_camera(0, "A");
   unnamed.serial_number.reset();
   rig_.add_camera(unnamed);
-  rig_.add_camera(camera_of_model(0, "B"));
+  rig_.add_camera(supported_camera(0, "B"));
   DeviceScanFilter filter;
   filter.require_serial_number = true;
   EXPECT_EQ(serials_of(scan_ok(filter)), (std::vector<std::string>{"B"}));
 }
 
 TEST_F(ScanDevices, FiltersCombine) {
-  rig_.add_camera(camera_of_model(0, "A"));
-  sim::SimulatedCamera unnamed = camera_of_model(1, "B");
+  rig_.add_camera(supported_camera(0, "A"));
+  sim::SimulatedCamera unnamed = supported_camera(1, "B");
   unnamed.serial_number.reset();
   rig_.add_camera(unnamed);
-  rig_.add_camera(camera_of_model(1, "C"));
+  rig_.add_camera(supported_camera(1, "C"));
   DeviceScanFilter filter;
   filter.vendor_id = model(1).vendor_id;
   filter.product_id = model(1).product_id;
@@ -238,13 +206,13 @@ TEST_F(ScanDevices, FiltersCombine) {
 }
 
 TEST_F(ScanDevices, GivesEachCameraTheIndexEachCaptureBackendListsItUnder) {
-  const sim::SimulatedCamera left = camera_of_model(0, "LEFT01");
-  const sim::SimulatedCamera right = camera_of_model(1, "RIGHT02");
+  const sim::SimulatedCamera left = supported_camera(0, "LEFT01");
+  const sim::SimulatedCamera right = supported_camera(1, "RIGHT02");
   rig_.add_camera(left);
   rig_.add_camera(right);
   rig_.set_capture_devices(OpenCvBackend::Msmf, {{"Tovanel Stereo Camera", lower(right.device_path)},
                                                  {"Tovanel Stereo Camera", lower(left.device_path)}});
-  rig_.set_capture_devices(OpenCvBackend::Dshow, {{"Integrated Webcam", camera_path(0x046D, 0x0825, "WEB")},
+  rig_.set_capture_devices(OpenCvBackend::Dshow, {{"Integrated Webcam", usb_path(0x046D, 0x0825, "WEB")},
                                                   {"Tovanel Stereo Camera", "@device:pnp:" + left.device_path}});
 
   const std::vector<DeviceInfo> devices = scan_ok();
@@ -254,7 +222,7 @@ TEST_F(ScanDevices, GivesEachCameraTheIndexEachCaptureBackendListsItUnder) {
 }
 
 TEST_F(ScanDevices, FailedCaptureListingCostsOnlyItsIndices) {
-  const sim::SimulatedCamera camera = camera_of_model(0, "SN1");
+  const sim::SimulatedCamera camera = supported_camera(0, "SN1");
   rig_.add_camera(camera);
   rig_.set_capture_devices(OpenCvBackend::Msmf, {{"Tovanel Stereo Camera", camera.device_path}});
   rig_.set_capture_devices(OpenCvBackend::Dshow, {{"Tovanel Stereo Camera", camera.device_path}});
@@ -270,7 +238,7 @@ TEST_F(ScanDevices, MatchesSixtyFourCamerasAgainstSixtyFourCandidatesPerBackend)
   for (int i = 0; i < 64; ++i) {
     char serial[16];
     std::snprintf(serial, sizeof(serial), "SN%04d", i);
-    cameras.push_back(camera_of_model(static_cast<std::size_t>(i) % detail::kSupportedModelCount, serial));
+    cameras.push_back(supported_camera(static_cast<std::size_t>(i) % detail::kSupportedModelCount, serial));
     rig_.add_camera(cameras.back());
   }
   // Media Foundation lists them backwards as lower-case symbolic links; DirectShow starts
@@ -280,7 +248,7 @@ TEST_F(ScanDevices, MatchesSixtyFourCamerasAgainstSixtyFourCandidatesPerBackend)
   for (int i = 63; i >= 0; --i) {
     msmf.push_back({"Tovanel Stereo Camera", lower(cameras[static_cast<std::size_t>(i)].device_path)});
   }
-  std::vector<sim::SimulatedCaptureDevice> dshow = {{"Integrated Webcam", camera_path(0x046D, 0x0825, "WEB")}};
+  std::vector<sim::SimulatedCaptureDevice> dshow = {{"Integrated Webcam", usb_path(0x046D, 0x0825, "WEB")}};
   for (int k = 0; k < 64; ++k) {
     dshow.push_back(
         {"Tovanel Stereo Camera", "@device:pnp:" + cameras[static_cast<std::size_t>((k + 17) % 64)].device_path});
@@ -300,8 +268,8 @@ TEST_F(ScanDevices, MatchesSixtyFourCamerasAgainstSixtyFourCandidatesPerBackend)
 }
 
 TEST_F(ScanDevices, OpensOneSessionAroundTheEnumerationAndClosesItBeforeReturning) {
-  rig_.add_camera(camera_of_model(0, "A"));
-  rig_.add_camera(camera_of_model(1, "B"));
+  rig_.add_camera(supported_camera(0, "A"));
+  rig_.add_camera(supported_camera(1, "B"));
   static_cast<void>(scan_ok());
 
   std::vector<std::string> expected = {"SonixCam_Init", "SonixCam_EnumCameras"};
@@ -318,7 +286,7 @@ TEST_F(ScanDevices, OpensOneSessionAroundTheEnumerationAndClosesItBeforeReturnin
 }
 
 TEST_F(ScanDevices, FailedEnumerationStillClosesTheSession) {
-  rig_.add_camera(camera_of_model(0, "A"));
+  rig_.add_camera(supported_camera(0, "A"));
   sim::VendorFault fault;
   fault.call = "SonixCam_EnumCameras";
   fault.vendor_code = 3;
@@ -334,7 +302,7 @@ TEST_F(ScanDevices, FailedEnumerationStillClosesTheSession) {
 
 // Running out of memory while the cameras are listed fails the scan; it must not leave the library session open.
 TEST_F(ScanDevices, ExceptionWhileListingIsAnInternalErrorAndStillClosesTheSession) {
-  rig_.add_camera(camera_of_model(0, "A"));
+  rig_.add_camera(supported_camera(0, "A"));
   static const win_detail::CaptureListingSource exhausted{
       [](OpenCvBackend) -> Result<std::vector<win_detail::WinOpenCvCameraCandidate>> { throw std::bad_alloc(); }};
   win_detail::install_capture_listing_source(&exhausted);
@@ -351,7 +319,7 @@ TEST_F(ScanDevices, ExceptionWhileListingIsAnInternalErrorAndStillClosesTheSessi
 }
 
 TEST_F(ScanDevices, WaitsWhileAnotherHolderHasTheVendorLock) {
-  rig_.add_camera(camera_of_model(0, "A"));
+  rig_.add_camera(supported_camera(0, "A"));
   std::optional<win_detail::SonixGlobalLock> held(std::in_place);
   std::atomic<bool> finished{false};
   std::optional<Result<std::vector<DeviceInfo>>> result;
@@ -372,7 +340,7 @@ TEST_F(ScanDevices, WaitsWhileAnotherHolderHasTheVendorLock) {
 TEST_F(ScanDevices, ConcurrentScansSeeTheSameCameras) {
   for (int i = 0; i < 8; ++i) {
     rig_.add_camera(
-        camera_of_model(static_cast<std::size_t>(i) % detail::kSupportedModelCount, "SN" + std::to_string(i)));
+        supported_camera(static_cast<std::size_t>(i) % detail::kSupportedModelCount, "SN" + std::to_string(i)));
   }
   std::vector<std::optional<Result<std::vector<DeviceInfo>>>> results(4);
   std::vector<std::thread> threads;

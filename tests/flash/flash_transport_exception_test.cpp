@@ -7,6 +7,7 @@
 #include "flash/flash_transport.h"
 #include "flash_rig_support.h"
 #include "uvc_stereo/flash.h"
+#include "bridge/process_lock.h"
 #include "bridge/vendor_backend.h"
 
 namespace tovanel::uvc_stereo {

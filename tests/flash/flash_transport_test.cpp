@@ -6,6 +6,7 @@
 
 #include "flash/flash_transport.h"
 #include "flash_rig_support.h"
+#include "uvc_stereo/checksum.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/simulated_rig.h"
 

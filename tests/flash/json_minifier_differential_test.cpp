@@ -9,43 +9,59 @@
 #include <string_view>
 
 #include "flash/json_random_documents.h"
-#include "flash/json_reference_minifier.h"
+#include "support/printable_text.h"
+#include "support/reference_json_minifier.h"
 #include "uvc_stereo/json.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
 
 using json_test::RandomJson;
-using json_test::ReferenceMinifier;
-using json_test::ReferenceOutcome;
+using test_support::printable;
+using test_support::ReferenceJsonMinifier;
 
 constexpr std::uint32_t kSeed = 20240611;
 constexpr int kDocuments = 10000;
 constexpr int kMutantsPerDocument = 4;
 
-// Printable form of a test input for failure messages: bytes outside printable ASCII become \xNN.
-std::string printable(std::string_view text) {
-  static constexpr char kHex[] = "0123456789abcdef";
-  std::string shown;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte < 0x7F && c != '\\') {
-      shown += c;
-    } else {
-      shown += "\\x";
-      shown += kHex[byte >> 4];
-      shown += kHex[byte & 0xF];
-    }
+// The reference's verdict as the SDK words its own: accepted with the minified text, or refused with the message.
+struct ReferenceOutcome {
+  bool ok = false;
+  std::string output;
+  std::string message;
+};
+
+ReferenceOutcome reference_outcome(std::string_view text) {
+  const ReferenceJsonMinifier::Answer answer = ReferenceJsonMinifier::minify(text);
+  ReferenceOutcome outcome;
+  switch (answer.outcome) {
+    case ReferenceJsonMinifier::Outcome::Minified:
+      outcome.ok = true;
+      outcome.output = answer.output;
+      break;
+    case ReferenceJsonMinifier::Outcome::Empty:
+      outcome.message = "json text is empty";
+      break;
+    case ReferenceJsonMinifier::Outcome::InvalidValue:
+      outcome.message = "invalid JSON value at offset " + std::to_string(answer.offset);
+      break;
+    case ReferenceJsonMinifier::Outcome::TrailingCharacters:
+      outcome.message = "unexpected trailing characters at offset " + std::to_string(answer.offset);
+      break;
+    case ReferenceJsonMinifier::Outcome::TooDeep:
+      outcome.message = "nested deeper than the reference follows";
+      break;
   }
-  return shown;
+  return outcome;
 }
+
 
 ::testing::AssertionResult agrees_with_reference(std::string_view text) {
   // An exactly sized copy, with no terminator behind it, lets a memory checker catch any read past the end.
   const std::unique_ptr<char[]> exact(new char[text.size() + (text.empty() ? 1 : 0)]);
   std::copy(text.begin(), text.end(), exact.get());
   const std::string_view input(exact.get(), text.size());
-  const ReferenceOutcome expected = ReferenceMinifier::run(input);
+  const ReferenceOutcome expected = reference_outcome(input);
   const Result<std::string> actual = minify_and_validate_json(input);
   if (actual.ok() != expected.ok) {
     return ::testing::AssertionFailure() << "acceptance differs on \"" << printable(input) << "\": reference says \""
@@ -84,7 +100,7 @@ TEST(JsonReferenceMinifier, GivesTheHandCheckedAnswers) {
       {"{\"a\":1,}", false, "invalid JSON value at offset 7"},
   };
   for (const auto& c : cases) {
-    const ReferenceOutcome outcome = ReferenceMinifier::run(c.input);
+    const ReferenceOutcome outcome = reference_outcome(c.input);
     EXPECT_EQ(outcome.ok, c.ok) << c.input;
     EXPECT_EQ(c.ok ? outcome.output : outcome.message, c.text) << c.input;
   }
@@ -95,7 +111,7 @@ TEST(JsonMinifierDifferential, AgreesWithTheReferenceOnGeneratedDocuments) {
   for (int i = 0; i < kDocuments; ++i) {
     const std::string document = random.document();
     ASSERT_TRUE(agrees_with_reference(document)) << "document " << i;
-    ASSERT_TRUE(ReferenceMinifier::run(document).ok)
+    ASSERT_TRUE(reference_outcome(document).ok)
         << "generator produced an invalid document " << printable(document);
   }
 }
@@ -110,7 +126,7 @@ TEST(JsonMinifierDifferential, AgreesWithTheReferenceOnMutatedDocuments) {
     for (int m = 0; m < kMutantsPerDocument; ++m) {
       const std::string mutant = random.mutate(document);
       ASSERT_TRUE(agrees_with_reference(mutant)) << "document " << i << ", mutant " << m;
-      const ReferenceOutcome outcome = ReferenceMinifier::run(mutant);
+      const ReferenceOutcome outcome = reference_outcome(mutant);
       if (outcome.ok) {
         ++accepted;
       } else {

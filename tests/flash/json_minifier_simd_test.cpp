@@ -15,6 +15,7 @@
 #include "core/cpu_features.h"
 #include "flash/json_minifier_variants.h"
 #include "flash/json_random_documents.h"
+#include "support/printable_text.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -24,24 +25,7 @@ using json_test::RandomJson;
 
 constexpr std::uint32_t kSeed = 20260611;
 
-std::string printable(std::string_view text) {
-  static constexpr char kHex[] = "0123456789abcdef";
-  std::string shown;
-  for (const char c : text.substr(0, 400)) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte < 0x7F && c != '\\') {
-      shown += c;
-    } else {
-      shown += "\\x";
-      shown += kHex[byte >> 4];
-      shown += kHex[byte & 0xF];
-    }
-  }
-  if (text.size() > 400) {
-    shown += "... (" + std::to_string(text.size()) + " bytes)";
-  }
-  return shown;
-}
+std::string printable(std::string_view text) { return test_support::printable(text, 400); }
 
 // The text in a buffer of exactly its size, so that a read past its end is a read past an allocation.
 class ExactCopy {

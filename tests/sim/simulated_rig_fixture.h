@@ -3,56 +3,34 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "core/utf.h"
-#include "imu/model_table.h"
 #include "uvc_stereo/simulated_rig.h"
-#include "uvc_stereo/vendor_lock.h"
-#include "bridge/process_lock.h"
 #include "bridge/sonix_camera.h"
+#include "support/call_views.h"
+#include "support/locked_session.h"
+#include "support/rig_cameras.h"
 
 // Helpers for driving the simulated rig through the vendor functions the way the SDK
 // does: under the vendor lock, inside a library session.
 namespace tovanel::uvc_stereo::sim::rig_testing {
 
-// A camera of the first supported model, told apart by its serial number.
+using test_support::calls_named;
+using test_support::LockedSession;
+
+// A camera of the first supported model that the library names after its serial number and that has no product
+// string or manufacturer text.
 inline SimulatedCamera supported_camera(const std::string& serial) {
-  const detail::SupportedModel& model = detail::supported_models().front();
-  SimulatedCamera camera;
-  camera.vendor_id = model.vendor_id;
-  camera.product_id = model.product_id;
-  char path[160];
-  std::snprintf(path, sizeof(path),
-                "\\\\?\\usb#vid_%04x&pid_%04x&mi_00#7&2a1b&0&%s#{e5323777-f976-4f5b-9b55-b94699c46e44}",
-                static_cast<unsigned>(model.vendor_id), static_cast<unsigned>(model.product_id), serial.c_str());
-  camera.device_path = path;
+  SimulatedCamera camera = test_support::supported_camera(0, serial);
   camera.device_name = "Stereo Camera " + serial;
-  camera.serial_number = serial;
+  camera.product_string.reset();
+  camera.descriptor_3.reset();
   return camera;
 }
-
-// The vendor lock and one library session, closed again at scope end.
-class LockedSession {
- public:
-  LockedSession() : opened_(SonixCam_Init()) {}
-  ~LockedSession() {
-    if (opened_) {
-      static_cast<void>(SonixCam_UnInit());
-    }
-  }
-  LockedSession(const LockedSession&) = delete;
-  LockedSession& operator=(const LockedSession&) = delete;
-
-  [[nodiscard]] bool opened() const noexcept { return opened_; }
-
- private:
-  win_detail::SonixGlobalLock lock_;
-  bool opened_;
-};
 
 // The records of the plugged cameras as the library lists them; empty when it lists none.
 inline std::vector<SonixLib::scDevice_t> enumerate_records() {
@@ -86,16 +64,6 @@ inline std::int32_t reported_vendor_code(SonixLib::scDevice_t* device = nullptr)
   SonixLib::scErrorCode_t code = SonixLib::ecUnknow;
   EXPECT_TRUE(SonixCam_GetErrorCode(device, &code));
   return code;
-}
-
-inline std::vector<VendorCall> calls_named(const SimulatedRig& rig, const std::string& name) {
-  std::vector<VendorCall> found;
-  for (const VendorCall& call : rig.calls()) {
-    if (call.name == name) {
-      found.push_back(call);
-    }
-  }
-  return found;
 }
 
 }  // namespace tovanel::uvc_stereo::sim::rig_testing

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "simulated_rig_fixture.h"
+#include "support/rig_checks.h"
 #include "bridge/vendor_backend.h"
 #include "win/capture_listing.h"
 
@@ -55,17 +56,8 @@ TEST(SimulatedRigLifetime, ADestroyedOlderRigLeavesTheNewerOneInstalled) {
   EXPECT_EQ(newer.open_sessions(), 1);
 }
 
-class SimulatedRigTest : public ::testing::Test {
- protected:
-  // Every test here keeps the rules the SDK keeps.
-  void TearDown() override {
-    EXPECT_TRUE(rig_.violations().empty()) << ::testing::PrintToString(rig_.violations());
-    EXPECT_EQ(rig_.open_sessions(), 0);
-    EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
-  }
-
-  SimulatedRig rig_;
-};
+// Every test here keeps the rules the SDK keeps.
+using SimulatedRigTest = test_support::RigTest;
 
 TEST_F(SimulatedRigTest, SessionsNestAndUnInitClosesOneAtATime) {
   rig_.add_camera(supported_camera("S1"));

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "support/rig_checks.h"
+#include "support/call_views.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
 
@@ -28,8 +28,8 @@ class CallAudit {
       inits_ += call.name == "SonixCam_Init" ? 1 : 0;
       uninits_ += call.name == "SonixCam_UnInit" ? 1 : 0;
     }
-    balance_ += rig_checks::session_balance(piece);
-    for (std::string& name : rig_checks::calls_without_lock(piece)) {
+    balance_ += test_support::session_balance(piece);
+    for (std::string& name : test_support::calls_without_lock(piece)) {
       if (without_lock_.size() < 10) {
         without_lock_.push_back(std::move(name));
       }

@@ -2,47 +2,26 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <string>
-#include <vector>
 
-#include "imu/model_table.h"
+#include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
 
-// Cameras and call views shared by the suites that drive the simulated rig.
-namespace tovanel::uvc_stereo::rig_cameras {
+// Cameras of the supported models for the simulated rig, and the record a scan gives for one.
+namespace tovanel::uvc_stereo::test_support {
 
-// A camera of one supported model (its row in the model table), named by a Windows-style device path that
-// carries its ids and the serial as the instance.
-inline sim::SimulatedCamera supported_camera(std::size_t model_index, const std::string& serial) {
-  const detail::SupportedModel& model = detail::supported_models().at(model_index);
-  sim::SimulatedCamera camera;
-  camera.vendor_id = model.vendor_id;
-  camera.product_id = model.product_id;
-  char path[192];
-  std::snprintf(path, sizeof(path),
-                "\\\\?\\usb#vid_%04x&pid_%04x&mi_00#7&3a5c2e1f&0&%s#{65e8773d-8f56-11d0-a3b9-00a0c9223196}\\global",
-                static_cast<unsigned>(model.vendor_id), static_cast<unsigned>(model.product_id), serial.c_str());
-  camera.device_path = path;
-  camera.device_name = "Tovanel Stereo Camera";
-  camera.product_string = "Tovanel Stereo Camera";
-  camera.serial_number = serial;
-  return camera;
-}
+// The path a camera of `vid`/`pid` reports, in the library's own spelling, with `instance` as its USB instance.
+[[nodiscard]] std::string usb_path(std::uint16_t vid, std::uint16_t pid, const std::string& instance);
 
-inline std::vector<std::uint8_t> bytes_of(const std::string& text) {
-  return std::vector<std::uint8_t>(text.begin(), text.end());
-}
+// A camera of row `model_index` of the model table, told apart by its serial number. Every text differs from its
+// fallback (the library's device name, the product string and the manufacturer), so that a descriptor that cannot
+// be read shows in a scan.
+[[nodiscard]] sim::SimulatedCamera supported_camera(std::size_t model_index, const std::string& serial);
 
-// The calls of one name, in the order the rig saw them.
-inline std::vector<sim::VendorCall> calls_named(const std::vector<sim::VendorCall>& calls, const std::string& name) {
-  std::vector<sim::VendorCall> found;
-  for (const sim::VendorCall& call : calls) {
-    if (call.name == name) {
-      found.push_back(call);
-    }
-  }
-  return found;
-}
+// The record a scan gives for `camera`.
+[[nodiscard]] DeviceInfo info_of(const sim::SimulatedCamera& camera);
 
-}  // namespace tovanel::uvc_stereo::rig_cameras
+// `text` in ASCII capitals turned to small letters, as another capture backend may spell a path.
+[[nodiscard]] std::string lower(std::string text);
+
+}  // namespace tovanel::uvc_stereo::test_support

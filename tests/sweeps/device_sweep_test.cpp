@@ -205,7 +205,7 @@ class OpenDeviceScenario : public Scenario {
   }
 
   std::uint32_t required_;
-  std::vector<std::uint8_t> record_ = device_testing::make_record("{ \"exposure\" : [1, 2, 3] }");
+  std::vector<std::uint8_t> record_ = test_support::text_record("{ \"exposure\" : [1, 2, 3] }");
   DeviceInfo info_;
   std::optional<PauseRecorder> pauses_;
   std::optional<Result<Device>> result_;
@@ -276,7 +276,7 @@ class ReadJsonScenario : public DeviceJsonScenario {
 
  private:
   std::vector<std::uint8_t> record_ =
-      device_testing::make_record("{ \"gain\" : [ 1, 2.5, -3 ],\n  \"name\" : \"left eye\" }", 7);
+      test_support::text_record("{ \"gain\" : [ 1, 2.5, -3 ],\n  \"name\" : \"left eye\" }", 7);
   std::optional<Result<ReadJsonResult>> result_;
 };
 
@@ -288,7 +288,7 @@ class WriteJsonScenario : public DeviceJsonScenario {
     sim::SimulatedCamera target = target_camera(kGatedModelRow);
     target.capability_report = flash_and_imu_report();
     plug_pair(rig, target);
-    rig.set_flash(kTarget, kUserSpace, device_testing::make_record(old_json_));
+    rig.set_flash(kTarget, kUserSpace, test_support::text_record(old_json_));
   }
   Status run() override { return device_->write_json(new_json_); }
 
@@ -296,19 +296,8 @@ class WriteJsonScenario : public DeviceJsonScenario {
     if (point == nullptr) {
       return {Status(), 0};
     }
-    const std::string& name = point->call.name;
-    if (name == "SonixCam_SetStatusRegBitWP" || name == "SonixCam_SetWriteProtectedSF") {
-      return {Status(ErrorCode::WriteFailed, vendor_message(name, failure)), 0};
-    }
-    if (name == "SonixCam_SectorEraseSF") {
-      const std::uint32_t sector = kUserSpace + (point->occurrence - 1) * kSector;
-      return {Status(ErrorCode::EraseFailed, flash_access_message(name, failure, sector, kSector)), 0};
-    }
-    if (name == "SonixCam_WriteToSF") {
-      return {Status(ErrorCode::WriteFailed, flash_access_message(name, failure, kUserSpace, record_size())), 0};
-    }
-    if (name == "SonixCam_CstmReadFromSF") {
-      return {Status(ErrorCode::ReadFailed, flash_access_message(name, failure, kUserSpace, record_size())), 0};
+    if (std::optional<Status> flash = flash_write_failure(*point, failure, record_size())) {
+      return {*flash, 0};
     }
     const SessionRule rule = session_rule(*point, failure, Selection::ByPath);
     return {rule.applies ? rule.fails.value_or(Status()) : unknown_call(*point), 0};

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "support/call_views.h"
 #include "support/rig_checks.h"
 #include "uvc_stereo/result.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -137,14 +138,6 @@ inline std::string describe(const Scenario& scenario, const FailurePoint* point,
          vendor_code_text(failure) + (failure.query_fails ? " (error query fails)" : "");
 }
 
-inline std::size_t failed_uninits(const std::vector<sim::VendorCall>& calls) {
-  std::size_t count = 0;
-  for (const sim::VendorCall& call : calls) {
-    count += call.name == "SonixCam_UnInit" && !call.succeeded ? 1 : 0;
-  }
-  return count;
-}
-
 // Runs one case and returns the operation's calls.
 inline std::vector<sim::VendorCall> run_case(Scenario& scenario, const FailurePoint* point,
                                              const VendorFailure& failure) {
@@ -155,7 +148,7 @@ inline std::vector<sim::VendorCall> run_case(Scenario& scenario, const FailurePo
   scenario.prepare(rig);
   // The preparation's calls are kept aside, so that sessions it opened (an IMU reader's) are counted too.
   std::vector<sim::VendorCall> everything = rig.calls();
-  const long open_before = rig_checks::session_balance(everything);
+  const long open_before = test_support::session_balance(everything);
   rig.clear_calls();
   if (point != nullptr) {
     sim::VendorFault fault;
@@ -182,21 +175,21 @@ inline std::vector<sim::VendorCall> run_case(Scenario& scenario, const FailurePo
       EXPECT_FALSE(calls[point->position].succeeded);
     }
   }
-  EXPECT_EQ(rig_checks::calls_without_lock(calls), std::vector<std::string>{});
+  EXPECT_EQ(test_support::calls_without_lock(calls), std::vector<std::string>{});
   EXPECT_EQ(rig.violations(), std::vector<std::string>{});
-  EXPECT_EQ(open_before + rig_checks::session_balance(calls), want.sessions_left_open);
+  EXPECT_EQ(open_before + test_support::session_balance(calls), want.sessions_left_open);
   // The rig keeps a session whose UnInit failed; what the SDK owes is the one UnInit call, counted above.
-  EXPECT_EQ(rig.open_sessions(), want.sessions_left_open + static_cast<int>(failed_uninits(calls)));
-  rig_checks::expect_vendor_lock_free(context);
+  EXPECT_EQ(rig.open_sessions(), want.sessions_left_open + static_cast<int>(test_support::failed_uninits(calls)));
+  test_support::expect_vendor_lock_free(context);
 
   scenario.check_after(rig, point, failure);
   scenario.release();
   const std::vector<sim::VendorCall> later = rig.calls();
   everything.insert(everything.end(), later.begin(), later.end());
-  EXPECT_EQ(rig_checks::session_balance(everything), 0) << "after release";
-  EXPECT_EQ(rig.open_sessions(), static_cast<int>(failed_uninits(everything))) << "after release";
+  EXPECT_EQ(test_support::session_balance(everything), 0) << "after release";
+  EXPECT_EQ(rig.open_sessions(), static_cast<int>(test_support::failed_uninits(everything))) << "after release";
   EXPECT_EQ(rig.violations(), std::vector<std::string>{}) << "after release";
-  rig_checks::expect_vendor_lock_free(context + " (after release)");
+  test_support::expect_vendor_lock_free(context + " (after release)");
   return calls;
 }
 

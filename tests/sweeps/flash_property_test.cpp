@@ -9,10 +9,12 @@
 #include <vector>
 
 #include "flash/flash_rig_support.h"
+#include "support/call_views.h"
 #include "support/rig_checks.h"
 #include "sweeps/fault_sweep.h"
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/flash.h"
+#include "bridge/process_lock.h"
 
 // Random flash configurations, records and requests against cameras whose user space is the one configured: whatever
 // is asked, nothing outside the user space is ever erased or written, a request the user space cannot hold never
@@ -173,8 +175,8 @@ Guards place_guards(sim::SimulatedRig& rig, const FlashConfig& config, Draw& dra
 }
 
 bool touches_flash(const std::vector<sim::VendorCall>& calls) {
-  return rig_checks::count_calls(calls, "SonixCam_SectorEraseSF") +
-             rig_checks::count_calls(calls, "SonixCam_WriteToSF") >
+  return test_support::count_calls(calls, "SonixCam_SectorEraseSF") +
+             test_support::count_calls(calls, "SonixCam_WriteToSF") >
          0;
 }
 
@@ -251,7 +253,7 @@ TEST(FlashProperty, RandomConfigurationsAndRecordsNeverTouchTheFlashOutsideTheUs
 
     EXPECT_EQ(rig.violations(), std::vector<std::string>{});
     EXPECT_EQ(rig.open_sessions(), 0);
-    EXPECT_EQ(rig_checks::calls_without_lock(rig.calls()), std::vector<std::string>{});
+    EXPECT_EQ(test_support::calls_without_lock(rig.calls()), std::vector<std::string>{});
     EXPECT_TRUE(rig.flash(kTarget, guards.before_address, static_cast<std::uint32_t>(guards.before.size())) ==
                 guards.before)
         << "the bytes before the user space changed";
@@ -260,7 +262,7 @@ TEST(FlashProperty, RandomConfigurationsAndRecordsNeverTouchTheFlashOutsideTheUs
         << "the bytes after the user space changed";
     EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
   }
-  rig_checks::expect_vendor_lock_free();
+  test_support::expect_vendor_lock_free();
   // The draw reaches every outcome, so the property is not tested on refusals alone.
   EXPECT_GT(written, kCases / 5);
   EXPECT_GT(refused_before_session, kCases / 20);

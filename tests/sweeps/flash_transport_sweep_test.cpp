@@ -219,19 +219,8 @@ class WriteBlobScenario : public FlashScenario {
     if (point == nullptr) {
       return {Status(), 0};
     }
-    const std::string& name = point->call.name;
-    if (name == "SonixCam_SetStatusRegBitWP" || name == "SonixCam_SetWriteProtectedSF") {
-      return {Status(ErrorCode::WriteFailed, vendor_message(name, failure)), 0};
-    }
-    if (name == "SonixCam_SectorEraseSF") {
-      const std::uint32_t sector = kUserSpace + (point->occurrence - 1) * kSector;
-      return {Status(ErrorCode::EraseFailed, flash_access_message(name, failure, sector, kSector)), 0};
-    }
-    if (name == "SonixCam_WriteToSF") {
-      return {Status(ErrorCode::WriteFailed, flash_access_message(name, failure, kUserSpace, record_size())), 0};
-    }
-    if (name == "SonixCam_CstmReadFromSF") {
-      return {Status(ErrorCode::ReadFailed, flash_access_message(name, failure, kUserSpace, record_size())), 0};
+    if (std::optional<Status> flash = flash_write_failure(*point, failure, record_size())) {
+      return {*flash, 0};
     }
     return {by_session_rule(*point, failure, Status()), 0};
   }

@@ -10,6 +10,7 @@
 
 #include "device/device_rig_support.h"
 #include "flash/flash_rig_support.h"
+#include "support/call_views.h"
 #include "support/rig_checks.h"
 #include "sweeps/fault_sweep.h"
 #include "sweeps/sweep_rig.h"
@@ -88,8 +89,8 @@ class OpenImuScenario : public ImuScenario {
       ASSERT_LT(pauses[0].calls_before, calls.size());
       const std::vector<sim::VendorCall> before(calls.begin(),
                                                 calls.begin() + static_cast<std::ptrdiff_t>(pauses[0].calls_before));
-      EXPECT_EQ(rig_checks::session_balance(before), 0);
-      EXPECT_EQ(rig_checks::count_calls(before, "SonixCam_SetNodeID"), 0u);
+      EXPECT_EQ(test_support::session_balance(before), 0);
+      EXPECT_EQ(test_support::count_calls(before, "SonixCam_SetNodeID"), 0u);
       EXPECT_EQ(calls[pauses[0].calls_before].name, "SonixCam_Init");
     }
     const bool open = device_->has_imu_transport();

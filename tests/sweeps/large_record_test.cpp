@@ -8,6 +8,7 @@
 
 #include "device/device_rig_support.h"
 #include "flash/flash_rig_support.h"
+#include "support/call_views.h"
 #include "support/rig_checks.h"
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/device.h"
@@ -55,12 +56,12 @@ class LargeRecord : public ::testing::Test {
   void TearDown() override {
     EXPECT_EQ(rig_.violations(), std::vector<std::string>{});
     EXPECT_EQ(rig_.open_sessions(), 0);
-    EXPECT_EQ(rig_checks::session_balance(rig_.calls()), 0);
+    EXPECT_EQ(test_support::session_balance(rig_.calls()), 0);
     EXPECT_TRUE(rig_.flash(kTarget, kUserSpace - kSector, kSector) == std::vector<std::uint8_t>(kSector, 0x5A))
         << "the sector before the user space changed";
     EXPECT_TRUE(rig_.flash(kTarget, kUserSpace + kSixtyFourKiB, kSector) == std::vector<std::uint8_t>(kSector, 0xA5))
         << "the sector after the user space changed";
-    rig_checks::expect_vendor_lock_free();
+    test_support::expect_vendor_lock_free();
   }
 
   sim::SimulatedRig rig_;
@@ -116,7 +117,7 @@ TEST_F(LargeRecord, JsonFillingTheReportedUserSpaceIsInTheFlashByteForByte) {
 
   ASSERT_TRUE(written.ok()) << written.message();
   expect_one_piece_write_of(rig_.calls(), kSixtyFourKiB);
-  EXPECT_TRUE(rig_.flash(kTarget, kUserSpace, kSixtyFourKiB) == device_testing::make_record(json))
+  EXPECT_TRUE(rig_.flash(kTarget, kUserSpace, kSixtyFourKiB) == test_support::text_record(json))
       << "the flash does not hold the record byte for byte";
   const Result<ReadJsonResult> read = device.read_json();
   ASSERT_TRUE(read.ok()) << read.status().message();

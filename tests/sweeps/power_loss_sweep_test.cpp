@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "device/device_rig_support.h"
+#include "support/call_views.h"
 #include "support/rig_checks.h"
 #include "sweeps/fault_sweep.h"
 #include "sweeps/sweep_rig.h"
@@ -50,8 +51,8 @@ Status expected_read_after_write_cut(std::uint32_t programmed) {
 // The per-case rig rules: every session closed, every call under the lock, nothing outside the user space.
 void expect_rules_kept(sim::SimulatedRig& rig) {
   const std::vector<sim::VendorCall> calls = rig.calls();
-  EXPECT_EQ(rig_checks::session_balance(calls), 0);
-  EXPECT_EQ(rig_checks::calls_without_lock(calls), std::vector<std::string>{});
+  EXPECT_EQ(test_support::session_balance(calls), 0);
+  EXPECT_EQ(test_support::calls_without_lock(calls), std::vector<std::string>{});
   EXPECT_EQ(rig.violations(), std::vector<std::string>{});
   EXPECT_EQ(rig.open_sessions(), 0);
   EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
@@ -101,7 +102,7 @@ TEST(PowerLossSweep, JsonRecordWriteCutAtEveryByteReadsAsAFailureAndIsRestoredBy
     ++cases;
   }
   EXPECT_EQ(cases, kFourKiB + 1);
-  rig_checks::expect_vendor_lock_free();
+  test_support::expect_vendor_lock_free();
   count_cases(cases);
   std::printf("[ sweep    ] JSON record write cut at every byte: %zu cases\n", cases);
 }
@@ -162,7 +163,7 @@ TEST(PowerLossSweep, RawRecordWriteCutAcrossTheRecordReadsAsAFailureAndIsRestore
     ++cases;
   }
   EXPECT_EQ(cases, offsets.size());
-  rig_checks::expect_vendor_lock_free();
+  test_support::expect_vendor_lock_free();
   count_cases(cases);
   std::printf("[ sweep    ] raw record write cut across the record: %zu cases\n", cases);
 }
@@ -243,7 +244,7 @@ TEST(PowerLossSweep, EraseCutInEverySectorOfA64KiBRecordReadsAsAFailureAndIsRest
   }
   EXPECT_EQ(cases, sectors * std::size(offsets));
   erase_cut() = EraseCut{};
-  rig_checks::expect_vendor_lock_free();
+  test_support::expect_vendor_lock_free();
   count_cases(cases);
   std::printf("[ sweep    ] erase cut in every sector: %zu cases\n", cases);
 }

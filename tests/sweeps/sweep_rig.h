@@ -10,7 +10,8 @@
 #include <vector>
 
 #include "capability/capability_report_builder.h"
-#include "device/device_rig_support.h"
+#include "support/rig_cameras.h"
+#include "support/scanned_device.h"
 #include "sweeps/fault_sweep.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash_config.h"
@@ -34,16 +35,14 @@ inline constexpr std::size_t kOtherModelRow = 3;
 
 // Every text of the target differs from its fallback, so that a descriptor that cannot be read shows in a scan.
 inline sim::SimulatedCamera target_camera(std::size_t model_row) {
-  sim::SimulatedCamera camera = device_testing::supported_camera(model_row, kTargetSerial);
-  camera.device_name = "USB Video Device";
-  camera.product_string = "Tovanel Stereo Camera";
-  camera.descriptor_3 = "Tovanel";
-  return camera;
+  return test_support::supported_camera(model_row, kTargetSerial);
 }
 
-// The other camera answers its vid/pid descriptor in the other byte order.
+// The other camera answers its vid/pid descriptor in the other byte order, and the library names it as its
+// product string does.
 inline sim::SimulatedCamera other_camera() {
-  sim::SimulatedCamera camera = device_testing::supported_camera(kOtherModelRow, kOtherSerial);
+  sim::SimulatedCamera camera = test_support::supported_camera(kOtherModelRow, kOtherSerial);
+  camera.device_name = "Tovanel Stereo Camera";
   camera.descriptor_order = sim::DescriptorByteOrder::LittleEndian;
   return camera;
 }
@@ -64,19 +63,7 @@ inline void plug_pair(sim::SimulatedRig& rig, const sim::SimulatedCamera& target
 }
 
 // The scan's record of the target camera.
-inline DeviceInfo scan_target() {
-  Result<std::vector<DeviceInfo>> devices = scan_devices();
-  EXPECT_TRUE(devices.ok()) << devices.status().message();
-  if (devices.ok()) {
-    for (const DeviceInfo& info : devices.value()) {
-      if (info.serial_number == kTargetSerial) {
-        return info;
-      }
-    }
-  }
-  ADD_FAILURE() << "the target camera is missing from the scan";
-  return DeviceInfo();
-}
+inline DeviceInfo scan_target() { return test_support::scanned_device(kTargetSerial); }
 
 // JSON text of about `length` bytes (once minified), different for each `seed`.
 inline std::string json_of_length(std::size_t length, unsigned seed) {
@@ -128,6 +115,27 @@ inline SessionRule session_rule(const FailurePoint& point, const VendorFailure& 
     rule.applies = false;
   }
   return rule;
+}
+
+// What a failing call of a write of `record_size` bytes to the user space gives, when it is one of the flash
+// protection, erase, write and read-back calls; nothing for any other call.
+inline std::optional<Status> flash_write_failure(const FailurePoint& point, const VendorFailure& failure,
+                                                 std::uint64_t record_size) {
+  const std::string& name = point.call.name;
+  if (name == "SonixCam_SetStatusRegBitWP" || name == "SonixCam_SetWriteProtectedSF") {
+    return Status(ErrorCode::WriteFailed, vendor_message(name, failure));
+  }
+  if (name == "SonixCam_SectorEraseSF") {
+    const std::uint32_t sector = kUserSpace + (point.occurrence - 1) * kSector;
+    return Status(ErrorCode::EraseFailed, flash_access_message(name, failure, sector, kSector));
+  }
+  if (name == "SonixCam_WriteToSF") {
+    return Status(ErrorCode::WriteFailed, flash_access_message(name, failure, kUserSpace, record_size));
+  }
+  if (name == "SonixCam_CstmReadFromSF") {
+    return Status(ErrorCode::ReadFailed, flash_access_message(name, failure, kUserSpace, record_size));
+  }
+  return std::nullopt;
 }
 
 // The failure of a call that no rule covers: the sweep met a call it does not know.

@@ -11,6 +11,7 @@
 #include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "flash/flash_rig_support.h"
+#include "support/call_views.h"
 #include "support/rig_checks.h"
 #include "sweeps/fault_sweep.h"
 #include "sweeps/sweep_rig.h"
@@ -76,9 +77,9 @@ class Unplug : public ::testing::Test {
     unplug_plan() = UnplugPlan{};
     EXPECT_EQ(rig_.violations(), std::vector<std::string>{});
     EXPECT_EQ(rig_.open_sessions(), 0);
-    EXPECT_EQ(rig_checks::session_balance(rig_.calls()), 0);
-    EXPECT_EQ(rig_checks::calls_without_lock(rig_.calls()), std::vector<std::string>{});
-    rig_checks::expect_vendor_lock_free();
+    EXPECT_EQ(test_support::session_balance(rig_.calls()), 0);
+    EXPECT_EQ(test_support::calls_without_lock(rig_.calls()), std::vector<std::string>{});
+    test_support::expect_vendor_lock_free();
   }
 
   Device open_target() {
@@ -108,7 +109,7 @@ TEST_F(Unplug, BetweenTheLastEraseAndTheWriteTheWriteFailsAndThePluggedBackCamer
   EXPECT_EQ(cut.message(), expected);
   EXPECT_EQ(debug.texts(), (std::vector<std::string>{expected, "\n"}));
   EXPECT_EQ(rig_.open_sessions(), 0);
-  rig_checks::expect_vendor_lock_free();
+  test_support::expect_vendor_lock_free();
 
   // While it is out, the camera cannot be found by its path.
   const Result<ReadJsonResult> while_out = device.read_json();
@@ -193,7 +194,7 @@ TEST(UnplugDuringImuOpen, PulledDuringTheFirmwarePauseTheOpenFailsAndLeavesNoRea
   EXPECT_EQ(device.read_imu().status().message(), "IMU is not open");
   EXPECT_EQ(rig.open_sessions(), 0);
   EXPECT_EQ(rig.violations(), std::vector<std::string>{});
-  rig_checks::expect_vendor_lock_free();
+  test_support::expect_vendor_lock_free();
 }
 
 TEST(UnplugDuringImuOpen, PulledWhenItIsTheOnlyCameraTheLibraryCannotStart) {
@@ -210,7 +211,7 @@ TEST(UnplugDuringImuOpen, PulledWhenItIsTheOnlyCameraTheLibraryCannotStart) {
   EXPECT_EQ(status.message(), "SonixCam_Init failed: vendor_code=ecNotFindDevice(4)");
   EXPECT_EQ(rig.open_sessions(), 0);
   EXPECT_EQ(rig.violations(), std::vector<std::string>{});
-  rig_checks::expect_vendor_lock_free();
+  test_support::expect_vendor_lock_free();
 }
 
 TEST(UnplugWhileStreaming, PulledFromAnotherThreadTheStreamFailsAndClosingLeavesNothingOpen) {
@@ -255,7 +256,7 @@ TEST(UnplugWhileStreaming, PulledFromAnotherThreadTheStreamFailsAndClosingLeaves
 
   EXPECT_TRUE(device.close_imu().ok());
   EXPECT_EQ(rig.open_sessions(), 0);
-  rig_checks::expect_vendor_lock_free();
+  test_support::expect_vendor_lock_free();
   const Status while_out = device.open_imu();
   EXPECT_EQ(while_out.code(), ErrorCode::DeviceUnavailable);
   EXPECT_EQ(while_out.message(), "preferred device_path not found in current scan");
@@ -268,8 +269,8 @@ TEST(UnplugWhileStreaming, PulledFromAnotherThreadTheStreamFailsAndClosingLeaves
   EXPECT_TRUE(device.close_imu().ok());
   EXPECT_EQ(rig.open_sessions(), 0);
   EXPECT_EQ(rig.violations(), std::vector<std::string>{});
-  EXPECT_EQ(rig_checks::session_balance(rig.calls()), 0);
-  rig_checks::expect_vendor_lock_free();
+  EXPECT_EQ(test_support::session_balance(rig.calls()), 0);
+  test_support::expect_vendor_lock_free();
 }
 
 }  // namespace

@@ -4,11 +4,11 @@
 #include <string>
 #include <string_view>
 
-namespace uvc_stereo_fuzz {
-
 // A second minifier, written as the plain recursive-descent scanner that the JSON rules describe, one function
-// per production, so the fuzzer can hold the SDK's stack-based scanner to it: same acceptance, same output,
-// same failure position. It is deliberately naive and shares no code with the SDK.
+// per production, so that the fuzzer and the differential tests can hold the SDK's stack-based scanner to it: same
+// acceptance, same output, same failure position. It is deliberately naive and shares no code with the SDK.
+namespace tovanel::uvc_stereo::test_support {
+
 class ReferenceJsonMinifier {
  public:
   enum class Outcome { Minified, Empty, InvalidValue, TrailingCharacters, TooDeep };
@@ -276,4 +276,4 @@ class ReferenceJsonMinifier {
   bool too_deep_ = false;
 };
 
-}  // namespace uvc_stereo_fuzz
+}  // namespace tovanel::uvc_stereo::test_support
