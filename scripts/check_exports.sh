@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # Checks the exported interface of a built SDK library (the Windows DLL or the Linux
 # shared library) against cmake/exported_api.txt, and that list against the headers:
-#  - every UVC_STEREO_API declaration of include/uvc_stereo/*.h is in the list, and the
-#    list names nothing the headers do not declare;
-#  - every listed function is exported, and every listed class has exported members;
-#  - nothing else is exported: no symbol outside namespace tovanel::uvc_stereo, and no
-#    internal one (detail, win_detail or any other) that the headers do not export.
+#  - every UVC_STEREO_API declaration of include/uvc_stereo/*.h, and every function the
+#    C header declares with UVC_STEREO_C_API, is in the list, and the list names nothing
+#    the headers do not declare;
+#  - every listed function is exported (the C functions under their own, undecorated
+#    names), and every listed class has exported members;
+#  - nothing else is exported: no symbol outside namespace tovanel::uvc_stereo but the
+#    listed C functions, and no internal one (detail, win_detail or any other) that the
+#    headers do not export.
 # Usage: check_exports.sh LIBRARY   (a .dll is read with MinGW's objdump, anything else
 # with nm -D). Exits non-zero and names every problem when the interface is wrong.
 set -euo pipefail
@@ -49,6 +52,12 @@ declared=$(awk '
     print "function " scope "::" parts[n]
   }
 ' $(ls "$root"/include/uvc_stereo/*.h | grep -v '/export\.h$') | sort -u)
+# The C interface's functions, as "c_function NAME" lines: each declaration reads
+# "UVC_STEREO_C_API <type> UVC_STEREO_CALL uvc_stereo_<name>(", possibly over several lines.
+c_declared=$(tr '\n' ' ' <"$root/include/uvc_stereo/uvc_stereo_c.h" |
+  grep -oE 'UVC_STEREO_C_API[^;(#]*UVC_STEREO_CALL[[:space:]]+uvc_stereo_[A-Za-z0-9_]+[[:space:]]*\(' |
+  sed -E 's/[[:space:]]*\($//; s/.*[[:space:]]//; s/^/c_function /' | sort -u)
+declared=$(printf '%s\n%s\n' "$declared" "$c_declared" | sed '/^$/d' | sort -u)
 
 while IFS= read -r line; do
   problem "cannot read the UVC_STEREO_API declaration at ${line#unreadable }"
@@ -56,7 +65,7 @@ done < <(grep '^unreadable ' <<<"$declared" || true)
 
 listed=$(grep -v -e '^#' -e '^[[:space:]]*$' "$list" | sort -u)
 while IFS= read -r entry; do
-  [ -n "$entry" ] && problem "declared with UVC_STEREO_API but missing from cmake/exported_api.txt: $entry"
+  [ -n "$entry" ] && problem "declared with UVC_STEREO_API or UVC_STEREO_C_API but missing from cmake/exported_api.txt: $entry"
 done < <(comm -23 <(grep -v '^unreadable ' <<<"$declared") <(echo "$listed"))
 while IFS= read -r entry; do
   [ -n "$entry" ] && problem "listed in cmake/exported_api.txt but declared by no header: $entry"
@@ -76,11 +85,12 @@ esac
 [ -n "$mangled" ] || { echo "check_exports: $library exports nothing" >&2; exit 1; }
 symbols=$(c++filt <<<"$mangled")
 
-declare -A functions=() classes=() found=()
+declare -A functions=() classes=() c_functions=() found=()
 while read -r kind name; do
   case "$kind" in
     function) functions[$name]=1 ;;
     class) classes[$name]=1 ;;
+    c_function) c_functions[$name]=1 ;;
   esac
 done <<<"$listed"
 
@@ -100,6 +110,11 @@ while IFS= read -r symbol; do
       continue
       ;;
   esac
+  # A C function is exported under its plain name: no C++ mangling, no @-decoration.
+  if [ -n "${c_functions[$symbol]:-}" ]; then
+    found[$symbol]=1
+    continue
+  fi
   name=${symbol%%(*}
   name=$(sed 's/\[abi:[^]]*\]//g' <<<"$name")
   if [[ $name != tovanel::uvc_stereo::* ]]; then
@@ -116,6 +131,9 @@ done <<<"$symbols"
 for name in "${!functions[@]}"; do
   [ -n "${found[$name]:-}" ] || problem "does not export the function $name"
 done
+for name in "${!c_functions[@]}"; do
+  [ -n "${found[$name]:-}" ] || problem "does not export the C function $name under its plain name"
+done
 for name in "${!classes[@]}"; do
   [ -n "${found[$name]:-}" ] || problem "exports no member of the class $name"
 done
@@ -124,4 +142,4 @@ if [ "$problems" -ne 0 ]; then
   echo "check_exports: $(basename "$library"): $problems problem(s)" >&2
   exit 1
 fi
-echo "check_exports: $(basename "$library"): $count symbols, ${#functions[@]} functions and ${#classes[@]} classes as listed"
+echo "check_exports: $(basename "$library"): $count symbols, ${#functions[@]} functions, ${#classes[@]} classes and ${#c_functions[@]} C functions as listed"
