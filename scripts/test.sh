@@ -8,6 +8,7 @@ stages=(
   lint
   linux
   install
+  python
   bench
   sanitizers
   fuzz
