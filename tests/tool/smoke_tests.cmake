@@ -62,7 +62,7 @@ if(TARGET example_scan_and_print)
   foreach(example scan_and_print configuration stream_imu)
     add_test(NAME example_${example}_help COMMAND example_${example} --help)
     set_tests_properties(example_${example}_help PROPERTIES
-      PASS_REGULAR_EXPRESSION "^Usage: ${example} \\[--simulate\\]\n\n[A-Z][^\n]+\\.\n\nOptions:\n  --simulate  .*  --help  ")
+      PASS_REGULAR_EXPRESSION "^Usage: ${example} \\[--simulate\\]\r?\n\r?\n[A-Z][^\r\n]+\\.\r?\n\r?\nOptions:\r?\n  --simulate  .*  --help  ")
     add_test(NAME example_${example}_bad_argument
       COMMAND ${CMAKE_COMMAND} -DEXPECTED=2 "-DPATTERN=^${example}: unknown argument '--simulte' \\(see ${example} --help\\)"
               -P ${check_exit} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:example_${example}> --simulte)
