@@ -51,10 +51,14 @@ def test_a_zero_accelerometer_scale_gives_zeros_and_converts_the_rest():
 
 
 def test_values_that_do_not_fit_their_c_fields_are_refused_before_the_call():
-    with pytest.raises(ValueError, match="accel_raw values must fit int16"):
+    with pytest.raises(ValueError, match="does not fit the SDK's raw sample"):
         uvc.convert_imu(uvc.ReadImuResult(accel_raw=(40000, 0, 0)), uvc.ImuConversionOptions())
-    with pytest.raises(ValueError, match="gyro_raw must hold three values"):
+    with pytest.raises(ValueError, match="does not fit the SDK's raw sample"):
         uvc.convert_imu(uvc.ReadImuResult(gyro_raw=(1, 2)), uvc.ImuConversionOptions())
+    with pytest.raises(ValueError, match="does not fit the SDK's raw sample"):
+        uvc.convert_imu(uvc.ReadImuResult(sample_counter=-1), uvc.ImuConversionOptions())
+    with pytest.raises(ValueError, match="does not fit the SDK's raw sample"):
+        uvc.convert_imu(uvc.ReadImuResult(temperature_raw=1.5), uvc.ImuConversionOptions())
     with pytest.raises(TypeError):
         uvc.convert_imu("raw", uvc.ImuConversionOptions())
 

@@ -7,7 +7,8 @@ Python points into memory that a handle owns.
 from __future__ import annotations
 
 import ctypes
-from typing import Dict, Optional
+import struct
+from typing import Dict, List, Optional
 
 from . import _c
 from ._records import (
@@ -212,42 +213,57 @@ def conversion_options_to_c(options: ImuConversionOptions) -> _c.imu_conversion_
     return record
 
 
+# The IMU structs as flat byte layouts: struct packs and unpacks a whole sample in one call,
+# and refuses a value that does not fit its field, where ctypes would wrap it silently.
+_SAMPLE = struct.Struct("=IIQh3h3h")
+_CONVERTED = struct.Struct("=I4xQd3d3d")
+assert _SAMPLE.size <= ctypes.sizeof(_c.imu_sample_t) and _c.imu_sample_t.temperature_raw.offset == 16
+assert _CONVERTED.size == ctypes.sizeof(_c.imu_converted_t) and _c.imu_converted_t.accel_g.offset == 24
+
+
 def sample_from_c(sample: _c.imu_sample_t) -> ReadImuResult:
-    return ReadImuResult(
-        host_timestamp_ns=sample.host_timestamp_ns,
-        sample_counter=sample.sample_counter,
-        temperature_raw=sample.temperature_raw,
-        accel_raw=tuple(sample.accel_raw),
-        gyro_raw=tuple(sample.gyro_raw),
-    )
-
-
-def _int16s(name: str, values) -> tuple:
-    values = tuple(values)
-    if len(values) != 3:
-        raise ValueError(f"{name} must hold three values (x, y, z), got {len(values)}")
-    for value in values:
-        if isinstance(value, bool) or not isinstance(value, int) or not -(1 << 15) <= value < (1 << 15):
-            raise ValueError(f"{name} values must fit int16, got {value!r}")
-    return values
+    _, counter, timestamp, temperature, ax, ay, az, gx, gy, gz = _SAMPLE.unpack_from(sample)
+    return ReadImuResult(timestamp, counter, temperature, (ax, ay, az), (gx, gy, gz))
 
 
 def sample_to_c(raw: ReadImuResult) -> _c.imu_sample_t:
     if not isinstance(raw, ReadImuResult):
         raise TypeError(f"expected a ReadImuResult, not {type(raw).__name__}")
     sample = _c.imu_sample_t()
-    sample.host_timestamp_ns = checked_uint("host_timestamp_ns", raw.host_timestamp_ns, "uint64")
-    sample.sample_counter = checked_uint("sample_counter", raw.sample_counter, "uint32")
-    sample.temperature_raw = _int16s("temperature_raw", (raw.temperature_raw, 0, 0))[0]
-    sample.accel_raw[:] = _int16s("accel_raw", raw.accel_raw)
-    sample.gyro_raw[:] = _int16s("gyro_raw", raw.gyro_raw)
+    try:
+        accel_x, accel_y, accel_z = raw.accel_raw
+        gyro_x, gyro_y, gyro_z = raw.gyro_raw
+        _SAMPLE.pack_into(
+            sample,
+            0,
+            sample.struct_size,
+            raw.sample_counter,
+            raw.host_timestamp_ns,
+            raw.temperature_raw,
+            accel_x,
+            accel_y,
+            accel_z,
+            gyro_x,
+            gyro_y,
+            gyro_z,
+        )
+    except (struct.error, ValueError, TypeError) as error:
+        raise ValueError(
+            f"{raw!r} does not fit the SDK's raw sample (counter uint32, timestamp uint64, "
+            f"temperature and three accel and gyro values int16): {error}"
+        ) from None
     return sample
 
 
 def converted_from_c(converted: _c.imu_converted_t) -> ConvertedImuResult:
-    return ConvertedImuResult(
-        host_timestamp_ns=converted.host_timestamp_ns,
-        temperature_c=converted.temperature_c,
-        accel_g=tuple(converted.accel_g),
-        gyro_dps=tuple(converted.gyro_dps),
-    )
+    _, timestamp, temperature, ax, ay, az, gx, gy, gz = _CONVERTED.unpack_from(converted)
+    return ConvertedImuResult(timestamp, temperature, (ax, ay, az), (gx, gy, gz))
+
+
+def converted_list_from_c(array, count: int) -> List[ConvertedImuResult]:
+    """The first ``count`` converted samples of a C array, as records."""
+    data = memoryview(array).cast("B")[: count * _CONVERTED.size]
+    return [
+        ConvertedImuResult(timestamp, temperature, (ax, ay, az), (gx, gy, gz))
+        for _, timestamp, temperature, ax, ay, az, gx, gy, gz in _CONVERTED.iter_unpack(data)
+    ]

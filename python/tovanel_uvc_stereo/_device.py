@@ -287,7 +287,7 @@ class Device(OwnedHandle):
 
         numpy = _numpy.numpy_module()
         if numpy is None:
-            return [_convert.converted_from_c(buffers.converted[i]) for i in range(n)]
+            return _convert.converted_list_from_c(buffers.converted, n)
         raw = numpy.frombuffer(buffers.raw, dtype=numpy.dtype(_c.imu_sample_t), count=n)
         converted = numpy.frombuffer(buffers.converted, dtype=numpy.dtype(_c.imu_converted_t), count=n)
         samples = numpy.empty(n, dtype=_numpy.imu_sample_dtype(numpy))
