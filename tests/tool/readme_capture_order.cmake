@@ -1,20 +1,7 @@
 # Checks that the README's scan row names the capture backends in the order the tool prints
 # them, in its listing and in `scan --help`. Run as
 #   cmake -DREADME=<README.md> -P readme_capture_order.cmake <tool command...>
-set(command)
-set(collect OFF)
-math(EXPR last "${CMAKE_ARGC} - 1")
-foreach(i RANGE ${last})
-  if(collect)
-    list(APPEND command "${CMAKE_ARGV${i}}")
-  elseif(CMAKE_ARGV${i} STREQUAL "-P")
-    math(EXPR script "${i} + 1")
-    set(skip ${script})
-  endif()
-  if(DEFINED skip AND i EQUAL skip)
-    set(collect ON)
-  endif()
-endforeach()
+include(${CMAKE_CURRENT_LIST_DIR}/script_command.cmake)
 
 file(READ "${README}" readme)
 if(NOT readme MATCHES "\\| `scan [^\n]*\\(`(CAP_[A-Z]+)=[0-9]+ (CAP_[A-Z]+)=[0-9]+`\\)")

@@ -1,0 +1,16 @@
+# Sets `command` to the words given after "-P <script>" on the cmake command line, so a test
+# script can run the program named there (with its emulator, in a cross build).
+set(command)
+set(collect OFF)
+math(EXPR last "${CMAKE_ARGC} - 1")
+foreach(i RANGE ${last})
+  if(collect)
+    list(APPEND command "${CMAKE_ARGV${i}}")
+  elseif(CMAKE_ARGV${i} STREQUAL "-P")
+    math(EXPR script "${i} + 1")
+    set(skip ${script})
+  endif()
+  if(DEFINED skip AND i EQUAL skip)
+    set(collect ON)
+  endif()
+endforeach()
