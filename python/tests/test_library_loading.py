@@ -128,7 +128,13 @@ def test_import_works_without_the_library_and_the_first_call_raises_the_clear_er
 def test_a_fresh_process_loads_the_library_named_in_the_environment(tmp_path):
     copy_package_without_library(tmp_path)
     path = uvc.library_path()
-    code = "import tovanel_uvc_stereo as uvc\nprint(uvc.library_path())\nprint(uvc.crc32_ieee(b'123456789'))\n"
+    code = (
+        "import tovanel_uvc_stereo\n"
+        "print(tovanel_uvc_stereo.library_path())\n"
+        "print(tovanel_uvc_stereo.crc32_ieee(b'123456789'))\n"
+        "with tovanel_uvc_stereo.sim.SimulatedRig() as rig:\n"
+        "    print(rig.camera_count())\n"
+    )
     result = run_python(code, tmp_path, clean_environment(PYTHONPATH=str(tmp_path), TOVANEL_UVC_STEREO_LIBRARY=path))
     assert result.returncode == 0, result.stderr
-    assert result.stdout.split() == [path, str(0xCBF43926)]
+    assert result.stdout.split() == [path, str(0xCBF43926), "0"]

@@ -44,6 +44,8 @@ from ._records import (
     ReportedImuInfo,
 )
 
+from . import sim  # noqa: E402  (tovanel_uvc_stereo.sim.SimulatedRig without a second import)
+
 __version__ = "0.1.0"
 
 __all__ = [
@@ -80,5 +82,6 @@ __all__ = [
     "open_device",
     "opencv_backend_name",
     "scan_devices",
+    "sim",
     "supported_camera_models",
 ]
