@@ -17,6 +17,7 @@
 #include "bridge/vendor_backend.h"
 #include "vendor_backend_override.h"
 #include "xu_rig_fixture.h"
+#include "support/reported_imu.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
@@ -39,17 +40,7 @@ CapabilityReport flash_and_imu_report() {
   report.minor_version = 3;
   report.capability_bits = kCapabilityFlashUserSpace | kCapabilityImu;
   report.flash_user_space = FlashUserSpace{0x1F0000, 0x10000};
-  ReportedImuInfo imu;
-  imu.model = "BMI088";
-  imu.xu_unit = 4;
-  imu.xu_selector = 10;
-  imu.xu_length = 17;
-  imu.decimal_exponent = 2;
-  imu.temperature_offset_c = -0.1;
-  imu.temperature_lsb_per_c = 128.0;
-  imu.accel_lsb_per_g = 2048.0;
-  imu.gyro_lsb_per_dps = 16.4;
-  report.imu = imu;
+  report.imu = test_support::reported_imu("BMI088", 4, 10, 17, 2, -0.1, 128.0, 2048.0, 16.4);
   return report;
 }
 

@@ -12,6 +12,7 @@
 
 #include "capability/capability_report_builder.h"
 #include "capability/capability_report_encoder.h"
+#include "support/reported_imu.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -504,17 +505,7 @@ TEST(CapabilityReportEncoder, WritesTheIndependentlyComputedReports) {
   full.minor_version = 3;
   full.capability_bits = 0x06;
   full.flash_user_space = FlashUserSpace{0x1F0000, 0x10000};
-  ReportedImuInfo imu;
-  imu.model = "BMI088";
-  imu.xu_unit = 4;
-  imu.xu_selector = 10;
-  imu.xu_length = 17;
-  imu.decimal_exponent = 2;
-  imu.temperature_offset_c = -0.1;
-  imu.temperature_lsb_per_c = 128.0;
-  imu.accel_lsb_per_g = 2048.0;
-  imu.gyro_lsb_per_dps = 16.4;
-  full.imu = imu;
+  full.imu = test_support::reported_imu("BMI088", 4, 10, 17, 2, -0.1, 128.0, 2048.0, 16.4);
   EXPECT_EQ(detail::encode_xu_capability_report(full), kFullReport);
 }
 
@@ -551,17 +542,7 @@ TEST(CapabilityReportEncoder, ParsesBackToTheReportItEncoded) {
   report.minor_version = 7;
   report.capability_bits = 0x1F;
   report.flash_user_space = FlashUserSpace{0x20000, 0x8000};
-  ReportedImuInfo imu;
-  imu.model = "LSM6";
-  imu.xu_unit = 6;
-  imu.xu_selector = 2;
-  imu.xu_length = 32;
-  imu.decimal_exponent = 3;
-  imu.temperature_offset_c = -12.345;
-  imu.temperature_lsb_per_c = 32.768;
-  imu.accel_lsb_per_g = 16384.0;
-  imu.gyro_lsb_per_dps = 32.8;
-  report.imu = imu;
+  report.imu = test_support::reported_imu("LSM6", 6, 2, 32, 3, -12.345, 32.768, 16384.0, 32.8);
 
   const CapabilityReport parsed = ParseOrFail(detail::encode_xu_capability_report(report));
   EXPECT_EQ(parsed.major_version, 1);

@@ -9,6 +9,7 @@
 #include "capability/capability_report_encoder.h"
 #include "device/device_rig_support.h"
 #include "uvc_stereo/device.h"
+#include "support/reported_imu.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -73,17 +74,7 @@ TEST_F(DeviceJourney, ReportedUserSpaceAndImuBlockAreUsedEndToEnd) {
   CapabilityReport report;
   report.capability_bits = kCapabilityFlashUserSpace | kCapabilityImu;
   report.flash_user_space = FlashUserSpace{0x80000, 0x8000};
-  ReportedImuInfo imu;
-  imu.model = "ICM42688";
-  imu.xu_unit = 6;
-  imu.xu_selector = 3;
-  imu.xu_length = 24;
-  imu.decimal_exponent = 1;
-  imu.temperature_offset_c = 20.0;
-  imu.temperature_lsb_per_c = 64.0;
-  imu.accel_lsb_per_g = 4096.0;
-  imu.gyro_lsb_per_dps = 32.8;
-  report.imu = imu;
+  report.imu = test_support::reported_imu("ICM42688", 6, 3, 24, 1, 20.0, 64.0, 4096.0, 32.8);
 
   sim::SimulatedCamera camera = supported_camera(2, "SN-JOURNEY-REPORTED");
   camera.capability_report = detail::encode_xu_capability_report(report);

@@ -8,6 +8,7 @@
 #include "device/device_rig_support.h"
 #include "imu/model_table.h"
 #include "uvc_stereo/device.h"
+#include "support/reported_imu.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -29,17 +30,7 @@ CapabilityReport report_with_bits(std::uint64_t bits) {
     report.flash_user_space = FlashUserSpace{0x51000, 0x10000};
   }
   if ((bits & kCapabilityImu) != 0) {
-    ReportedImuInfo imu;
-    imu.model = "BMI088";
-    imu.xu_unit = 4;
-    imu.xu_selector = 10;
-    imu.xu_length = 17;
-    imu.decimal_exponent = 2;
-    imu.temperature_offset_c = 25.0;
-    imu.temperature_lsb_per_c = 128.0;
-    imu.accel_lsb_per_g = 2048.0;
-    imu.gyro_lsb_per_dps = 16.4;
-    report.imu = imu;
+    report.imu = test_support::reported_imu("BMI088", 4, 10, 17, 2, 25.0, 128.0, 2048.0, 16.4);
   }
   return report;
 }

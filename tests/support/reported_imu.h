@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "uvc_stereo/capability.h"
+
+namespace tovanel::uvc_stereo::test_support {
+
+// The IMU block of a capability report: model, extension unit, selector, bytes per read and decimal exponent, then
+// the temperature offset and the raw counts per degree Celsius, per g and per degree per second.
+[[nodiscard]] ReportedImuInfo reported_imu(const std::string& model, std::uint8_t unit, std::uint8_t selector,
+                                           std::uint8_t length, std::uint8_t exponent, double temperature_offset_c,
+                                           double temperature_lsb_per_c, double accel_lsb_per_g,
+                                           double gyro_lsb_per_dps);
+
+}  // namespace tovanel::uvc_stereo::test_support
