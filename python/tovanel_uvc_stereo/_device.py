@@ -80,6 +80,10 @@ def open_device(info: DeviceInfo, required_capabilities: int = 0) -> "Device":
     return Device(handle.value)
 
 
+def _value(record):
+    return record.value
+
+
 def _closed() -> UvcStereoError:
     return UvcStereoError(ErrorCode.InvalidArgument, _CLOSED_MESSAGE)
 
@@ -135,66 +139,55 @@ class Device(OwnedHandle):
 
     # --- what the device is ---------------------------------------------------------
 
+    def _query(self, closed_value, record_type, function: str, convert):
+        """One of the device's descriptions: ``closed_value`` once closed, as a moved-from C++ Device answers."""
+        if self._handle is None:
+            return closed_value
+        record = record_type()
+        _c.check(getattr(_c.lib(), function)(self._handle, byref(record)))
+        return convert(record)
+
     @property
     def info(self) -> DeviceInfo:
         """The scanned record this device was opened from."""
-        if self._handle is None:
-            return DeviceInfo()
-        record = _c.device_info_t()
-        _c.check(_c.lib().uvc_stereo_device_info(self._handle, byref(record)))
-        return _convert.device_info_from_c(record)
+        return self._query(DeviceInfo(), _c.device_info_t, "uvc_stereo_device_info", _convert.device_info_from_c)
 
     @property
     def capability_info(self) -> DeviceCapabilityInfo:
         """What the capability probe found: the report, or why fallback defaults are in force."""
-        if self._handle is None:
-            return DeviceCapabilityInfo()
-        record = _c.capability_info_t()
-        _c.check(_c.lib().uvc_stereo_device_capability_info(self._handle, byref(record)))
-        return _convert.capability_info_from_c(record)
+        return self._query(
+            DeviceCapabilityInfo(),
+            _c.capability_info_t,
+            "uvc_stereo_device_capability_info",
+            _convert.capability_info_from_c,
+        )
 
     @property
     def flash_config(self) -> FlashConfig:
         """The flash configuration derived for this camera."""
-        if self._handle is None:
-            return FlashConfig()
-        record = _c.flash_config_t()
-        _c.check(_c.lib().uvc_stereo_device_flash_config(self._handle, byref(record)))
-        return _convert.flash_config_from_c(record)
+        return self._query(
+            FlashConfig(), _c.flash_config_t, "uvc_stereo_device_flash_config", _convert.flash_config_from_c
+        )
 
     @property
     def imu_transport(self) -> ImuTransportConfig:
         """Where IMU samples are read."""
-        if self._handle is None:
-            return ImuTransportConfig()
-        record = _c.imu_transport_t()
-        _c.check(_c.lib().uvc_stereo_device_imu_transport(self._handle, byref(record)))
-        return _convert.imu_transport_from_c(record)
+        return self._query(
+            ImuTransportConfig(), _c.imu_transport_t, "uvc_stereo_device_imu_transport", _convert.imu_transport_from_c
+        )
 
     @property
     def transport_flags(self) -> int:
         """Transports proven or opened: ``TRANSPORT_FLASH``, ``TRANSPORT_IMU``, ``TRANSPORT_FLASH_JSON``."""
-        if self._handle is None:
-            return 0
-        flags = c_uint32()
-        _c.check(_c.lib().uvc_stereo_device_transport_flags(self._handle, byref(flags)))
-        return flags.value
+        return self._query(0, c_uint32, "uvc_stereo_device_transport_flags", _value)
 
     @property
     def has_flash_transport(self) -> bool:
-        if self._handle is None:
-            return False
-        has = c_bool()
-        _c.check(_c.lib().uvc_stereo_device_has_flash_transport(self._handle, byref(has)))
-        return has.value
+        return self._query(False, c_bool, "uvc_stereo_device_has_flash_transport", _value)
 
     @property
     def has_imu_transport(self) -> bool:
-        if self._handle is None:
-            return False
-        has = c_bool()
-        _c.check(_c.lib().uvc_stereo_device_has_imu_transport(self._handle, byref(has)))
-        return has.value
+        return self._query(False, c_bool, "uvc_stereo_device_has_imu_transport", _value)
 
     # --- the JSON configuration -----------------------------------------------------
 
