@@ -129,6 +129,19 @@ struct Table {
   std::string ours;
 };
 
+// Measures one row of contenders on inputs of `bytes` bytes and adds it to `t`, under the column `label` when the
+// table has columns.
+void add_measured_row(Table& t, std::vector<Contender>& row, const std::string& label, std::size_t bytes, int rounds,
+                      double batch_ns) {
+  measure(row, rounds, batch_ns);
+  if (!label.empty()) t.columns.push_back(label);
+  for (const Contender& c : row) {
+    if (t.ns_per_call.count(c.name) == 0) t.rows.push_back(c.name);
+    t.ns_per_call[c.name].push_back(median(c.samples));
+    t.bytes[c.name].push_back(bytes);
+  }
+}
+
 void print_table(const Table& t) {
   std::printf("\n%s\n", t.title.c_str());
   std::printf("  %-34s", "GB/s (median of rounds)");
@@ -223,13 +236,7 @@ Table crc_ieee_table(const std::vector<std::size_t>& sizes, int rounds, double b
         {"zlib crc32", batch_of([data] { keep(crc32(0, data->data(), static_cast<uInt>(data->size()))); })},
         {"ISA-L crc32_gzip_refl", batch_of([data] { keep(crc32_gzip_refl(0, data->data(), data->size())); })},
     };
-    measure(row, rounds, batch_ns);
-    t.columns.push_back(size_label(size));
-    for (const Contender& c : row) {
-      if (t.ns_per_call.count(c.name) == 0) t.rows.push_back(c.name);
-      t.ns_per_call[c.name].push_back(median(c.samples));
-      t.bytes[c.name].push_back(size);
-    }
+    add_measured_row(t, row, size_label(size), size, rounds, batch_ns);
   }
   return t;
 }
@@ -251,13 +258,7 @@ Table crc_castagnoli_table(const std::vector<std::size_t>& sizes, int rounds, do
         {"ISA-L crc32_iscsi",
          batch_of([data] { keep(~crc32_iscsi(data->data(), static_cast<int>(data->size()), 0xFFFFFFFFu)); })},
     };
-    measure(row, rounds, batch_ns);
-    t.columns.push_back(size_label(size));
-    for (const Contender& c : row) {
-      if (t.ns_per_call.count(c.name) == 0) t.rows.push_back(c.name);
-      t.ns_per_call[c.name].push_back(median(c.samples));
-      t.bytes[c.name].push_back(size);
-    }
+    add_measured_row(t, row, size_label(size), size, rounds, batch_ns);
   }
   return t;
 }
@@ -285,12 +286,7 @@ Table crc_castagnoli_latency_table(int rounds, double batch_ns) {
        }},
       {"inlined crc32 instruction loop", [p](std::size_t n) { return inlined_crc32c_chain(p, 60, n); }},
   };
-  measure(row, rounds, batch_ns);
-  for (const Contender& c : row) {
-    t.rows.push_back(c.name);
-    t.ns_per_call[c.name].push_back(median(c.samples));
-    t.bytes[c.name].push_back(60);
-  }
+  add_measured_row(t, row, "", 60, rounds, batch_ns);
   return t;
 }
 
@@ -340,13 +336,7 @@ Table json_table(const std::string& title, std::string (*make)(std::size_t), con
            keep(out.GetSize());
          })},
     };
-    measure(row, rounds, batch_ns);
-    t.columns.push_back(size_label(size));
-    for (const Contender& c : row) {
-      if (t.ns_per_call.count(c.name) == 0) t.rows.push_back(c.name);
-      t.ns_per_call[c.name].push_back(median(c.samples));
-      t.bytes[c.name].push_back(text->size());
-    }
+    add_measured_row(t, row, size_label(size), text->size(), rounds, batch_ns);
   }
   return t;
 }
