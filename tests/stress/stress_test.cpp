@@ -14,13 +14,13 @@
 #include <utility>
 #include <vector>
 
-#include "capability/capability_report_builder.h"
 #include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "stress/call_audit.h"
 #include "stress/watchdog.h"
 #include "stress/write_book.h"
 #include "support/call_views.h"
+#include "support/reported_imu.h"
 #include "support/rig_checks.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -231,11 +231,7 @@ TEST(Stress, EightThreadsShareThreeCamerasWithoutDeadlockOrBrokenRules) {
   sim::SimulatedRig rig;
   // A reports 64 KiB of user space; B has no capability reporting (one 4 KiB sector); C is A's model, with the IMU.
   sim::SimulatedCamera a = stress_camera(0, kA);
-  a.capability_report = tovanel::uvc_stereo::testing::CapabilityReportBuilder()
-                            .bits(kCapabilityFlashUserSpace | kCapabilityImu)
-                            .flash(0x51000, 0x10000)
-                            .valid_imu()
-                            .build();
+  a.capability = test_support::flash_and_imu_report(0x51000, 0x10000);
   ASSERT_EQ(rig.add_camera(a), kA);
   ASSERT_EQ(rig.add_camera(stress_camera(1, kB)), kB);
   ASSERT_EQ(rig.add_camera(stress_camera(0, kC)), kC);

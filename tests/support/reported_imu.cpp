@@ -18,4 +18,12 @@ ReportedImuInfo reported_imu(const std::string& model, std::uint8_t unit, std::u
   return imu;
 }
 
+CapabilityReport flash_and_imu_report(std::uint32_t start, std::uint32_t size) {
+  CapabilityReport report;
+  report.capability_bits = kCapabilityFlashUserSpace | kCapabilityImu;
+  report.flash_user_space = FlashUserSpace{start, size};
+  report.imu = reported_imu("BMI088", 4, 10, 17, 2, -0.1, 128.0, 2048.0, 16.4);
+  return report;
+}
+
 }  // namespace tovanel::uvc_stereo::test_support

@@ -14,4 +14,9 @@ namespace tovanel::uvc_stereo::test_support {
                                            double temperature_lsb_per_c, double accel_lsb_per_g,
                                            double gyro_lsb_per_dps);
 
+// A report declaring a flash user space of `size` bytes at `start` and the usual IMU: a BMI088 read through unit 4,
+// selector 10, 17 bytes a read, decimal exponent 2, offset -0.1 degrees Celsius, 128 counts per degree Celsius,
+// 2048 per g and 16.4 per degree per second.
+[[nodiscard]] CapabilityReport flash_and_imu_report(std::uint32_t start, std::uint32_t size);
+
 }  // namespace tovanel::uvc_stereo::test_support

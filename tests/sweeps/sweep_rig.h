@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "capability/capability_report_builder.h"
+#include "capability/capability_report_encoder.h"
+#include "support/reported_imu.h"
 #include "support/rig_cameras.h"
 #include "support/scanned_device.h"
 #include "sweeps/fault_sweep.h"
@@ -49,11 +50,7 @@ inline sim::SimulatedCamera other_camera() {
 
 // A valid report declaring the flash user space at the usual address (64 KiB) and the IMU at its usual unit.
 inline std::array<std::uint8_t, 64> flash_and_imu_report() {
-  return testing::CapabilityReportBuilder()
-      .bits(kCapabilityFlashUserSpace | kCapabilityImu)
-      .flash(kUserSpace, 0x10000)
-      .valid_imu()
-      .build();
+  return detail::encode_xu_capability_report(test_support::flash_and_imu_report(kUserSpace, 0x10000));
 }
 
 // Plugs the target (index 0) and the other camera (index 1).
