@@ -37,7 +37,7 @@ Status copy_text(const std::string& text, char* buffer, std::size_t buffer_size,
     return Status(ErrorCode::InvalidArgument,
                   std::string(function) + ": buffer is null but buffer_size is " + std::to_string(buffer_size));
   }
-  if (buffer_size < needed) {
+  if (buffer == nullptr || buffer_size < needed) {
     return Status(ErrorCode::InvalidArgument, std::string(function) + ": the buffer holds " +
                                                   std::to_string(buffer_size) + " bytes, the text needs " +
                                                   std::to_string(needed));

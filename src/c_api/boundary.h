@@ -63,7 +63,10 @@ template <typename Struct>
 [[nodiscard]] inline Status first_failure(Status only) { return only; }
 template <typename... Rest>
 [[nodiscard]] Status first_failure(Status first, Rest... rest) {
-  return first.ok() ? first_failure(std::move(rest)...) : first;
+  if (!first.ok()) {
+    return first;
+  }
+  return first_failure(std::move(rest)...);
 }
 
 // Refuses an index past the end: "<function>: index N is out of range (M <what>)".

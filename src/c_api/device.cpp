@@ -72,7 +72,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device_info(const uvc_stereo_
                                                              uvc_stereo_device_t** device) {
   constexpr const char* kFunction = "uvc_stereo_open_device_info";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require_struct(info, kFunction, "info", "uvc_stereo_device_info_t"),
                              c_api::allow_struct(options, kFunction, "options", "uvc_stereo_open_options_t"),
                              c_api::require(device, kFunction, "device"));
@@ -86,7 +86,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_info(const uvc_stereo_devic
                                                         uvc_stereo_device_info_t* info) {
   constexpr const char* kFunction = "uvc_stereo_device_info";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = accessor_arguments(device, info, kFunction, "info", "uvc_stereo_device_info_t");
+    Status checked = accessor_arguments(device, info, kFunction, "info", "uvc_stereo_device_info_t");
     if (checked.ok()) {
       c_api::to_c(device->device.info(), *info);
     }
@@ -98,7 +98,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_capability_info(const uvc_s
                                                                    uvc_stereo_capability_info_t* info) {
   constexpr const char* kFunction = "uvc_stereo_device_capability_info";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = accessor_arguments(device, info, kFunction, "info", "uvc_stereo_capability_info_t");
+    Status checked = accessor_arguments(device, info, kFunction, "info", "uvc_stereo_capability_info_t");
     if (checked.ok()) {
       const DeviceCapabilityInfo& capability = device->device.capability_info();
       info->source = static_cast<std::int32_t>(capability.source);
@@ -113,7 +113,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_flash_config(const uvc_ster
                                                                 uvc_stereo_flash_config_t* config) {
   constexpr const char* kFunction = "uvc_stereo_device_flash_config";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = accessor_arguments(device, config, kFunction, "config", "uvc_stereo_flash_config_t");
+    Status checked = accessor_arguments(device, config, kFunction, "config", "uvc_stereo_flash_config_t");
     if (checked.ok()) {
       c_api::to_c(device->device.flash_config(), *config);
     }
@@ -125,7 +125,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_transport(const uvc_ste
                                                                  uvc_stereo_imu_transport_t* transport) {
   constexpr const char* kFunction = "uvc_stereo_device_imu_transport";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         accessor_arguments(device, transport, kFunction, "transport", "uvc_stereo_imu_transport_t");
     if (checked.ok()) {
       const detail::ImuTransportConfig config = device->device.imu_transport();
@@ -141,7 +141,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_transport_flags(const uvc_s
                                                                    std::uint32_t* flags) {
   constexpr const char* kFunction = "uvc_stereo_device_transport_flags";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = value_arguments(device, flags, kFunction, "flags");
+    Status checked = value_arguments(device, flags, kFunction, "flags");
     if (checked.ok()) {
       *flags = device->device.transport_flags();
     }
@@ -153,7 +153,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_has_flash_transport(const u
                                                                        bool* has) {
   constexpr const char* kFunction = "uvc_stereo_device_has_flash_transport";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = value_arguments(device, has, kFunction, "has");
+    Status checked = value_arguments(device, has, kFunction, "has");
     if (checked.ok()) {
       *has = device->device.has_flash_transport();
     }
@@ -164,7 +164,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_has_flash_transport(const u
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_has_imu_transport(const uvc_stereo_device_t* device, bool* has) {
   constexpr const char* kFunction = "uvc_stereo_device_has_imu_transport";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = value_arguments(device, has, kFunction, "has");
+    Status checked = value_arguments(device, has, kFunction, "has");
     if (checked.ok()) {
       *has = device->device.has_imu_transport();
     }

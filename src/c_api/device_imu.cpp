@@ -29,7 +29,7 @@ extern "C" {
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_open_imu(uvc_stereo_device_t* device) {
   constexpr const char* kFunction = "uvc_stereo_device_open_imu";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::require(device, kFunction, "device");
+    Status checked = c_api::require(device, kFunction, "device");
     return checked.ok() ? device->device.open_imu() : checked;
   });
 }
@@ -38,7 +38,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu(uvc_stereo_device_
                                                             uvc_stereo_imu_sample_t* sample) {
   constexpr const char* kFunction = "uvc_stereo_device_read_imu";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(device, kFunction, "device"),
                              c_api::require_struct(sample, kFunction, "sample", "uvc_stereo_imu_sample_t"));
     return checked.ok() ? read_one(device->device, *sample) : checked;
@@ -75,7 +75,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu_samples(uvc_stereo
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_close_imu(uvc_stereo_device_t* device) {
   constexpr const char* kFunction = "uvc_stereo_device_close_imu";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::require(device, kFunction, "device");
+    Status checked = c_api::require(device, kFunction, "device");
     return checked.ok() ? device->device.close_imu() : checked;
   });
 }
@@ -85,7 +85,7 @@ uvc_stereo_device_imu_conversion_options(const uvc_stereo_device_t* device,
                                          uvc_stereo_imu_conversion_options_t* options) {
   constexpr const char* kFunction = "uvc_stereo_device_imu_conversion_options";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::first_failure(
+    Status checked = c_api::first_failure(
         c_api::require(device, kFunction, "device"),
         c_api::require_struct(options, kFunction, "options", "uvc_stereo_imu_conversion_options_t"));
     if (!checked.ok()) {
@@ -105,7 +105,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_convert_imu(const uvc_stere
                                                                uvc_stereo_imu_converted_t* converted) {
   constexpr const char* kFunction = "uvc_stereo_device_convert_imu";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(device, kFunction, "device"),
                              c_api::require_struct(raw, kFunction, "raw", "uvc_stereo_imu_sample_t"),
                              c_api::require_struct(converted, kFunction, "converted", "uvc_stereo_imu_converted_t"));

@@ -18,7 +18,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_json(uvc_stereo_device
                                                              std::uint16_t* format_version) {
   constexpr const char* kFunction = "uvc_stereo_device_read_json";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::require(device, kFunction, "device");
+    Status checked = c_api::require(device, kFunction, "device");
     if (!checked.ok()) {
       return checked;
     }

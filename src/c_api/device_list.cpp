@@ -18,7 +18,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_scan_devices(const uvc_stereo_scan
                                                          uvc_stereo_device_list_t** list) {
   constexpr const char* kFunction = "uvc_stereo_scan_devices";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::allow_struct(filter, kFunction, "filter", "uvc_stereo_scan_filter_t"),
                              c_api::require(list, kFunction, "list"));
     if (!checked.ok()) {
@@ -40,7 +40,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_count(const uvc_stereo
                                                               std::size_t* count) {
   constexpr const char* kFunction = "uvc_stereo_device_list_count";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(list, kFunction, "list"), c_api::require(count, kFunction, "count"));
     if (checked.ok()) {
       *count = list->devices.size();

@@ -26,7 +26,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_convert_imu(const uvc_stereo_imu_s
                                                         uvc_stereo_imu_converted_t* converted) {
   constexpr const char* kFunction = "uvc_stereo_convert_imu";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::first_failure(
+    Status checked = c_api::first_failure(
         c_api::require_struct(raw, kFunction, "raw", "uvc_stereo_imu_sample_t"),
         c_api::require_struct(options, kFunction, "options", "uvc_stereo_imu_conversion_options_t"),
         c_api::require_struct(converted, kFunction, "converted", "uvc_stereo_imu_converted_t"));

@@ -37,7 +37,7 @@ Status camera_arguments(const uvc_stereo_rig_t* rig, std::int32_t camera, const 
 template <typename Change>
 uvc_stereo_error_t on_camera(uvc_stereo_rig_t* rig, std::int32_t camera, const char* function, Change&& change) {
   return c_api::guarded(function, [&] {
-    const Status checked = camera_arguments(rig, camera, function);
+    Status checked = camera_arguments(rig, camera, function);
     if (checked.ok()) {
       change(rig->rig);
     }
@@ -49,7 +49,7 @@ uvc_stereo_error_t on_camera(uvc_stereo_rig_t* rig, std::int32_t camera, const c
 template <typename Change>
 uvc_stereo_error_t on_rig(uvc_stereo_rig_t* rig, const char* function, Change&& change) {
   return c_api::guarded(function, [&] {
-    const Status checked = c_api::require(rig, function, "rig");
+    Status checked = c_api::require(rig, function, "rig");
     if (checked.ok()) {
       change(rig->rig);
     }
@@ -64,7 +64,7 @@ extern "C" {
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_camera_defaults(uvc_stereo_rig_camera_t* camera) {
   constexpr const char* kFunction = "uvc_stereo_rig_camera_defaults";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::require_struct(camera, kFunction, "camera", "uvc_stereo_rig_camera_t");
+    Status checked = c_api::require_struct(camera, kFunction, "camera", "uvc_stereo_rig_camera_t");
     if (checked.ok()) {
       c_api::write_defaults(*camera);
     }
@@ -75,7 +75,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_camera_defaults(uvc_stereo_rig
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_create(uvc_stereo_rig_t** rig) {
   constexpr const char* kFunction = "uvc_stereo_rig_create";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::require(rig, kFunction, "rig");
+    Status checked = c_api::require(rig, kFunction, "rig");
     if (checked.ok()) {
       *rig = std::make_unique<uvc_stereo_rig_t>().release();
     }
@@ -90,7 +90,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_camera(uvc_stereo_rig_t* r
                                                            std::int32_t* index) {
   constexpr const char* kFunction = "uvc_stereo_rig_add_camera";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(rig, kFunction, "rig"),
                              c_api::require_struct(camera, kFunction, "camera", "uvc_stereo_rig_camera_t"));
     if (!checked.ok()) {
@@ -107,7 +107,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_camera(uvc_stereo_rig_t* r
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_camera_count(const uvc_stereo_rig_t* rig, std::size_t* count) {
   constexpr const char* kFunction = "uvc_stereo_rig_camera_count";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(count, kFunction, "count"));
     if (checked.ok()) {
       *count = rig->rig.camera_count();
@@ -182,7 +182,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_write_protected(const uvc_ster
                                                                 bool* is_protected) {
   constexpr const char* kFunction = "uvc_stereo_rig_write_protected";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::first_failure(camera_arguments(rig, camera, kFunction),
+    Status checked = c_api::first_failure(camera_arguments(rig, camera, kFunction),
                                                 c_api::require(is_protected, kFunction, "is_protected"));
     if (checked.ok()) {
       *is_protected = rig->rig.write_protected(camera);
@@ -213,7 +213,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_report(uvc_ster
                                                                       const uvc_stereo_capability_report_t* report) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_capability_report";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(camera_arguments(rig, camera, kFunction),
                              c_api::require_struct(report, kFunction, "report", "uvc_stereo_capability_report_t"));
     if (checked.ok()) {
@@ -227,7 +227,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_bytes(uvc_stere
                                                                      const std::uint8_t report[64]) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_capability_bytes";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(camera_arguments(rig, camera, kFunction), c_api::require(report, kFunction, "report"));
     if (checked.ok()) {
       std::array<std::uint8_t, 64> bytes{};
@@ -242,7 +242,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stere
                                                                      const char* version) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_firmware_version";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(camera_arguments(rig, camera, kFunction), c_api::require(version, kFunction, "version"));
     if (checked.ok()) {
       rig->rig.set_firmware_version(camera, version);
@@ -261,7 +261,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_next_imu_counter(const uvc_ste
                                                                  std::uint32_t* counter) {
   constexpr const char* kFunction = "uvc_stereo_rig_next_imu_counter";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(camera_arguments(rig, camera, kFunction), c_api::require(counter, kFunction, "counter"));
     if (checked.ok()) {
       *counter = rig->rig.next_imu_counter(camera);
@@ -306,7 +306,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_fault(uvc_stereo_rig_t* ri
                                                           bool error_code_query_fails) {
   constexpr const char* kFunction = "uvc_stereo_rig_add_fault";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(call, kFunction, "call"));
     if (checked.ok()) {
       sim::VendorFault fault;

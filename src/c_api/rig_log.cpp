@@ -17,7 +17,7 @@ extern "C" {
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_calls(const uvc_stereo_rig_t* rig, uvc_stereo_rig_call_log_t** log) {
   constexpr const char* kFunction = "uvc_stereo_rig_calls";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(log, kFunction, "log"));
     if (checked.ok()) {
       auto made = std::make_unique<uvc_stereo_rig_call_log_t>();
@@ -32,7 +32,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_count(const uvc_stere
                                                                std::size_t* count) {
   constexpr const char* kFunction = "uvc_stereo_rig_call_log_count";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(log, kFunction, "log"), c_api::require(count, kFunction, "count"));
     if (checked.ok()) {
       *count = log->calls.size();
@@ -69,7 +69,7 @@ void UVC_STEREO_CALL uvc_stereo_rig_call_log_free(uvc_stereo_rig_call_log_t* log
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_calls(uvc_stereo_rig_t* rig) {
   constexpr const char* kFunction = "uvc_stereo_rig_clear_calls";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::require(rig, kFunction, "rig");
+    Status checked = c_api::require(rig, kFunction, "rig");
     if (checked.ok()) {
       rig->rig.clear_calls();
     }
@@ -81,7 +81,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_violations(const uvc_stereo_ri
                                                            uvc_stereo_string_list_t** violations) {
   constexpr const char* kFunction = "uvc_stereo_rig_violations";
   return c_api::guarded(kFunction, [&] {
-    const Status checked = c_api::first_failure(c_api::require(rig, kFunction, "rig"),
+    Status checked = c_api::first_failure(c_api::require(rig, kFunction, "rig"),
                                                 c_api::require(violations, kFunction, "violations"));
     if (checked.ok()) {
       auto made = std::make_unique<uvc_stereo_string_list_t>();
@@ -96,7 +96,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_count(const uvc_stereo
                                                               std::size_t* count) {
   constexpr const char* kFunction = "uvc_stereo_string_list_count";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(list, kFunction, "list"), c_api::require(count, kFunction, "count"));
     if (checked.ok()) {
       *count = list->texts.size();
@@ -126,7 +126,7 @@ void UVC_STEREO_CALL uvc_stereo_string_list_free(uvc_stereo_string_list_t* list)
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_open_sessions(const uvc_stereo_rig_t* rig, std::int32_t* sessions) {
   constexpr const char* kFunction = "uvc_stereo_rig_open_sessions";
   return c_api::guarded(kFunction, [&] {
-    const Status checked =
+    Status checked =
         c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(sessions, kFunction, "sessions"));
     if (checked.ok()) {
       *sessions = rig->rig.open_sessions();
