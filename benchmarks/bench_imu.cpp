@@ -24,6 +24,7 @@
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
 #include "bridge/imu_reader.h"
+#include "bridge/platform.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_backend.h"
 #include "win/host_clock.h"
@@ -82,7 +83,6 @@ bool instant_xu_read(SonixLib::scDevice_t*, std::uint8_t* buffer, std::uint8_t l
 class OpenImu {
  public:
   OpenImu() {
-    sdk::detail::set_pause_hook(no_pause, nullptr);
     const sdk::detail::SupportedModel& model = sdk::detail::supported_models().at(2);
     sdk::sim::SimulatedCamera camera;
     camera.vendor_id = model.vendor_id;
@@ -115,34 +115,32 @@ class OpenImu {
     rig_table_ = &vendor::active_vendor_backend();
     instant_ = *rig_table_;
     instant_.xu_read = instant_xu_read;
-    vendor::install_vendor_backend(&instant_);
+    use_instant();
   }
 
   ~OpenImu() {
     use_rig();
     device_.reset();
-    sdk::detail::set_pause_hook(nullptr, nullptr);
   }
 
   OpenImu(const OpenImu&) = delete;
   OpenImu& operator=(const OpenImu&) = delete;
 
   [[nodiscard]] const std::string& failure() const { return failure_; }
-  void use_rig() {
-    if (rig_table_ != nullptr) {
-      vendor::install_vendor_backend(rig_table_);
-    }
-  }
-  void use_instant() { vendor::install_vendor_backend(&instant_); }
+  void use_rig() { instant_in_force_.reset(); }
+  void use_instant() { instant_in_force_.emplace(vendor::replacing_vendor_backend(instant_)); }
   sdk::Device& device() { return *device_; }
   [[nodiscard]] const sdk::DeviceInfo& info() const { return info_; }
 
  private:
+  static constexpr sdk::detail::PauseHook kNoPause = {no_pause, nullptr};
+  const vendor::PlatformOverride no_pauses_{vendor::replacing_pauses(kNoPause)};
   sdk::sim::SimulatedRig rig_;
   sdk::DeviceInfo info_;
   std::optional<sdk::Device> device_;
   const vendor::VendorBackend* rig_table_ = nullptr;
   vendor::VendorBackend instant_{};
+  std::optional<vendor::PlatformOverride> instant_in_force_;
   std::string failure_;
 };
 

@@ -13,6 +13,7 @@
 
 #include "imu/model_table.h"
 #include "uvc_stereo/device.h"
+#include "bridge/platform.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_backend.h"
 #include "win/backend_candidate.h"
@@ -152,17 +153,21 @@ const win::CaptureListingSource kInstantListing = {list};
 
 class InstantScene {
  public:
-  explicit InstantScene(int cameras) {
-    build_scene(cameras);
-    vendor::install_vendor_backend(&kInstantBackend);
-    win::install_capture_listing_source(&kInstantListing);
-  }
-  ~InstantScene() {
-    win::install_capture_listing_source(nullptr);
-    vendor::install_vendor_backend(nullptr);
-  }
+  explicit InstantScene(int cameras) : in_force_(stand_ins_for(cameras)) {}
   InstantScene(const InstantScene&) = delete;
   InstantScene& operator=(const InstantScene&) = delete;
+
+ private:
+  // Prepares the scene the stand-ins answer from, then names them.
+  static sdk::detail::PlatformTable stand_ins_for(int cameras) {
+    build_scene(cameras);
+    sdk::detail::PlatformTable table;
+    table.vendor_backend = &kInstantBackend;
+    table.capture_listing = &kInstantListing;
+    return table;
+  }
+
+  const vendor::PlatformOverride in_force_;
 };
 
 void ScanDevices(benchmark::State& state) {

@@ -7,11 +7,11 @@
 #include <utility>
 
 #include "uvc_stereo/flash_config.h"
-#include "uvc_stereo/vendor_lock.h"
 #include "bridge/device_resolution.h"
 #include "bridge/device_selector.h"
 #include "bridge/extension_unit.h"
 #include "bridge/sonix_camera.h"
+#include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
 
 namespace tovanel::uvc_stereo::detail {
@@ -47,34 +47,28 @@ XuCapabilityProbeResult read_capability_in_session(const DeviceInfo& device) {
   return interpret_xu_capability_bytes(buffer);
 }
 
+// The probe in a vendor session of its own, which is closed (and the lock released) before the result is handed
+// back, and before an exception becomes a result, so that building the result can never leave either behind.
+XuCapabilityProbeResult probe_in_session(const DeviceInfo& device) {
+  vendor::VendorSession session;
+  if (!session.start()) {
+    return failed_probe(session.start_failure(ErrorCode::DeviceUnavailable));
+  }
+  XuCapabilityProbeResult result = read_capability_in_session(device);
+  session.end();
+  return result;
+}
+
 }  // namespace
 
 XuCapabilityProbeResult probe_xu_capability(const DeviceInfo& device) {
-  win_detail::SonixGlobalLock lock;
-  if (!SonixCam_Init()) {
-    XuCapabilityProbeResult result =
-        failed_probe(win_detail::make_vendor_status(ErrorCode::DeviceUnavailable, "SonixCam_Init", nullptr));
-    lock.unlock();
-    return result;
-  }
-
-  XuCapabilityProbeResult result;
-  // The session is closed and the lock released before an exception becomes a result, so that building the
-  // result can never leave either of them behind.
   try {
-    result = read_capability_in_session(device);
+    return probe_in_session(device);
   } catch (const std::exception& error) {
-    SonixCam_UnInit();
-    lock.unlock();
     return failed_probe(Status(ErrorCode::InternalError, error.what()));
   } catch (...) {
-    SonixCam_UnInit();
-    lock.unlock();
     return failed_probe(Status(ErrorCode::InternalError, "unknown exception during Windows capability XU read"));
   }
-  SonixCam_UnInit();
-  lock.unlock();
-  return result;
 }
 
 }  // namespace tovanel::uvc_stereo::detail

@@ -30,8 +30,7 @@ Status flash_access_failure(ErrorCode code, const char* call, SonixLib::scDevice
   const Status vendor = make_vendor_status(code, call, device);
   std::string text = detail::format_fixed<224>("%s (address=0x%08X, length=%llu)", vendor.message().c_str(),
                                                static_cast<unsigned>(address), static_cast<unsigned long long>(length));
-  output_debug_string(text.c_str());
-  output_debug_string("\n");
+  output_debug_line(text);
   return Status(code, std::move(text));
 }
 
@@ -41,21 +40,10 @@ Status device_not_ready() { return Status(ErrorCode::InternalError, "device hand
 
 FlashSession::FlashSession(const FlashConfig& config) : config_(config) {}
 
-FlashSession::~FlashSession() { close(); }
-
-void FlashSession::close() noexcept {
-  if (vendor_initialized_) {
-    static_cast<void>(SonixCam_UnInit());
-    vendor_initialized_ = false;
-  }
-  lock_.unlock();
-}
-
 Status FlashSession::open() {
-  if (!SonixCam_Init()) {
-    return make_vendor_status(ErrorCode::DeviceUnavailable, "SonixCam_Init", nullptr);
+  if (!session_.start()) {
+    return session_.start_failure(ErrorCode::DeviceUnavailable);
   }
-  vendor_initialized_ = true;
 
   Result<EnumeratedDevice> resolved = resolve_device_with_active_runtime(config_, false);
   if (!resolved.ok()) {

@@ -6,20 +6,19 @@
 
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/result.h"
-#include "uvc_stereo/vendor_lock.h"
 #include "bridge/sonix_camera.h"
+#include "bridge/vendor_session.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 
 // One vendor session on the camera that a FlashConfig selects, owned by a single flash
-// operation on its stack. Constructing it takes the process-wide vendor lock before
-// anything else; destroying it closes the library session (if one was opened) and only
-// then releases the lock, on every path. Every address and length is checked against
-// the user space before it reaches the flash.
+// operation on its stack. Constructing it takes the vendor lock and open() starts the
+// library, both through one vendor::VendorSession, which destroying it closes on every
+// path. Every address and
+// length is checked against the user space before it reaches the flash.
 class FlashSession {
  public:
   explicit FlashSession(const FlashConfig& config);
-  ~FlashSession();
   FlashSession(const FlashSession&) = delete;
   FlashSession& operator=(const FlashSession&) = delete;
   FlashSession(FlashSession&&) = delete;
@@ -46,11 +45,8 @@ class FlashSession {
   [[nodiscard]] const FlashConfig& config() const noexcept { return config_; }
 
  private:
-  void close() noexcept;
-
   FlashConfig config_;
-  SonixGlobalLock lock_;
-  bool vendor_initialized_ = false;
+  vendor::VendorSession session_;
   bool device_ready_ = false;
   SonixLib::scDevice_t device_{};
   SonixLib::SERIAL_FLASH_TYPE flash_type_ = SonixLib::SF_UNKNOW;

@@ -9,6 +9,7 @@
 #include "flash/write_record.h"
 #include "uvc_stereo/flash.h"
 #include "bridge/flash_session.h"
+#include "win/debug_output.h"
 
 // The four flash operations. Each opens its own session on the selected camera, does its
 // work and closes the session again; nothing is thrown to the caller.
@@ -92,7 +93,13 @@ Status write_blob(const FlashConfig& config, const FlashBlob& blob) {
   if (!read.ok()) {
     return read;
   }
-  return detail::verify_readback(record, readback);
+  Status verified = detail::verify_readback(record, readback);
+  if (!verified.ok()) {
+    // A record that did not read back as written is worth seeing in the debugger even
+    // when the caller drops the Status, like a failed flash transfer.
+    win_detail::output_debug_line(verified.message());
+  }
+  return verified;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -13,23 +14,22 @@
 #include "bridge/device_selector.h"
 #include "bridge/extension_unit.h"
 #include "bridge/sonix_camera.h"
+#include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
 #include "win/host_clock.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
 
-// A reader that talks to the camera through the vendor library. It owns one library session, opened by
-// open_imu_platform and closed by its destructor, and a read buffer sized once for the transport.
+// A reader that talks to the camera through the vendor library. It keeps the library session that
+// open_imu_platform started, which ends with it, and a read buffer sized once for the transport.
 class VendorImuReader final : public ImuReader::Impl {
  public:
   VendorImuReader(const SonixLib::scDevice_t& handle, const ImuTransportConfig& transport)
       : handle_(handle), transport_(transport), buffer_(transport.xu_length, 0) {}
 
-  ~VendorImuReader() override {
-    win_detail::SonixGlobalLock lock;
-    SonixCam_UnInit();
-  }
+  // Takes over the session once nothing can fail any more.
+  void keep(vendor::LibrarySession session) noexcept { session_ = std::move(session); }
 
   [[nodiscard]] Result<ReadImuResult> read() override {
     win_detail::SonixGlobalLock lock;
@@ -53,7 +53,31 @@ class VendorImuReader final : public ImuReader::Impl {
   SonixLib::scDevice_t handle_;
   ImuTransportConfig transport_;
   std::vector<std::uint8_t> buffer_;
+  vendor::LibrarySession session_;
 };
+
+// Opens `reader` on the camera `device` names, in a session the reader keeps; a failure closes the session.
+Status open_reader_in_session(const DeviceInfo& device, const ImuTransportConfig& transport,
+                              std::unique_ptr<ImuReader::Impl>& opened) {
+  vendor::VendorSession session;
+  if (!session.start()) {
+    return session.start_failure(ErrorCode::DeviceUnavailable);
+  }
+  const FlashConfig config = make_device_selector_config(device);
+  Result<win_detail::EnumeratedDevice> resolved = win_detail::resolve_device_with_active_runtime(config, false);
+  if (!resolved.ok()) {
+    return resolved.status();
+  }
+  SonixLib::scDevice_t handle = resolved.value().device;
+  if (!SonixCam_SetNodeID(&handle, transport.xu_unit, vendor::kExtensionUnitGuid.data())) {
+    return win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_SetNodeID", &handle);
+  }
+  auto reader = std::make_unique<VendorImuReader>(handle, transport);
+  // From here the reader owns the library session and ends it when destroyed.
+  reader->keep(session.keep_library_session());
+  opened = std::move(reader);
+  return Status();
+}
 
 }  // namespace
 
@@ -80,52 +104,16 @@ Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransport
     return Status(ErrorCode::InvalidArgument, "invalid IMU transport configuration");
   }
 
-  win_detail::SonixGlobalLock lock;
-  // True while this function, not a reader, is responsible for ending the library session.
-  bool session_open = false;
   try {
-    if (!SonixCam_Init()) {
-      Status failure = win_detail::make_vendor_status(ErrorCode::DeviceUnavailable, "SonixCam_Init", nullptr);
-      lock.unlock();
-      return failure;
+    std::unique_ptr<ImuReader::Impl> opened;
+    Status status = open_reader_in_session(device, transport, opened);
+    if (!status.ok()) {
+      return status;
     }
-    session_open = true;
-
-    const FlashConfig config = make_device_selector_config(device);
-    Result<win_detail::EnumeratedDevice> resolved = win_detail::resolve_device_with_active_runtime(config, false);
-    if (!resolved.ok()) {
-      Status failure = resolved.status();
-      session_open = false;
-      SonixCam_UnInit();
-      lock.unlock();
-      return failure;
-    }
-    SonixLib::scDevice_t handle = resolved.value().device;
-
-    if (!SonixCam_SetNodeID(&handle, transport.xu_unit, vendor::kExtensionUnitGuid.data())) {
-      Status failure = win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_SetNodeID", &handle);
-      session_open = false;
-      SonixCam_UnInit();
-      lock.unlock();
-      return failure;
-    }
-
-    auto reader = std::make_unique<VendorImuReader>(handle, transport);
-    // From here the reader owns the session and ends it when destroyed.
-    session_open = false;
-    lock.unlock();
-    return ImuReader(std::move(reader));
+    return ImuReader(std::move(opened));
   } catch (const std::exception& error) {
-    if (session_open) {
-      SonixCam_UnInit();
-    }
-    lock.unlock();
     return Status(ErrorCode::InternalError, error.what());
   } catch (...) {
-    if (session_open) {
-      SonixCam_UnInit();
-    }
-    lock.unlock();
     return Status(ErrorCode::InternalError, "unknown exception during Windows IMU open");
   }
 }

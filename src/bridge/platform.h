@@ -15,6 +15,18 @@
 // entry comes from the newest live override that sets it, else from the platform.
 namespace tovanel::uvc_stereo::vendor {
 
+// Tables that replace one entry, the shape most replacements take.
+[[nodiscard]] inline detail::PlatformTable replacing_vendor_backend(const VendorBackend& backend) noexcept {
+  detail::PlatformTable table;
+  table.vendor_backend = &backend;
+  return table;
+}
+[[nodiscard]] inline detail::PlatformTable replacing_pauses(const detail::PauseHook& hook) noexcept {
+  detail::PlatformTable table;
+  table.pause = &hook;
+  return table;
+}
+
 class PlatformOverride {
  public:
   // Puts `replacements` in force. Takes the vendor lock while it does, so no vendor

@@ -1,26 +1,13 @@
 // The SonixCam_* operations, forwarded to the active backend.
-#include <atomic>
-
-#include "bridge/process_lock.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_backend.h"
+#include "core/platform_table.h"
 
 namespace tovanel::uvc_stereo::vendor {
-namespace {
-
-std::atomic<const VendorBackend*> g_installed{nullptr};
-
-}  // namespace
 
 const VendorBackend& active_vendor_backend() noexcept {
-  const VendorBackend* installed = g_installed.load(std::memory_order_acquire);
+  const VendorBackend* installed = detail::installed_platform().vendor_backend;
   return installed != nullptr ? *installed : platform_vendor_backend();
-}
-
-void install_vendor_backend(const VendorBackend* backend) noexcept {
-  enter_process_lock();
-  g_installed.store(backend, std::memory_order_release);
-  leave_process_lock();
 }
 
 }  // namespace tovanel::uvc_stereo::vendor

@@ -37,9 +37,8 @@ const VendorBackend& platform_vendor_backend() noexcept;
 // The backend every operation fails in: SonixCam_Init reports "ecLibInitFail".
 const VendorBackend& unavailable_vendor_backend() noexcept;
 
-// The active backend. Installing one takes the vendor lock, so no session of the
-// previous backend is cut in half; null restores the platform backend.
+// The backend in force: the platform table's entry (see bridge/platform.h for how to
+// replace it), else the platform backend.
 const VendorBackend& active_vendor_backend() noexcept;
-void install_vendor_backend(const VendorBackend* backend) noexcept;
 
 }  // namespace tovanel::uvc_stereo::vendor

@@ -2,15 +2,18 @@
 
 #include <chrono>
 
+#include "core/platform_table.h"
+
 namespace tovanel::uvc_stereo::detail {
 
 // Waits until now + `duration` (an absolute deadline, so a spurious early wake-up
-// still waits the whole time). The camera needs these pauses to settle after flash
-// and before IMU access.
+// still waits the whole time), or hands the pause to the platform table's pause entry
+// when one is installed. The camera needs these pauses to settle after flash and
+// before IMU access.
 void pause_for(std::chrono::milliseconds duration);
 
-// Replaces the wait (tests observe the pauses without spending them); null restores it.
-using PauseHook = void (*)(std::chrono::milliseconds duration, void* context);
-void set_pause_hook(PauseHook hook, void* context) noexcept;
+// The real wait, as a pause entry: for a test that wants real pauses back under an
+// override that skips them.
+[[nodiscard]] const PauseHook& real_pause() noexcept;
 
 }  // namespace tovanel::uvc_stereo::detail

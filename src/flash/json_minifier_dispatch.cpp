@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "core/cpu_features.h"
+#include "core/platform_table.h"
 #include "flash/json_minifier_variants.h"
 #include "uvc_stereo/json.h"
 
@@ -54,6 +55,9 @@ JsonMinifierVariantList json_minifier_variants() noexcept {
 }
 
 const JsonMinifierVariant& active_json_minifier_variant() noexcept {
+  if (const JsonMinifierVariant* chosen = installed_platform().json_minifier; chosen != nullptr) {
+    return *chosen;
+  }
   const JsonMinifierVariant* active = g_active.load(std::memory_order_relaxed);
   return active != nullptr ? *active : choose();
 }

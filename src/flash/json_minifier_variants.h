@@ -33,7 +33,8 @@ struct JsonMinifierVariantList {
   const JsonMinifierVariant* end;
 };
 
-// Every form in this build, the scalar reference first; the last supported one is the one in use.
+// Every form in this build, the scalar reference first. The one in use is the platform table's json_minifier
+// entry when installed, else the last one this processor supports.
 [[nodiscard]] JsonMinifierVariantList json_minifier_variants() noexcept;
 [[nodiscard]] const JsonMinifierVariant& active_json_minifier_variant() noexcept;
 

@@ -2,22 +2,17 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <string>
-#include <utility>
 
 #include "core/format.h"
-#include "win/debug_output.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
 
 Status readback_mismatch(std::size_t offset, unsigned expected, unsigned actual) {
-  std::string text = format_fixed<192>(
-      "verify_after_write failed: readback mismatch at offset 0x%llX (expected=0x%02X, actual=0x%02X)",
-      static_cast<unsigned long long>(offset), expected, actual);
-  win_detail::output_debug_string(text.c_str());
-  win_detail::output_debug_string("\n");
-  return Status(ErrorCode::WriteFailed, std::move(text));
+  return Status(ErrorCode::WriteFailed,
+                format_fixed<192>(
+                    "verify_after_write failed: readback mismatch at offset 0x%llX (expected=0x%02X, actual=0x%02X)",
+                    static_cast<unsigned long long>(offset), expected, actual));
 }
 
 }  // namespace

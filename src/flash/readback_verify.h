@@ -9,7 +9,7 @@ namespace tovanel::uvc_stereo::detail {
 
 // Compares a record with what the flash gave back after writing it. The first differing
 // byte is reported with its offset and both values (a side that has no byte there reads
-// as 0), and that text also goes to the debugger output.
+// as 0); telling the debugger is the caller's part.
 [[nodiscard]] Status verify_readback(const std::vector<std::uint8_t>& record,
                                      const std::vector<std::uint8_t>& readback);
 

@@ -1,5 +1,8 @@
 #include "sim/registry.h"
 
+#include <algorithm>
+#include <vector>
+
 namespace tovanel::uvc_stereo::sim {
 namespace {
 
@@ -9,30 +12,28 @@ std::mutex& registry_mutex() noexcept {
   return mutex;
 }
 
-SimulatedRig::State* g_active = nullptr;
+// Every living rig, oldest first.
+std::vector<SimulatedRig::State*>& living_rigs() noexcept {
+  static std::vector<SimulatedRig::State*> rigs;
+  return rigs;
+}
+
+SimulatedRig::State* newest_rig() noexcept { return living_rigs().empty() ? nullptr : living_rigs().back(); }
 
 }  // namespace
 
-void activate_rig(SimulatedRig::State* state) noexcept {
+void activate_rig(SimulatedRig::State* state) {
   const std::lock_guard<std::mutex> guard(registry_mutex());
-  g_active = state;
+  living_rigs().push_back(state);
 }
 
-bool deactivate_rig(SimulatedRig::State* state) noexcept {
+void deactivate_rig(SimulatedRig::State* state) noexcept {
   const std::lock_guard<std::mutex> guard(registry_mutex());
-  if (g_active != state) {
-    return false;
-  }
-  g_active = nullptr;
-  return true;
+  std::vector<SimulatedRig::State*>& rigs = living_rigs();
+  rigs.erase(std::remove(rigs.begin(), rigs.end(), state), rigs.end());
 }
 
-bool is_active_rig(const SimulatedRig::State* state) noexcept {
-  const std::lock_guard<std::mutex> guard(registry_mutex());
-  return g_active == state;
-}
-
-RigAccess::RigAccess() : registry_(registry_mutex()), state_(g_active) {
+RigAccess::RigAccess() : registry_(registry_mutex()), state_(newest_rig()) {
   if (state_ != nullptr) {
     state_lock_ = std::unique_lock<std::mutex>(state_->mutex);
   }

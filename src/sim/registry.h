@@ -6,12 +6,12 @@
 
 namespace tovanel::uvc_stereo::sim {
 
-// The one rig that the simulated vendor backend and capture listing serve. Its state
-// is reached only through RigAccess, so a rig cannot be torn down under a call.
-void activate_rig(SimulatedRig::State* state) noexcept;
-// Forgets `state` if it is the active rig; returns whether it was.
-bool deactivate_rig(SimulatedRig::State* state) noexcept;
-[[nodiscard]] bool is_active_rig(const SimulatedRig::State* state) noexcept;
+// The rig that the simulated vendor backend and capture listing serve: the newest one
+// still alive, as with the platform overrides the rigs install. Its state is reached
+// only through RigAccess, so a rig cannot be torn down under a call.
+void activate_rig(SimulatedRig::State* state);
+// Forgets `state`; an older rig still alive becomes the active one again.
+void deactivate_rig(SimulatedRig::State* state) noexcept;
 
 // Holds the active rig (and its state mutex) for as long as it lives.
 class RigAccess {

@@ -35,17 +35,15 @@ std::uint32_t on_chip_length(const SimulatedFlash& flash, std::uint32_t address,
 SimulatedRig::SimulatedRig() : state_(std::make_unique<State>()) {
   // The state is reachable before the backend is, so no call ever finds it missing.
   activate_rig(state_.get());
-  vendor::install_vendor_backend(&simulated_vendor_backend());
-  win_detail::install_capture_listing_source(&simulated_capture_listing_source());
+  detail::PlatformTable entries;
+  entries.vendor_backend = &simulated_vendor_backend();
+  entries.capture_listing = &simulated_capture_listing_source();
+  state_->installed.emplace(entries);
 }
 
 SimulatedRig::~SimulatedRig() {
-  // A rig replaced by a newer one leaves the newer one installed.
-  if (!is_active_rig(state_.get())) {
-    return;
-  }
-  vendor::install_vendor_backend(nullptr);
-  win_detail::install_capture_listing_source(nullptr);
+  // Overrides stack, so an older rig destroyed first leaves the newer one in force.
+  state_->installed.reset();
   deactivate_rig(state_.get());
 }
 

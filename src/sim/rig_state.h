@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "uvc_stereo/simulated_rig.h"
+#include "bridge/platform.h"
 #include "sim/faults.h"
 #include "sim/flash.h"
 #include "sim/imu.h"
@@ -69,6 +70,9 @@ struct SimulatedRig::State {
   std::vector<std::string> violations;
   std::map<OpenCvBackend, std::vector<SimulatedCaptureDevice>> capture_devices;
   std::set<OpenCvBackend> failing_listings;
+  // The rig's place in the platform table while it lives: the vendor backend and the
+  // capture listings. Set and cleared only by the rig's constructor and destructor.
+  std::optional<vendor::PlatformOverride> installed;
 };
 
 }  // namespace tovanel::uvc_stereo::sim

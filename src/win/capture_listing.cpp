@@ -1,23 +1,23 @@
-#include <atomic>
-
 #include "win/capture_listing.h"
+
+#include "core/platform_table.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {
 
-std::atomic<const CaptureListingSource*> g_source{nullptr};
+Result<std::vector<WinOpenCvCameraCandidate>> list_platform(OpenCvBackend backend) {
+  return backend == OpenCvBackend::Dshow ? enumerate_dshow_backend_candidates() : enumerate_msmf_backend_candidates();
+}
+
+constexpr CaptureListingSource kPlatformListing = {list_platform};
 
 }  // namespace
 
-void install_capture_listing_source(const CaptureListingSource* source) noexcept {
-  g_source.store(source, std::memory_order_release);
-}
+const CaptureListingSource& platform_capture_listing_source() noexcept { return kPlatformListing; }
 
 Result<std::vector<WinOpenCvCameraCandidate>> list_capture_candidates(OpenCvBackend backend) {
-  if (const CaptureListingSource* source = g_source.load(std::memory_order_acquire); source != nullptr) {
-    return source->list(backend);
-  }
-  return backend == OpenCvBackend::Dshow ? enumerate_dshow_backend_candidates() : enumerate_msmf_backend_candidates();
+  const CaptureListingSource* source = detail::installed_platform().capture_listing;
+  return (source != nullptr ? *source : kPlatformListing).list(backend);
 }
 
 }  // namespace tovanel::uvc_stereo::win_detail

@@ -15,15 +15,17 @@ namespace tovanel::uvc_stereo::win_detail {
 [[nodiscard]] Result<std::vector<WinOpenCvCameraCandidate>> enumerate_dshow_backend_candidates();
 [[nodiscard]] Result<std::vector<WinOpenCvCameraCandidate>> enumerate_msmf_backend_candidates();
 
-// A stand-in for the platform listings (the simulated rig installs one so that scans
-// report backend indices without Windows).
+// A source of capture listings: the platform table's capture_listing entry (the
+// simulated rig installs one so that scans report backend indices without Windows).
 struct CaptureListingSource {
   Result<std::vector<WinOpenCvCameraCandidate>> (*list)(OpenCvBackend backend);
 };
-void install_capture_listing_source(const CaptureListingSource* source) noexcept;
 
-// The candidates of `backend` (Dshow or Msmf) from the installed stand-in, else from
-// the platform listing.
+// The platform's own listings, for a test that wants them back under a rig.
+[[nodiscard]] const CaptureListingSource& platform_capture_listing_source() noexcept;
+
+// The candidates of `backend` (Dshow or Msmf) from the platform table's source, else
+// from the platform listing.
 [[nodiscard]] Result<std::vector<WinOpenCvCameraCandidate>> list_capture_candidates(OpenCvBackend backend);
 
 }  // namespace tovanel::uvc_stereo::win_detail

@@ -1,6 +1,6 @@
 #include "win/capture_system_calls_win.h"
 
-#include <atomic>
+#include "core/platform_table.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {
@@ -16,19 +16,13 @@ const CaptureSystemCalls kSystemCalls = {
     &call_mf_startup, &MFShutdown,     &MFCreateAttributes, &MFEnumDeviceSources, &WideCharToMultiByte,
 };
 
-std::atomic<const CaptureSystemCalls*> g_installed{nullptr};
-
 }  // namespace
 
 const CaptureSystemCalls& system_capture_calls() noexcept { return kSystemCalls; }
 
 const CaptureSystemCalls& capture_system_calls() noexcept {
-  const CaptureSystemCalls* installed = g_installed.load(std::memory_order_acquire);
+  const CaptureSystemCalls* installed = detail::installed_platform().windows_system_calls;
   return installed != nullptr ? *installed : kSystemCalls;
-}
-
-void install_capture_system_calls(const CaptureSystemCalls* calls) noexcept {
-  g_installed.store(calls, std::memory_order_release);
 }
 
 }  // namespace tovanel::uvc_stereo::win_detail

@@ -25,11 +25,7 @@ struct CaptureSystemCalls {
 // The table of the system's own functions.
 [[nodiscard]] const CaptureSystemCalls& system_capture_calls() noexcept;
 
-// The table in use: the installed one, else the system's.
+// The table in use: the platform table's windows_system_calls entry, else the system's.
 [[nodiscard]] const CaptureSystemCalls& capture_system_calls() noexcept;
-
-// Installs a stand-in table for every later call; null restores the system's. The table
-// must outlive its use.
-void install_capture_system_calls(const CaptureSystemCalls* calls) noexcept;
 
 }  // namespace tovanel::uvc_stereo::win_detail

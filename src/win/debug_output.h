@@ -1,17 +1,17 @@
 #pragma once
 
+#include <string>
+
 namespace tovanel::uvc_stereo::win_detail {
 
-// Sends one text to the debugger output: OutputDebugStringA on Windows. Elsewhere
-// there is no debugger channel and the text goes only to the installed sink.
+// Sends one text to the debugger output (OutputDebugStringA on Windows; elsewhere there
+// is no debugger channel) and to the registered diagnostic callback, if any.
 void output_debug_string(const char* text) noexcept;
 
-// A sink that also receives every debug text, on every platform (tests capture the
-// flash failure texts with it). Null removes it.
-using DebugSink = void (*)(const char* text, void* context);
-void set_debug_sink(DebugSink sink, void* context) noexcept;
+// Writes one diagnostic line: its text, then a separate line break.
+void output_debug_line(const std::string& text) noexcept;
 
-// Forwards to the installed sink, if any; the platform halves call it.
-void forward_to_debug_sink(const char* text) noexcept;
+// Hands a text to the registered diagnostic callback; the platform halves call it.
+void forward_to_diagnostic_callback(const char* text) noexcept;
 
 }  // namespace tovanel::uvc_stereo::win_detail

@@ -2,6 +2,6 @@
 
 namespace tovanel::uvc_stereo::win_detail {
 
-void output_debug_string(const char* text) noexcept { forward_to_debug_sink(text); }
+void output_debug_string(const char* text) noexcept { forward_to_diagnostic_callback(text); }
 
 }  // namespace tovanel::uvc_stereo::win_detail

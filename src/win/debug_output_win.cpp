@@ -8,7 +8,7 @@ void output_debug_string(const char* text) noexcept {
   if (text != nullptr) {
     OutputDebugStringA(text);
   }
-  forward_to_debug_sink(text);
+  forward_to_diagnostic_callback(text);
 }
 
 }  // namespace tovanel::uvc_stereo::win_detail

@@ -3,9 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "bridge/platform.h"
 #include "bridge/process_lock.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_backend.h"
@@ -145,14 +147,17 @@ class ScriptedLibraryInstall {
  public:
   explicit ScriptedLibraryInstall(ScriptedLibrary& library) {
     scripted_detail::active() = &library;
-    vendor::install_vendor_backend(&scripted_detail::kBackend);
+    installed_.emplace(vendor::replacing_vendor_backend(scripted_detail::kBackend));
   }
   ~ScriptedLibraryInstall() {
-    vendor::install_vendor_backend(nullptr);
+    installed_.reset();
     scripted_detail::active() = nullptr;
   }
   ScriptedLibraryInstall(const ScriptedLibraryInstall&) = delete;
   ScriptedLibraryInstall& operator=(const ScriptedLibraryInstall&) = delete;
+
+ private:
+  std::optional<vendor::PlatformOverride> installed_;
 };
 
 // A supported camera for the script, named by a path that carries its ids.

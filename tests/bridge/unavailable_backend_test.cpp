@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "uvc_stereo/vendor_lock.h"
+#include "bridge/platform.h"
 #include "bridge/vendor_backend.h"
 #include "bridge/vendor_status.h"
 
@@ -13,8 +15,10 @@ namespace {
 // Makes the unavailable backend the active one for a test, whatever the platform's own is.
 class UnavailableBackendTest : public ::testing::Test {
  protected:
-  void SetUp() override { install_vendor_backend(&unavailable_vendor_backend()); }
-  void TearDown() override { install_vendor_backend(nullptr); }
+  void SetUp() override { installed_.emplace(replacing_vendor_backend(unavailable_vendor_backend())); }
+  void TearDown() override { installed_.reset(); }
+
+  std::optional<PlatformOverride> installed_;
 };
 
 TEST_F(UnavailableBackendTest, InitFailsAndTheStatusNamesLibInitFail) {

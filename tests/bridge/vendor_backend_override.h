@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+
+#include "bridge/platform.h"
 #include "bridge/vendor_backend.h"
 
 // Lets a test change single vendor operations of the simulated rig (to throw, to look at the arguments, to stall)
@@ -22,18 +25,19 @@ class BackendOverride {
     overridden_backend() = original_;
   }
   ~BackendOverride() {
-    vendor::install_vendor_backend(original_);
+    installed_.reset();
     overridden_backend() = nullptr;
   }
   BackendOverride(const BackendOverride&) = delete;
   BackendOverride& operator=(const BackendOverride&) = delete;
 
   vendor::VendorBackend& table() { return table_; }
-  void install() { vendor::install_vendor_backend(&table_); }
+  void install() { installed_.emplace(vendor::replacing_vendor_backend(table_)); }
 
  private:
   const vendor::VendorBackend* original_;
   vendor::VendorBackend table_;
+  std::optional<vendor::PlatformOverride> installed_;
 };
 
 }  // namespace tovanel::uvc_stereo::vendor_testing

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "capability/capability_report_encoder.h"
+#include "bridge/platform.h"
 #include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "uvc_stereo/device.h"
@@ -286,7 +287,7 @@ TEST_F(DeviceOperations, ImuCheckComesBeforeTheFlashCapabilityCheck) {
 TEST_F(DeviceOperations, ReadJsonReallyWaitsAfterTheRead) {
   rig_.set_flash(0, 0x51000, text_record("{\"a\":1}"));
   DEVICE_TESTING_OPEN(device, info_, 0);
-  detail::set_pause_hook(nullptr, nullptr);
+  const vendor::PlatformOverride real_pauses(vendor::replacing_pauses(detail::real_pause()));
   const auto start = std::chrono::steady_clock::now();
   const Result<ReadJsonResult> read = device.read_json();
   const auto elapsed = std::chrono::steady_clock::now() - start;

@@ -2,12 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "device/device_rig_support.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
+#include "bridge/platform.h"
 #include "bridge/vendor_backend.h"
 #include "support/allocation_counter.h"
 
@@ -35,18 +37,20 @@ class DeviceReadImuAllocations : public DeviceRigTest {
     g_rig_backend = &vendor::active_vendor_backend();
     table_ = *g_rig_backend;
     table_.xu_read = uncounted_xu_read;
-    vendor::install_vendor_backend(&table_);
+    uncounted_.emplace(vendor::replacing_vendor_backend(table_));
   }
 
+  // Puts the rig's own reads back.
+  void count_rig_reads() { uncounted_.reset(); }
+
   void TearDown() override {
-    if (g_rig_backend != nullptr) {
-      vendor::install_vendor_backend(g_rig_backend);
-      g_rig_backend = nullptr;
-    }
+    count_rig_reads();
+    g_rig_backend = nullptr;
     DeviceRigTest::TearDown();
   }
 
   vendor::VendorBackend table_{};
+  std::optional<vendor::PlatformOverride> uncounted_;
 };
 
 TEST_F(DeviceReadImuAllocations, SuccessfulReadsThroughTheDeviceAllocateNothing) {
@@ -66,7 +70,7 @@ TEST_F(DeviceReadImuAllocations, SuccessfulReadsThroughTheDeviceAllocateNothing)
 
   EXPECT_EQ(successes, 100);
   EXPECT_EQ(allocations, 0);
-  vendor::install_vendor_backend(g_rig_backend);
+  count_rig_reads();
   EXPECT_TRUE(device.close_imu().ok());
 }
 

@@ -21,6 +21,7 @@
 #include "support/rig_cameras.h"
 #include "support/rig_checks.h"
 #include "support/scanned_device.h"
+#include "bridge/platform.h"
 #include "bridge/process_lock.h"
 
 // Shared pieces of the device tests: a recorder that observes the settling pauses without spending them, cameras of
@@ -42,10 +43,8 @@ struct RecordedPause {
 // Replaces every pause with a record while it lives, so the suite stays fast and the pauses can be checked.
 class PauseRecorder {
  public:
-  explicit PauseRecorder(const sim::SimulatedRig* rig = nullptr) : rig_(rig) {
-    detail::set_pause_hook(&PauseRecorder::record, this);
-  }
-  ~PauseRecorder() { detail::set_pause_hook(nullptr, nullptr); }
+  explicit PauseRecorder(const sim::SimulatedRig* rig = nullptr)
+      : rig_(rig), hook_{&PauseRecorder::record, this}, installed_(vendor::replacing_pauses(hook_)) {}
   PauseRecorder(const PauseRecorder&) = delete;
   PauseRecorder& operator=(const PauseRecorder&) = delete;
 
@@ -78,6 +77,8 @@ class PauseRecorder {
   const sim::SimulatedRig* rig_;
   mutable std::mutex mutex_;
   std::vector<RecordedPause> pauses_;
+  const detail::PauseHook hook_;
+  const vendor::PlatformOverride installed_;
 };
 
 inline std::vector<std::chrono::milliseconds> ms(std::initializer_list<int> values) {

@@ -19,6 +19,7 @@
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
+#include "bridge/platform.h"
 #include "bridge/process_lock.h"
 #include "support/rig_cameras.h"
 #include "support/rig_checks.h"
@@ -305,10 +306,12 @@ TEST_F(ScanDevices, ExceptionWhileListingIsAnInternalErrorAndStillClosesTheSessi
   rig_.add_camera(supported_camera(0, "A"));
   static const win_detail::CaptureListingSource exhausted{
       [](OpenCvBackend) -> Result<std::vector<win_detail::WinOpenCvCameraCandidate>> { throw std::bad_alloc(); }};
-  win_detail::install_capture_listing_source(&exhausted);
+  detail::PlatformTable listing;
+  listing.capture_listing = &exhausted;
+  std::optional<vendor::PlatformOverride> installed(std::in_place, listing);
 
   Result<std::vector<DeviceInfo>> devices = scan_devices();
-  win_detail::install_capture_listing_source(nullptr);
+  installed.reset();
   ASSERT_FALSE(devices.ok());
   EXPECT_EQ(devices.status().code(), ErrorCode::InternalError);
   EXPECT_EQ(devices.status().message(), std::bad_alloc().what());

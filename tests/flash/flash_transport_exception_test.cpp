@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "flash/flash_transport.h"
 #include "flash_rig_support.h"
 #include "uvc_stereo/flash.h"
+#include "bridge/platform.h"
 #include "bridge/process_lock.h"
 #include "bridge/vendor_backend.h"
 
@@ -76,10 +78,10 @@ class ThrowingVendorScope {
     table_.read_flash = read_or_throw;
     table_.write_flash = write_or_throw;
     table_.get_version = version_or_throw;
-    vendor::install_vendor_backend(&table_);
+    installed_.emplace(vendor::replacing_vendor_backend(table_));
   }
   ~ThrowingVendorScope() {
-    vendor::install_vendor_backend(g_plan.rig);
+    installed_.reset();
     g_plan = FaultPlan{};
   }
   ThrowingVendorScope(const ThrowingVendorScope&) = delete;
@@ -87,6 +89,7 @@ class ThrowingVendorScope {
 
  private:
   vendor::VendorBackend table_{};
+  std::optional<vendor::PlatformOverride> installed_;
 };
 
 class FlashBoundary : public test_support::FlashRigTest {

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/platform.h"
 #include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "stress/call_audit.h"
@@ -64,10 +65,13 @@ void count_pause(std::chrono::milliseconds /*duration*/, void* /*context*/) {
 
 class CountedPauses {
  public:
-  CountedPauses() { detail::set_pause_hook(&count_pause, nullptr); }
-  ~CountedPauses() { detail::set_pause_hook(nullptr, nullptr); }
+  CountedPauses() : installed_(vendor::replacing_pauses(kCountedPause)) {}
   CountedPauses(const CountedPauses&) = delete;
   CountedPauses& operator=(const CountedPauses&) = delete;
+
+ private:
+  static constexpr detail::PauseHook kCountedPause = {&count_pause, nullptr};
+  const vendor::PlatformOverride installed_;
 };
 
 // What every thread shares.

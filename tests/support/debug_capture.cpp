@@ -1,12 +1,12 @@
 #include "support/debug_capture.h"
 
-#include "win/debug_output.h"
+#include "uvc_stereo/diagnostics.h"
 
 namespace tovanel::uvc_stereo::test_support {
 
-DebugCapture::DebugCapture() { win_detail::set_debug_sink(&DebugCapture::collect, this); }
+DebugCapture::DebugCapture() { set_diagnostic_callback(&DebugCapture::collect, this); }
 
-DebugCapture::~DebugCapture() { win_detail::set_debug_sink(nullptr, nullptr); }
+DebugCapture::~DebugCapture() { set_diagnostic_callback(nullptr, nullptr); }
 
 void DebugCapture::collect(const char* text, void* context) {
   static_cast<DebugCapture*>(context)->texts_.emplace_back(text);

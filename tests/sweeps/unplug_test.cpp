@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/platform.h"
 #include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "flash/flash_rig_support.h"
@@ -167,15 +168,15 @@ void unplug_on_pause(std::chrono::milliseconds /*duration*/, void* context) {
 // Installs the unplugging pause for its lifetime, so that no later test finds it.
 class UnplugOnPause {
  public:
-  UnplugOnPause(sim::SimulatedRig& rig, int camera) : unplug_{&rig, camera} {
-    detail::set_pause_hook(&unplug_on_pause, &unplug_);
-  }
-  ~UnplugOnPause() { detail::set_pause_hook(nullptr, nullptr); }
+  UnplugOnPause(sim::SimulatedRig& rig, int camera)
+      : unplug_{&rig, camera}, hook_{&unplug_on_pause, &unplug_}, installed_(vendor::replacing_pauses(hook_)) {}
   UnplugOnPause(const UnplugOnPause&) = delete;
   UnplugOnPause& operator=(const UnplugOnPause&) = delete;
 
  private:
   PauseUnplug unplug_;
+  const detail::PauseHook hook_;
+  const vendor::PlatformOverride installed_;
 };
 
 TEST(UnplugDuringImuOpen, PulledDuringTheFirmwarePauseTheOpenFailsAndLeavesNoReader) {

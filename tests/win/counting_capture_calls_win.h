@@ -5,8 +5,10 @@
 // listing undoes exactly what it did.
 
 #include <mutex>
+#include <optional>
 #include <vector>
 
+#include "bridge/platform.h"
 #include "win/capture_system_calls_win.h"
 
 namespace tovanel::uvc_stereo::win_testing {
@@ -89,9 +91,10 @@ class CountingSystemCalls {
     const std::lock_guard<std::mutex> guard(log.mutex);
     log.co_initialize_answers.clear();
     log.co_uninitialize = log.mf_startup = log.mf_shutdown = 0;
-    win_detail::install_capture_system_calls(&counting_calls::kTable);
+    detail::PlatformTable entries;
+    entries.windows_system_calls = &counting_calls::kTable;
+    installed_.emplace(entries);
   }
-  ~CountingSystemCalls() { win_detail::install_capture_system_calls(nullptr); }
   CountingSystemCalls(const CountingSystemCalls&) = delete;
   CountingSystemCalls& operator=(const CountingSystemCalls&) = delete;
 
@@ -108,6 +111,8 @@ class CountingSystemCalls {
     const std::lock_guard<std::mutex> guard(system_call_log().mutex);
     return system_call_log().*counter;
   }
+
+  std::optional<vendor::PlatformOverride> installed_;
 };
 
 }  // namespace tovanel::uvc_stereo::win_testing

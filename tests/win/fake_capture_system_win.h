@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/platform.h"
 #include "win/capture_system_calls_win.h"
 // After the Windows headers, which it needs.
 #include <mferror.h>
@@ -87,6 +88,8 @@ class FakeCaptureSystem {
   // Memory handed over with CoTaskMemAlloc and not yet freed.
   std::vector<void*> co_task_allocations;
   void* source_array_memory = nullptr;
+  // The fake's place in the platform table while it lives.
+  std::optional<vendor::PlatformOverride> installed;
 };
 
 // A COM object of one interface that the test owns: it starts with the test's own
@@ -542,11 +545,13 @@ inline constexpr win_detail::CaptureSystemCalls kTable = {
 
 inline FakeCaptureSystem::FakeCaptureSystem() {
   current_fake_system() = this;
-  win_detail::install_capture_system_calls(&fake_calls::kTable);
+  detail::PlatformTable entries;
+  entries.windows_system_calls = &fake_calls::kTable;
+  installed.emplace(entries);
 }
 
 inline FakeCaptureSystem::~FakeCaptureSystem() {
-  win_detail::install_capture_system_calls(nullptr);
+  installed.reset();
   current_fake_system() = nullptr;
 }
 

@@ -11,6 +11,7 @@
 #include "counting_capture_calls_win.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
+#include "bridge/platform.h"
 #include "win/capture_listing.h"
 
 // The listings against this system's own DirectShow and Media Foundation. A DirectShow
@@ -259,7 +260,9 @@ TEST_F(RegisteredDirectShowDevices, AScanReportsTheDirectShowIndexOfTheCameraWit
   rig.add_camera(listed_camera);
   rig.add_camera(unlisted_camera);
   // The rig stands in for the vendor library only: the capture listings are this system's.
-  install_capture_listing_source(nullptr);
+  detail::PlatformTable system_listings;
+  system_listings.capture_listing = &platform_capture_listing_source();
+  const vendor::PlatformOverride installed(system_listings);
 
   const Result<std::vector<DeviceInfo>> scanned = scan_devices();
 

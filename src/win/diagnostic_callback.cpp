@@ -1,0 +1,42 @@
+#include <mutex>
+
+#include "uvc_stereo/diagnostics.h"
+#include "win/debug_output.h"
+
+namespace tovanel::uvc_stereo {
+namespace {
+
+struct CallbackSlot {
+  std::mutex mutex;
+  DiagnosticCallback callback = nullptr;
+  void* context = nullptr;
+};
+
+// Never destroyed, so a text written by a static destructor at exit still finds it.
+CallbackSlot& slot() noexcept {
+  static CallbackSlot* const instance = new CallbackSlot();
+  return *instance;
+}
+
+}  // namespace
+
+void set_diagnostic_callback(DiagnosticCallback callback, void* context) noexcept {
+  CallbackSlot& s = slot();
+  const std::lock_guard<std::mutex> guard(s.mutex);
+  s.callback = callback;
+  s.context = context;
+}
+
+namespace win_detail {
+
+void forward_to_diagnostic_callback(const char* text) noexcept {
+  CallbackSlot& s = slot();
+  // Held across the call, so a replaced callback is never running once the replacement returns.
+  const std::lock_guard<std::mutex> guard(s.mutex);
+  if (s.callback != nullptr && text != nullptr) {
+    s.callback(text, s.context);
+  }
+}
+
+}  // namespace win_detail
+}  // namespace tovanel::uvc_stereo
