@@ -90,6 +90,13 @@ struct VendorFault {
   std::uint32_t times = 1;           ///< how many consecutive uses fail; 0 = every use from then on
   std::int32_t vendor_code = 0;      ///< what SonixCam_GetErrorCode reports afterwards
   bool error_code_query_fails = false;  ///< SonixCam_GetErrorCode then returns false (but still writes the code)
+  // The failing call first does its work and writes its out-values as a successful one
+  // would (the count and records of SonixCam_EnumCameras, the bytes of a read, the flash
+  // type), as the real library may; only its answer is false.
+  bool still_answers = false;
+  // With still_answers: the count a failing SonixCam_EnumCameras reports, in place of the
+  // cameras it sees (it fills no more records than it sees).
+  std::optional<std::int32_t> reported_count = std::nullopt;
 };
 
 // A simulated camera rig: stands in for the camera vendor library and for the capture
@@ -99,8 +106,8 @@ struct VendorFault {
 // byte order, a capability extension unit and an IMU sample stream.
 //
 // Constructing a rig installs it as the vendor backend of the process; destroying it
-// restores the platform backend. One rig is active at a time. All members are
-// thread-safe.
+// restores what was in force before it (an older rig still alive, else the platform
+// backend). The newest living rig is the active one. All members are thread-safe.
 class UVC_STEREO_API SimulatedRig {
  public:
   SimulatedRig();

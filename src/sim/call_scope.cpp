@@ -48,8 +48,11 @@ void VendorCallScope::add_violation(std::string text) { rig().violations.push_ba
 std::optional<VendorFault> VendorCallScope::take_fault() { return rig().faults.on_call(record_.name); }
 
 bool VendorCallScope::admit(bool needs_session) {
-  if (const std::optional<VendorFault> fault = take_fault()) {
-    return fail(fault->vendor_code, fault->error_code_query_fails);
+  if (std::optional<VendorFault> fault = take_fault()) {
+    if (!fault->still_answers) {
+      return fail(fault->vendor_code, fault->error_code_query_fails);
+    }
+    answering_fault_ = std::move(fault);
   }
   // The library refuses work before it has been initialised.
   if (needs_session && rig().open_sessions == 0) {
@@ -74,7 +77,7 @@ CameraState* VendorCallScope::admit_device() {
   return camera;
 }
 
-bool VendorCallScope::fail(std::int32_t vendor_code, bool error_code_query_fails) {
+bool VendorCallScope::fail(std::int32_t vendor_code, bool error_code_query_fails) noexcept {
   rig().last_error = vendor_code;
   rig().last_error_query_fails = error_code_query_fails;
   record_.succeeded = false;
@@ -82,6 +85,9 @@ bool VendorCallScope::fail(std::int32_t vendor_code, bool error_code_query_fails
 }
 
 bool VendorCallScope::succeed() noexcept {
+  if (answering_fault_) {
+    return fail(answering_fault_->vendor_code, answering_fault_->error_code_query_fails);
+  }
   record_.succeeded = true;
   return true;
 }

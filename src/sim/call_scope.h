@@ -31,19 +31,24 @@ class VendorCallScope {
   // Counts the call against the armed faults; the fault that makes it fail, if any.
   [[nodiscard]] std::optional<VendorFault> take_fault();
   // Lets the call go ahead: false (already failed) when a fault fires, or when it
-  // needs a session and none is open.
+  // needs a session and none is open. A fault that still answers lets it go ahead too,
+  // and turns its success into that fault's failure.
   [[nodiscard]] bool admit(bool needs_session);
+  // The fault that lets this call answer and then fail, if one fired.
+  [[nodiscard]] const std::optional<VendorFault>& answering_fault() const noexcept { return answering_fault_; }
   // admit(true), then the plugged camera the record names; null (already failed) when
   // the record names no camera of this rig or an unplugged one.
   [[nodiscard]] CameraState* admit_device();
 
   // Ends the call as failed, leaving `vendor_code` for SonixCam_GetErrorCode.
-  bool fail(std::int32_t vendor_code, bool error_code_query_fails = false);
+  bool fail(std::int32_t vendor_code, bool error_code_query_fails = false) noexcept;
+  // Ends the call as done: true, unless a fault that still answers fired.
   bool succeed() noexcept;
 
  private:
   RigAccess access_;
   VendorCall record_;
+  std::optional<VendorFault> answering_fault_;
 };
 
 }  // namespace tovanel::uvc_stereo::sim

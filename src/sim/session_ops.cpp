@@ -53,7 +53,10 @@ bool sim_enum_cameras(std::int32_t* count, SonixLib::scDevice_t* devices, std::i
     ++seen;
   }
   *count = seen;
-  return seen == 0 ? call.fail(SonixLib::ecNotFindDevice) : call.succeed();
+  if (const std::optional<VendorFault>& fault = call.answering_fault(); fault && fault->reported_count) {
+    *count = *fault->reported_count;
+  }
+  return seen == 0 && !call.answering_fault() ? call.fail(SonixLib::ecNotFindDevice) : call.succeed();
 }
 
 bool sim_get_error_code(SonixLib::scDevice_t* device, SonixLib::scErrorCode_t* code) {
