@@ -7,7 +7,9 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
 
-ensure_packages g++-mingw-w64-x86-64-posix wine64 googletest cmake ninja-build binutils-mingw-w64-x86-64
+# clang, lld and llvm build the Visual Studio-style consumer of the C interface.
+ensure_packages g++-mingw-w64-x86-64-posix wine64 googletest cmake ninja-build binutils-mingw-w64-x86-64 clang-14 lld-14 \
+  llvm-14
 
 build="$root/build/ci-windows"
 rm -rf "$build"
