@@ -5,6 +5,7 @@
 #include "uvc_stereo/capability.h"
 #include "uvc_stereo/checksum.h"
 #include "uvc_stereo/device.h"
+#include "uvc_stereo/diagnostics.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/imu.h"

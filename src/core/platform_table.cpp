@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <new>
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
@@ -23,9 +24,11 @@ struct LayerStack {
   InstalledEntries installed;
 };
 
-// Never destroyed, so a layer removed by a static destructor at exit still finds it.
+// Constructed in place on first use and never destroyed, so a layer removed by a static
+// destructor at exit still finds it.
 LayerStack& stack() noexcept {
-  static LayerStack* const instance = new LayerStack();
+  alignas(LayerStack) static unsigned char storage[sizeof(LayerStack)];
+  static LayerStack* const instance = new (storage) LayerStack();
   return *instance;
 }
 

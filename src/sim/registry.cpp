@@ -1,8 +1,5 @@
 #include "sim/registry.h"
 
-#include <algorithm>
-#include <vector>
-
 namespace tovanel::uvc_stereo::sim {
 namespace {
 
@@ -12,28 +9,29 @@ std::mutex& registry_mutex() noexcept {
   return mutex;
 }
 
-// Every living rig, oldest first.
-std::vector<SimulatedRig::State*>& living_rigs() noexcept {
-  static std::vector<SimulatedRig::State*> rigs;
-  return rigs;
-}
-
-SimulatedRig::State* newest_rig() noexcept { return living_rigs().empty() ? nullptr : living_rigs().back(); }
+// The newest living rig; each links to the one alive before it.
+SimulatedRig::State* g_newest = nullptr;
 
 }  // namespace
 
-void activate_rig(SimulatedRig::State* state) {
+void activate_rig(SimulatedRig::State* state) noexcept {
   const std::lock_guard<std::mutex> guard(registry_mutex());
-  living_rigs().push_back(state);
+  state->older_rig = g_newest;
+  g_newest = state;
 }
 
 void deactivate_rig(SimulatedRig::State* state) noexcept {
   const std::lock_guard<std::mutex> guard(registry_mutex());
-  std::vector<SimulatedRig::State*>& rigs = living_rigs();
-  rigs.erase(std::remove(rigs.begin(), rigs.end(), state), rigs.end());
+  for (SimulatedRig::State** link = &g_newest; *link != nullptr; link = &(*link)->older_rig) {
+    if (*link == state) {
+      *link = state->older_rig;
+      state->older_rig = nullptr;
+      return;
+    }
+  }
 }
 
-RigAccess::RigAccess() : registry_(registry_mutex()), state_(newest_rig()) {
+RigAccess::RigAccess() : registry_(registry_mutex()), state_(g_newest) {
   if (state_ != nullptr) {
     state_lock_ = std::unique_lock<std::mutex>(state_->mutex);
   }

@@ -9,7 +9,7 @@ namespace tovanel::uvc_stereo::sim {
 // The rig that the simulated vendor backend and capture listing serve: the newest one
 // still alive, as with the platform overrides the rigs install. Its state is reached
 // only through RigAccess, so a rig cannot be torn down under a call.
-void activate_rig(SimulatedRig::State* state);
+void activate_rig(SimulatedRig::State* state) noexcept;
 // Forgets `state`; an older rig still alive becomes the active one again.
 void deactivate_rig(SimulatedRig::State* state) noexcept;
 

@@ -73,6 +73,8 @@ struct SimulatedRig::State {
   // The rig's place in the platform table while it lives: the vendor backend and the
   // capture listings. Set and cleared only by the rig's constructor and destructor.
   std::optional<vendor::PlatformOverride> installed;
+  // The rig that was alive when this one was made; the registry's link, guarded by it.
+  State* older_rig = nullptr;
 };
 
 }  // namespace tovanel::uvc_stereo::sim

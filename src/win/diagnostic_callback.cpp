@@ -1,4 +1,5 @@
 #include <mutex>
+#include <new>
 
 #include "uvc_stereo/diagnostics.h"
 #include "win/debug_output.h"
@@ -12,9 +13,11 @@ struct CallbackSlot {
   void* context = nullptr;
 };
 
-// Never destroyed, so a text written by a static destructor at exit still finds it.
+// Constructed in place on first use and never destroyed, so a text written by a static
+// destructor at exit still finds it.
 CallbackSlot& slot() noexcept {
-  static CallbackSlot* const instance = new CallbackSlot();
+  alignas(CallbackSlot) static unsigned char storage[sizeof(CallbackSlot)];
+  static CallbackSlot* const instance = new (storage) CallbackSlot();
   return *instance;
 }
 
