@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # The installable package: builds and installs the SDK into a scratch prefix, then builds a
 # small consumer against the installed files both ways (CMake's find_package and pkg-config)
-# and runs both, and runs the installed uvc-stereo tool.
+# and runs both, the same for a C consumer built by clang, and runs the installed uvc-stereo tool.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
 
-ensure_packages cmake ninja-build g++ pkg-config
+# clang builds the C consumer: a second compiler, to show the C interface does not depend on the first.
+ensure_packages cmake ninja-build g++ pkg-config clang-14
 
 work="$root/build/ci-install"
 rm -rf "$work"
@@ -38,6 +39,17 @@ g++ -std=c++17 -Wall -Wextra -Werror "$root/examples/consumer/main.cpp" -o "$wor
   $(pkg-config --cflags --libs tovanel_uvc_stereo_sdk)
 # A pkg-config build sets no run path: the loader is told where the installed library is.
 LD_LIBRARY_PATH="$libdir" "$work/consumer-pkgconfig/consumer"
+
+echo "--- C consumer built by clang, with find_package and with pkg-config"
+CC=clang-14 cmake -S "$root/examples/c_consumer" -B "$work/c-consumer-cmake" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_FLAGS="-Wall -Wextra -pedantic -Werror"
+cmake --build "$work/c-consumer-cmake"
+"$work/c-consumer-cmake/c_consumer"
+mkdir -p "$work/c-consumer-pkgconfig"
+# shellcheck disable=SC2046  # pkg-config prints several words on purpose
+clang-14 -std=c99 -Wall -Wextra -pedantic -Werror "$root/examples/c_consumer/main.c" \
+  -o "$work/c-consumer-pkgconfig/c_consumer" $(pkg-config --cflags --libs tovanel_uvc_stereo_sdk)
+LD_LIBRARY_PATH="$libdir" "$work/c-consumer-pkgconfig/c_consumer"
 
 echo "--- installed tool"
 "$prefix/bin/uvc-stereo" --simulate scan
