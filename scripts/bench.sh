@@ -24,7 +24,7 @@ ensure_packages cmake ninja-build g++ pkg-config libbenchmark-dev zlib1g-dev lib
 build=${UVC_STEREO_BENCH_BUILD:-$root/build/bench}
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DUVC_STEREO_BUILD_BENCHMARKS=ON \
   -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_TOOLS=OFF
-programs=(bench_crc bench_json bench_imu bench_scan)
+programs=(bench_crc bench_json bench_imu bench_scan bench_c_api)
 cmake --build "$build" --parallel "$(nproc)" --target uvc_stereo_compare "${programs[@]}"
 
 if [ "$quick" -eq 1 ]; then
