@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <ctime>
 #include <iterator>
 #include <optional>
@@ -90,6 +91,18 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
     return opened.exit_status;
   }
   Device& device = *opened.device;
+
+  // The record (header and minified JSON) must fit this camera's flash user space; saying
+  // so now spares the user a diff, a backup and a camera contacted for nothing.
+  const FlashConfig& flash = device.flash_config();
+  const std::uint64_t record_size = std::uint64_t{flash.min_header_size} + new_json.size();
+  if (record_size > flash.user_space_size) {
+    console.err << "uvc-stereo: InvalidLength: the configuration record would take " << record_size << " bytes ("
+                << flash.min_header_size << "-byte header and " << new_json.size() << " bytes of minified JSON), but "
+                << describe_camera(camera) << " holds at most " << flash.user_space_size
+                << " bytes in its flash user space; nothing was written\n";
+    return exit_status_for(ErrorCode::InvalidLength);
+  }
 
   // The record about to be replaced: what the backup keeps and the changes are measured from.
   std::optional<std::string> current;
