@@ -34,17 +34,32 @@ Status open_into(const DeviceInfo& info, const uvc_stereo_open_options_t* option
   return Status();
 }
 
-// The checks every accessor makes: a device and a large enough struct to fill.
-template <typename Struct>
-Status accessor_arguments(const uvc_stereo_device_t* device, const Struct* out, const char* function,
-                          const char* name, const char* type_name) {
-  return c_api::first_failure(c_api::require(device, function, "device"),
-                              c_api::require_struct(out, function, name, type_name));
+// An accessor that fills a caller's struct: a device and a large enough struct are required.
+template <typename Struct, typename Fill>
+uvc_stereo_error_t fill_struct(const uvc_stereo_device_t* device, Struct* out, const char* function, const char* name,
+                               const char* type_name, Fill&& fill) {
+  return c_api::guarded(function, [&] {
+    Status checked = c_api::first_failure(c_api::require(device, function, "device"),
+                                          c_api::require_struct(out, function, name, type_name));
+    if (checked.ok()) {
+      fill(*device, *out);
+    }
+    return checked;
+  });
 }
 
-// The checks of an accessor that answers one plain value.
-Status value_arguments(const uvc_stereo_device_t* device, const void* out, const char* function, const char* name) {
-  return c_api::first_failure(c_api::require(device, function, "device"), c_api::require(out, function, name));
+// An accessor that answers one plain value.
+template <typename Value, typename Get>
+uvc_stereo_error_t answer_value(const uvc_stereo_device_t* device, Value* out, const char* function, const char* name,
+                                Get&& get) {
+  return c_api::guarded(function, [&] {
+    Status checked =
+        c_api::first_failure(c_api::require(device, function, "device"), c_api::require(out, function, name));
+    if (checked.ok()) {
+      *out = get(device->device);
+    }
+    return checked;
+  });
 }
 
 }  // namespace
@@ -84,92 +99,57 @@ void UVC_STEREO_CALL uvc_stereo_device_close(uvc_stereo_device_t* device) { dele
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_info(const uvc_stereo_device_t* device,
                                                         uvc_stereo_device_info_t* info) {
-  constexpr const char* kFunction = "uvc_stereo_device_info";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = accessor_arguments(device, info, kFunction, "info", "uvc_stereo_device_info_t");
-    if (checked.ok()) {
-      c_api::to_c(device->device.info(), *info);
-    }
-    return checked;
-  });
+  return fill_struct(device, info, "uvc_stereo_device_info", "info", "uvc_stereo_device_info_t",
+                     [](const uvc_stereo_device_t& held, uvc_stereo_device_info_t& out) {
+                       c_api::to_c(held.device.info(), out);
+                     });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_capability_info(const uvc_stereo_device_t* device,
                                                                    uvc_stereo_capability_info_t* info) {
-  constexpr const char* kFunction = "uvc_stereo_device_capability_info";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = accessor_arguments(device, info, kFunction, "info", "uvc_stereo_capability_info_t");
-    if (checked.ok()) {
-      const DeviceCapabilityInfo& capability = device->device.capability_info();
-      info->source = static_cast<std::int32_t>(capability.source);
-      info->report = device->has_report ? &device->report : nullptr;
-      info->message = capability.message.c_str();
-    }
-    return checked;
-  });
+  return fill_struct(device, info, "uvc_stereo_device_capability_info", "info", "uvc_stereo_capability_info_t",
+                     [](const uvc_stereo_device_t& held, uvc_stereo_capability_info_t& out) {
+                       const DeviceCapabilityInfo& capability = held.device.capability_info();
+                       out.source = static_cast<std::int32_t>(capability.source);
+                       out.report = held.has_report ? &held.report : nullptr;
+                       out.message = capability.message.c_str();
+                     });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_flash_config(const uvc_stereo_device_t* device,
                                                                 uvc_stereo_flash_config_t* config) {
-  constexpr const char* kFunction = "uvc_stereo_device_flash_config";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = accessor_arguments(device, config, kFunction, "config", "uvc_stereo_flash_config_t");
-    if (checked.ok()) {
-      c_api::to_c(device->device.flash_config(), *config);
-    }
-    return checked;
-  });
+  return fill_struct(device, config, "uvc_stereo_device_flash_config", "config", "uvc_stereo_flash_config_t",
+                     [](const uvc_stereo_device_t& held, uvc_stereo_flash_config_t& out) {
+                       c_api::to_c(held.device.flash_config(), out);
+                     });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_transport(const uvc_stereo_device_t* device,
                                                                  uvc_stereo_imu_transport_t* transport) {
-  constexpr const char* kFunction = "uvc_stereo_device_imu_transport";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        accessor_arguments(device, transport, kFunction, "transport", "uvc_stereo_imu_transport_t");
-    if (checked.ok()) {
-      const detail::ImuTransportConfig config = device->device.imu_transport();
-      transport->xu_unit = config.xu_unit;
-      transport->xu_selector = config.xu_selector;
-      transport->xu_length = config.xu_length;
-    }
-    return checked;
-  });
+  return fill_struct(device, transport, "uvc_stereo_device_imu_transport", "transport", "uvc_stereo_imu_transport_t",
+                     [](const uvc_stereo_device_t& held, uvc_stereo_imu_transport_t& out) {
+                       const detail::ImuTransportConfig config = held.device.imu_transport();
+                       out.xu_unit = config.xu_unit;
+                       out.xu_selector = config.xu_selector;
+                       out.xu_length = config.xu_length;
+                     });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_transport_flags(const uvc_stereo_device_t* device,
                                                                    std::uint32_t* flags) {
-  constexpr const char* kFunction = "uvc_stereo_device_transport_flags";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = value_arguments(device, flags, kFunction, "flags");
-    if (checked.ok()) {
-      *flags = device->device.transport_flags();
-    }
-    return checked;
-  });
+  return answer_value(device, flags, "uvc_stereo_device_transport_flags", "flags",
+                      [](const Device& held) { return held.transport_flags(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_has_flash_transport(const uvc_stereo_device_t* device,
                                                                        bool* has) {
-  constexpr const char* kFunction = "uvc_stereo_device_has_flash_transport";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = value_arguments(device, has, kFunction, "has");
-    if (checked.ok()) {
-      *has = device->device.has_flash_transport();
-    }
-    return checked;
-  });
+  return answer_value(device, has, "uvc_stereo_device_has_flash_transport", "has",
+                      [](const Device& held) { return held.has_flash_transport(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_has_imu_transport(const uvc_stereo_device_t* device, bool* has) {
-  constexpr const char* kFunction = "uvc_stereo_device_has_imu_transport";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = value_arguments(device, has, kFunction, "has");
-    if (checked.ok()) {
-      *has = device->device.has_imu_transport();
-    }
-    return checked;
-  });
+  return answer_value(device, has, "uvc_stereo_device_has_imu_transport", "has",
+                      [](const Device& held) { return held.has_imu_transport(); });
 }
 
 }  // extern "C"

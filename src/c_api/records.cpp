@@ -10,17 +10,39 @@
 namespace tovanel::uvc_stereo::c_api {
 namespace {
 
+// The C structs name their fields as the C++ records do, so one copy serves both directions.
+template <typename From, typename To>
+void copy_scales(const From& from, To& to) noexcept {
+  to.temperature_offset_c = from.temperature_offset_c;
+  to.temperature_lsb_per_c = from.temperature_lsb_per_c;
+  to.accel_lsb_per_g = from.accel_lsb_per_g;
+  to.gyro_lsb_per_dps = from.gyro_lsb_per_dps;
+}
+
+template <typename From, typename To>
+void copy_imu_block(const From& from, To& to) noexcept {
+  to.xu_unit = from.xu_unit;
+  to.xu_selector = from.xu_selector;
+  to.xu_length = from.xu_length;
+  to.decimal_exponent = from.decimal_exponent;
+  copy_scales(from, to);
+}
+
+template <typename From, typename To>
+void copy_raw_sample(const From& from, To& to) noexcept {
+  to.sample_counter = from.sample_counter;
+  to.host_timestamp_ns = from.host_timestamp_ns;
+  to.temperature_raw = from.temperature_raw;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    to.accel_raw[axis] = from.accel_raw[axis];
+    to.gyro_raw[axis] = from.gyro_raw[axis];
+  }
+}
+
 void to_c(const ReportedImuInfo& imu, uvc_stereo_reported_imu_t& out) noexcept {
   std::memset(out.model, 0, sizeof(out.model));
   imu.model.copy(out.model, std::min(imu.model.size(), sizeof(out.model) - 1));
-  out.xu_unit = imu.xu_unit;
-  out.xu_selector = imu.xu_selector;
-  out.xu_length = imu.xu_length;
-  out.decimal_exponent = imu.decimal_exponent;
-  out.temperature_offset_c = imu.temperature_offset_c;
-  out.temperature_lsb_per_c = imu.temperature_lsb_per_c;
-  out.accel_lsb_per_g = imu.accel_lsb_per_g;
-  out.gyro_lsb_per_dps = imu.gyro_lsb_per_dps;
+  copy_imu_block(imu, out);
 }
 
 ReportedImuInfo from_c(const uvc_stereo_reported_imu_t& imu) {
@@ -28,14 +50,7 @@ ReportedImuInfo from_c(const uvc_stereo_reported_imu_t& imu) {
   // The model need not be NUL-terminated when it fills the whole field.
   const auto* end = std::find(std::begin(imu.model), std::end(imu.model), '\0');
   out.model.assign(std::begin(imu.model), end);
-  out.xu_unit = imu.xu_unit;
-  out.xu_selector = imu.xu_selector;
-  out.xu_length = imu.xu_length;
-  out.decimal_exponent = imu.decimal_exponent;
-  out.temperature_offset_c = imu.temperature_offset_c;
-  out.temperature_lsb_per_c = imu.temperature_lsb_per_c;
-  out.accel_lsb_per_g = imu.accel_lsb_per_g;
-  out.gyro_lsb_per_dps = imu.gyro_lsb_per_dps;
+  copy_imu_block(imu, out);
   return out;
 }
 
@@ -130,40 +145,20 @@ void to_c(const FlashConfig& config, uvc_stereo_flash_config_t& out) noexcept {
 }
 
 void to_c(const ImuConversionOptions& options, uvc_stereo_imu_conversion_options_t& out) noexcept {
-  out.temperature_offset_c = options.temperature_offset_c;
-  out.temperature_lsb_per_c = options.temperature_lsb_per_c;
-  out.accel_lsb_per_g = options.accel_lsb_per_g;
-  out.gyro_lsb_per_dps = options.gyro_lsb_per_dps;
+  copy_scales(options, out);
 }
 
 ImuConversionOptions from_c(const uvc_stereo_imu_conversion_options_t& options) noexcept {
   ImuConversionOptions out;
-  out.temperature_offset_c = options.temperature_offset_c;
-  out.temperature_lsb_per_c = options.temperature_lsb_per_c;
-  out.accel_lsb_per_g = options.accel_lsb_per_g;
-  out.gyro_lsb_per_dps = options.gyro_lsb_per_dps;
+  copy_scales(options, out);
   return out;
 }
 
-void to_c(const ReadImuResult& sample, uvc_stereo_imu_sample_t& out) noexcept {
-  out.sample_counter = sample.sample_counter;
-  out.host_timestamp_ns = sample.host_timestamp_ns;
-  out.temperature_raw = sample.temperature_raw;
-  for (std::size_t axis = 0; axis < 3; ++axis) {
-    out.accel_raw[axis] = sample.accel_raw[axis];
-    out.gyro_raw[axis] = sample.gyro_raw[axis];
-  }
-}
+void to_c(const ReadImuResult& sample, uvc_stereo_imu_sample_t& out) noexcept { copy_raw_sample(sample, out); }
 
 ReadImuResult from_c(const uvc_stereo_imu_sample_t& sample) noexcept {
   ReadImuResult out;
-  out.sample_counter = sample.sample_counter;
-  out.host_timestamp_ns = sample.host_timestamp_ns;
-  out.temperature_raw = sample.temperature_raw;
-  for (std::size_t axis = 0; axis < 3; ++axis) {
-    out.accel_raw[axis] = sample.accel_raw[axis];
-    out.gyro_raw[axis] = sample.gyro_raw[axis];
-  }
+  copy_raw_sample(sample, out);
   return out;
 }
 
