@@ -26,8 +26,9 @@ CommandSyntax config_set_syntax() {
       "its exact position before the camera is touched.";
   syntax.options = camera_selection_options();
   syntax.options.push_back({"backup", "FILE",
-                          "save the replaced configuration to FILE (default:\n"
-                          "uvc-stereo-backup-<serial>-<UTC time>.json in the current directory)"});
+                          "save the replaced configuration to FILE, which must not exist yet, or to\n"
+                          "standard output for - (default: a new uvc-stereo-backup-<serial>-<UTC time>.json\n"
+                          "in the current directory)"});
   syntax.options.push_back({"no-backup", "", "do not save the replaced configuration"});
   syntax.options.push_back({"dry-run", "", "show what would change and write nothing"});
   syntax.min_positionals = 1;
@@ -55,6 +56,15 @@ std::string json_failure_context(const Status& status, const Input& input) {
   return context + input.name + "; nothing was written";
 }
 
+// A command that restores the backup when pasted into a shell: the selector names this very
+// camera, and a file name that looks like an option comes after "--".
+std::string undo_command(const std::string& backup_path, const SelectedCamera& camera) {
+  if (backup_path.rfind('-', 0) == 0) {
+    return "uvc-stereo config set " + reselect_options(camera) + " -- " + quoted_for_shell(backup_path);
+  }
+  return "uvc-stereo config set " + quoted_for_shell(backup_path) + " " + reselect_options(camera);
+}
+
 int config_set_body(const ParsedArguments& arguments, Console& console) {
   if (arguments.has("backup") && arguments.has("no-backup")) {
     return report_usage_error("config set", "--backup and --no-backup exclude each other", console);
@@ -78,6 +88,15 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   Result<std::string> minified = minify_and_validate_json(input.text);
   if (!minified.ok()) {
     return report_sdk_error(minified.status(), json_failure_context(minified.status(), input), console);
+  }
+  // A backup never replaces a file; a name already taken is refused before the camera is
+  // contacted, by the dry run as well.
+  const std::optional<std::string> backup_option = keep_backup ? arguments.value("backup") : std::nullopt;
+  const bool backup_to_output = backup_option && *backup_option == "-";
+  if (backup_option && !backup_to_output && file_exists(*backup_option)) {
+    return report_file_error("will not replace '" + *backup_option +
+                                 "': the file already exists (a backup never replaces a file); nothing was written",
+                             console);
   }
   const std::string& new_json = minified.value();
 
@@ -121,9 +140,12 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
                 << read.status().message() << "); changes are shown against an empty configuration\n";
   }
 
+  // With the backup on standard output, the changes go to standard error so that what is
+  // saved is the configuration alone.
+  std::ostream& changes = backup_to_output ? console.err : console.out;
   const JsonDiff diff = diff_json(current.value_or(""), new_json);
   for (const std::string& line : diff.lines) {
-    console.out << line << "\n";
+    changes << line << "\n";
   }
   // The changes come before the verdict on standard error, also when both go to one log;
   // a user who cannot see them has not seen what is about to be written.
@@ -142,27 +164,40 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
 
   std::string backup_path;
   if (current && keep_backup) {
-    backup_path = arguments.value("backup").value_or(unused_backup_file_name(camera_label(camera), std::time(nullptr)));
+    const std::string backup = *current + "\n";
     std::string error;
-    if (!write_file(backup_path, *current + "\n", error)) {
-      return report_file_error(error + "; nothing was written to the camera", console);
+    if (backup_to_output) {
+      console.out << backup;
+      if (!output_intact(console)) {
+        return report_output_failure("the backup could not be saved; nothing was written to the camera", console);
+      }
+      backup_path = "-";
+      console.err << "saved the configuration being replaced to standard output\n";
+    } else {
+      backup_path = backup_option ? *backup_option
+                                  : create_backup_file(camera_label(camera), std::time(nullptr), backup, error);
+      if (backup_path.empty() || (backup_option && !create_new_file(backup_path, backup, error))) {
+        return report_file_error(error + "; nothing was written to the camera", console);
+      }
+      console.err << "saved the configuration being replaced to " << backup_path << "\n";
     }
-    console.err << "saved the configuration being replaced to " << backup_path << "\n";
   }
 
   const Status written = device.write_json(input.text);
   if (!written.ok()) {
     std::string context = "writing the configuration of " + describe_camera(camera);
     if (!backup_path.empty()) {
-      context += "; the previous configuration is in " + backup_path;
+      context += "; the previous configuration is in " + (backup_to_output ? "the saved standard output" : backup_path);
     }
     return report_sdk_error(written, context, console);
   }
   console.err << "wrote and verified the configuration of " << describe_camera(camera) << " (" << new_json.size()
               << " bytes): " << diff.summary() << "\n";
-  if (!backup_path.empty()) {
-    console.err << "undo with: uvc-stereo config set " << quoted_for_shell(backup_path) << " "
-                << reselect_options(camera) << "\n";
+  if (backup_to_output) {
+    console.err << "undo by giving the saved standard output to: uvc-stereo config set " << reselect_options(camera)
+                << " -\n";
+  } else if (!backup_path.empty()) {
+    console.err << "undo with: " << undo_command(backup_path, camera) << "\n";
   }
   return kExitOk;
 }

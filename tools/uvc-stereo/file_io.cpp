@@ -5,6 +5,16 @@
 #include <cstring>
 #include <memory>
 
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
+#else
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 namespace tovanel::uvc_stereo::cli {
 namespace {
 
@@ -64,6 +74,59 @@ bool write_file(const std::string& path, std::string_view content, std::string& 
     return false;
   }
   return true;
+}
+
+bool create_new_file(const std::string& path, std::string_view content, std::string& error) {
+  errno = 0;
+#if defined(_WIN32)
+  const int descriptor = _open(path.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
+#else
+  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+#endif
+  if (descriptor < 0) {
+    error = errno == EEXIST ? "will not replace '" + path + "': the file already exists"
+                            : system_error("create", path, errno);
+    return false;
+  }
+#if defined(_WIN32)
+  File file(_fdopen(descriptor, "wb"));
+#else
+  File file(::fdopen(descriptor, "wb"));
+#endif
+  if (!file) {
+    error = system_error("create", path, errno);
+#if defined(_WIN32)
+    _close(descriptor);
+#else
+    ::close(descriptor);
+#endif
+    return false;
+  }
+  const bool written = std::fwrite(content.data(), 1, content.size(), file.get()) == content.size();
+  const bool closed = std::fclose(file.release()) == 0;
+  if (!written || !closed) {
+    error = system_error("write", path, errno != 0 ? errno : EIO);
+    // A backup cut short is worse than none: it would restore a broken configuration.
+    std::remove(path.c_str());
+    return false;
+  }
+  return true;
+}
+
+std::string create_backup_file(std::string_view label, std::time_t when, std::string_view content,
+                               std::string& error) {
+  const std::string base = backup_file_name(label, when);
+  const std::string stem = base.substr(0, base.size() - 5);
+  std::string name = base;
+  for (int attempt = 2;; ++attempt) {
+    if (create_new_file(name, content, error)) {
+      return name;
+    }
+    if (!file_exists(name)) {
+      return {};
+    }
+    name = stem + "-" + std::to_string(attempt) + ".json";
+  }
 }
 
 bool file_exists(const std::string& path) {

@@ -12,6 +12,16 @@ namespace tovanel::uvc_stereo::cli {
 // Creates or replaces a file with `content`; on failure `error` says why.
 [[nodiscard]] bool write_file(const std::string& path, std::string_view content, std::string& error);
 
+// Creates `path` with `content` only if no file of that name exists yet, so that nothing a
+// user holds is ever replaced; on failure `error` says why ("... already exists").
+[[nodiscard]] bool create_new_file(const std::string& path, std::string_view content, std::string& error);
+
+// Creates the backup `content` under unused_backup_file_name's scheme, taking the next free
+// name even when another run creates the same name at the same moment; returns the name
+// used, or an empty string with `error` set.
+[[nodiscard]] std::string create_backup_file(std::string_view label, std::time_t when, std::string_view content,
+                                             std::string& error);
+
 [[nodiscard]] bool file_exists(const std::string& path);
 
 // "uvc-stereo-backup-<label>-<YYYYMMDDTHHMMSSZ>.json": the label is kept to letters, digits,
