@@ -32,6 +32,18 @@ class SimulatedRigAnsweringFault : public ::testing::Test {
     EXPECT_EQ(rig_.open_sessions(), 0);
   }
 
+  // The count a failing enumeration writes under `fault`, in an open session.
+  std::int32_t count_under(const VendorFault& fault) {
+    const LockedSession session;
+    EXPECT_TRUE(session.opened());
+    rig_.add_fault(fault);
+    std::vector<SonixLib::scDevice_t> records(8);
+    std::int32_t count = 0;
+    EXPECT_FALSE(SonixCam_EnumCameras(&count, records.data(), 8));
+    EXPECT_EQ(reported_vendor_code(), fault.vendor_code) << "the fault's code, not ecNotFindDevice";
+    return count;
+  }
+
   SimulatedRig rig_;
 };
 
@@ -57,33 +69,18 @@ TEST_F(SimulatedRigAnsweringFault, FailingEnumerationStillReportsTheCamerasItSee
 
 TEST_F(SimulatedRigAnsweringFault, FailingEnumerationReportsTheCountItIsGiven) {
   rig_.add_camera(supported_camera("A1"));
-  const LockedSession session;
-  ASSERT_TRUE(session.opened());
   VendorFault fault = answering_fault("SonixCam_EnumCameras", SonixLib::ecEnumDeviceFail);
   fault.reported_count = 5;
-  rig_.add_fault(fault);
 
-  std::vector<SonixLib::scDevice_t> records(8);
-  std::int32_t count = 0;
-  EXPECT_FALSE(SonixCam_EnumCameras(&count, records.data(), 8));
-
-  EXPECT_EQ(count, 5);
+  EXPECT_EQ(count_under(fault), 5);
 }
 
 TEST_F(SimulatedRigAnsweringFault, ReportedCountAppliesEvenWithNoCameraToSee) {
   rig_.set_init_fails_without_cameras(false);
-  const LockedSession session;
-  ASSERT_TRUE(session.opened());
   VendorFault fault = answering_fault("SonixCam_EnumCameras", SonixLib::ecEnumDeviceFail);
   fault.reported_count = 3;
-  rig_.add_fault(fault);
 
-  std::vector<SonixLib::scDevice_t> records(8);
-  std::int32_t count = 0;
-  EXPECT_FALSE(SonixCam_EnumCameras(&count, records.data(), 8));
-
-  EXPECT_EQ(count, 3);
-  EXPECT_EQ(reported_vendor_code(), SonixLib::ecEnumDeviceFail) << "the fault's code, not ecNotFindDevice";
+  EXPECT_EQ(count_under(fault), 3);
 }
 
 TEST_F(SimulatedRigAnsweringFault, FailingExtensionUnitReadStillFillsTheBuffer) {
