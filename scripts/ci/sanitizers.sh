@@ -18,7 +18,8 @@ jobs=$(nproc)
 configure() {
   local dir=$1 flags=$2
   cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE= \
-    -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="$flags" -DCMAKE_SHARED_LINKER_FLAGS="$flags"
+    -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="$flags" \
+    -DCMAKE_SHARED_LINKER_FLAGS="$flags"
 }
 
 echo "--- AddressSanitizer + UndefinedBehaviorSanitizer: every test program"
