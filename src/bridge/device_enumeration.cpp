@@ -142,7 +142,7 @@ void add_backend_indices(std::vector<EnumeratedDevice>& devices) {
     infos.push_back(&device.info);
   }
   // A backend that cannot list its devices only costs its indices, not the scan.
-  for (const OpenCvBackend backend : {OpenCvBackend::Msmf, OpenCvBackend::Dshow}) {
+  for (const OpenCvBackend backend : {OpenCvBackend::Msmf, OpenCvBackend::Dshow, OpenCvBackend::V4l2}) {
     const Result<std::vector<WinOpenCvCameraCandidate>> candidates = list_capture_candidates(backend);
     if (candidates.ok()) {
       match_backend_candidates(infos, candidates.value());

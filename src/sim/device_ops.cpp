@@ -6,6 +6,7 @@
 
 #include "sim/backend_ops.h"
 #include "sim/call_scope.h"
+#include "sim/extension_unit.h"
 
 namespace tovanel::uvc_stereo::sim {
 namespace {
@@ -13,9 +14,6 @@ namespace {
 // The extension unit of the camera's bridge chip; any other GUID names a unit it lacks.
 constexpr std::uint8_t kExtensionUnitGuid[16] = {0x94, 0x73, 0xDF, 0xDD, 0x3E, 0x97, 0x27, 0x47,
                                                  0xBE, 0xD9, 0x04, 0xED, 0x64, 0x26, 0xDC, 0x67};
-constexpr std::uint8_t kCapabilitySelector = 11;
-constexpr std::uint8_t kCapabilityUnit = 4;
-constexpr std::uint8_t kCapabilityLength = 64;
 
 constexpr std::uint8_t kDescriptorVidPid = 0;
 constexpr std::uint32_t kVidPidLength = 4;
@@ -107,21 +105,7 @@ bool sim_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_
   if (buffer == nullptr) {
     return call.fail(SonixLib::ecGetKsControlFail);
   }
-  const SimulatedCamera& config = camera->config;
-  if (selector == kCapabilitySelector && unit_id == kCapabilityUnit && length == kCapabilityLength) {
-    std::memcpy(buffer, config.capability_report.data(), kCapabilityLength);
-    return call.succeed();
-  }
-  if (selector == config.imu_selector && unit_id == config.imu_unit && length >= config.imu_length) {
-    std::memset(buffer, 0, length);
-    if (!camera->imu_status.empty()) {
-      // A status reply carries only its status byte; the IMU took no sample.
-      buffer[0] = camera->imu_status.front();
-      camera->imu_status.pop_front();
-    } else {
-      const ImuPayload sample = camera->imu.next_sample();
-      std::memcpy(buffer, sample.data(), std::min<std::size_t>(sample.size(), length));
-    }
+  if (read_extension_unit(*camera, selector, unit_id, buffer, length)) {
     return call.succeed();
   }
   return call.fail(SonixLib::ecGetKsControlFail);

@@ -6,6 +6,9 @@ namespace tovanel::uvc_stereo::win_detail {
 namespace {
 
 Result<std::vector<WinOpenCvCameraCandidate>> list_platform(OpenCvBackend backend) {
+  if (backend == OpenCvBackend::V4l2) {
+    return enumerate_v4l2_backend_candidates();
+  }
   return backend == OpenCvBackend::Dshow ? enumerate_dshow_backend_candidates() : enumerate_msmf_backend_candidates();
 }
 

@@ -201,4 +201,9 @@ Result<std::vector<WinOpenCvCameraCandidate>> enumerate_msmf_backend_candidates(
   }
 }
 
+// V4L2 is Linux's capture interface; Windows lists no device through it.
+Result<std::vector<WinOpenCvCameraCandidate>> enumerate_v4l2_backend_candidates() {
+  return std::vector<WinOpenCvCameraCandidate>{};
+}
+
 }  // namespace tovanel::uvc_stereo::win_detail

@@ -44,12 +44,18 @@ bool fail(scErrorCode_t code) noexcept {
   return false;
 }
 
-// The vendor code for a system error.
-scErrorCode_t vendor_code_of(int error) noexcept {
+enum class Access : std::uint8_t { Opening, Control };
+
+// The vendor code for a system error. A node that has vanished cannot be opened (ENOENT);
+// an open node of an unplugged camera answers ENODEV, while ENOENT from a control request
+// means the camera lacks that unit or control.
+scErrorCode_t vendor_code_of(int error, Access access) noexcept {
+  if (error == ENOENT) {
+    return access == Access::Opening ? SonixLib::ecDeviceDisconnect : SonixLib::ecGetKsControlFail;
+  }
   switch (error) {
     case ENODEV:
     case ENXIO:
-    case ENOENT:
     case ESHUTDOWN:
       return SonixLib::ecDeviceDisconnect;
     case ETIMEDOUT:
@@ -123,7 +129,7 @@ const LinuxVideoNode* capture_node_of(const LinuxUvcCamera& camera) {
     const int error = found->second.open_error();
     report_linux_problem("Linux UVC: cannot open " + camera.capture_node + ": " + system_error_text(error));
     state.nodes.erase(found);
-    fail(vendor_code_of(error));
+    fail(vendor_code_of(error, Access::Opening));
     return nullptr;
   }
   return &found->second;
@@ -307,10 +313,12 @@ bool linux_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint
     report_linux_problem(detail::format_fixed<256>(
         "Linux UVC: reading control %u of extension unit %u on %s failed: %s", static_cast<unsigned>(selector),
         static_cast<unsigned>(unit_id), camera->capture_node.c_str(), system_error_text(error).c_str()));
-    if (vendor_code_of(error) == SonixLib::ecDeviceDisconnect) {
+    const scErrorCode_t code = vendor_code_of(error, Access::Control);
+    // A later read, after the camera is back, opens the node afresh.
+    if (code == SonixLib::ecDeviceDisconnect) {
       session().nodes.erase(camera->capture_node);
     }
-    return fail(vendor_code_of(error));
+    return fail(code);
   });
 }
 

@@ -160,9 +160,6 @@ bool linux_usb_device_present(const std::string& device_path) {
   return fs::exists(fs::path(device_path) / "descriptors", error);
 }
 
-void report_linux_problem(const std::string& text) noexcept {
-  win_detail::output_debug_string(text.c_str());
-  win_detail::output_debug_string("\n");
-}
+void report_linux_problem(const std::string& text) noexcept { win_detail::output_debug_line(text); }
 
 }  // namespace tovanel::uvc_stereo::vendor

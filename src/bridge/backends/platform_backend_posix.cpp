@@ -1,8 +1,10 @@
+#include "bridge/backends/linux_backend.h"
 #include "bridge/vendor_backend.h"
 
 namespace tovanel::uvc_stereo::vendor {
 
-// The camera vendor ships its library for Windows only.
-const VendorBackend& platform_vendor_backend() noexcept { return unavailable_vendor_backend(); }
+// The camera vendor ships its library for Windows only; on Linux the kernel's UVC driver
+// serves everything but the serial flash.
+const VendorBackend& platform_vendor_backend() noexcept { return linux_vendor_backend(); }
 
 }  // namespace tovanel::uvc_stereo::vendor

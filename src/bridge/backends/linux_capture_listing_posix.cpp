@@ -1,0 +1,29 @@
+// The V4L2 capture listing: each UVC camera's capture node, numbered as OpenCV's V4L2 backend numbers it.
+#include <exception>
+
+#include "bridge/backends/linux_sysfs.h"
+#include "bridge/linux_kernel.h"
+#include "win/capture_listing.h"
+
+namespace tovanel::uvc_stereo::win_detail {
+
+Result<std::vector<WinOpenCvCameraCandidate>> enumerate_v4l2_backend_candidates() {
+  try {
+    const vendor::LinuxUvcListing listing = vendor::list_linux_uvc_cameras(vendor::active_linux_kernel());
+    std::vector<WinOpenCvCameraCandidate> candidates;
+    candidates.reserve(listing.cameras.size());
+    // The path is the USB device's, the same the vendor operations give the camera, so the
+    // scan matches the two through the device itself rather than by name.
+    for (const vendor::LinuxUvcCamera& camera : listing.cameras) {
+      candidates.push_back(
+          make_backend_candidate(OpenCvBackend::V4l2, camera.capture_index, camera.node_name, camera.device_path));
+    }
+    return candidates;
+  } catch (const std::exception& failure) {
+    return Status(ErrorCode::InternalError, failure.what());
+  } catch (...) {
+    return Status(ErrorCode::InternalError, "unknown exception during V4L2 backend enumeration");
+  }
+}
+
+}  // namespace tovanel::uvc_stereo::win_detail

@@ -1,0 +1,206 @@
+#include "linux/linux_fixture.h"
+
+#include <utility>
+
+
+namespace tovanel::uvc_stereo::linux_testing {
+namespace {
+
+struct Audit {
+  std::mutex mutex;
+  std::vector<AuditedCall> calls;
+  int open_sessions = 0;
+};
+
+Audit& audit() {
+  static Audit instance;
+  return instance;
+}
+
+// Records one call around the Linux backend's own answer.
+template <typename Call>
+bool audited(const char* name, Call call) {
+  AuditedCall record;
+  record.name = name;
+  record.lock_held = vendor::process_lock_held_by_this_thread();
+  {
+    const std::lock_guard<std::mutex> guard(audit().mutex);
+    record.open_sessions = audit().open_sessions;
+  }
+  record.succeeded = call();
+  const std::lock_guard<std::mutex> guard(audit().mutex);
+  if (record.succeeded && record.name == "SonixCam_Init") {
+    ++audit().open_sessions;
+  }
+  if (record.succeeded && record.name == "SonixCam_UnInit") {
+    --audit().open_sessions;
+  }
+  audit().calls.push_back(std::move(record));
+  return audit().calls.back().succeeded;
+}
+
+const vendor::VendorBackend& linux_ops() { return vendor::linux_vendor_backend(); }
+
+bool a_init() {
+  return audited("SonixCam_Init", [] { return linux_ops().init(); });
+}
+bool a_uninit() {
+  return audited("SonixCam_UnInit", [] { return linux_ops().uninit(); });
+}
+bool a_enum(std::int32_t* count, SonixLib::scDevice_t* devices, std::int32_t max) {
+  return audited("SonixCam_EnumCameras", [&] { return linux_ops().enum_cameras(count, devices, max); });
+}
+bool a_error(SonixLib::scDevice_t* device, SonixLib::scErrorCode_t* code) {
+  return audited("SonixCam_GetErrorCode", [&] { return linux_ops().get_error_code(device, code); });
+}
+bool a_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, std::uint8_t* buffer, std::uint32_t length,
+                  std::int32_t a, std::int32_t b) {
+  return audited("SonixCam_GetDevDescriptor",
+                 [&] { return linux_ops().get_dev_descriptor(device, type, buffer, length, a, b); });
+}
+bool a_node(SonixLib::scDevice_t* device, std::uint8_t node, const std::uint8_t guid[16]) {
+  return audited("SonixCam_SetNodeID", [&] { return linux_ops().set_node_id(device, node, guid); });
+}
+bool a_xu(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
+          std::uint8_t unit) {
+  return audited("SonixCam_XuRead", [&] { return linux_ops().xu_read(device, buffer, length, selector, unit); });
+}
+bool a_version(SonixLib::scDevice_t* device, char* buffer, std::uint32_t length, std::int32_t flags) {
+  return audited("SonixCam_GetVersion", [&] { return linux_ops().get_version(device, buffer, length, flags); });
+}
+bool a_flash_type(SonixLib::scDevice_t* device, SonixLib::SERIAL_FLASH_TYPE* type) {
+  return audited("SonixCam_GetSerialFlashType", [&] { return linux_ops().get_serial_flash_type(device, type); });
+}
+bool a_read(SonixLib::scDevice_t* device, std::uint32_t address, std::uint8_t* buffer, std::uint32_t length) {
+  return audited("SonixCam_CstmReadFromSF", [&] { return linux_ops().read_flash(device, address, buffer, length); });
+}
+bool a_write(SonixLib::scDevice_t* device, std::uint32_t address, const std::uint8_t* buffer, std::uint32_t length) {
+  return audited("SonixCam_WriteToSF", [&] { return linux_ops().write_flash(device, address, buffer, length); });
+}
+bool a_erase(SonixLib::scDevice_t* device, std::uint32_t address, std::uint8_t command) {
+  return audited("SonixCam_SectorEraseSF", [&] { return linux_ops().sector_erase(device, address, command); });
+}
+bool a_protect(SonixLib::scDevice_t* device, std::uint8_t a, std::uint8_t b) {
+  return audited("SonixCam_SetWriteProtectedSF", [&] { return linux_ops().set_write_protected(device, a, b); });
+}
+bool a_status(SonixLib::scDevice_t* device, std::uint8_t a, std::uint8_t b, std::uint8_t c, std::uint8_t d,
+              std::uint8_t e, std::uint8_t f) {
+  return audited("SonixCam_SetStatusRegBitWP",
+                 [&] { return linux_ops().set_status_reg_bit_wp(device, a, b, c, d, e, f); });
+}
+
+constexpr vendor::VendorBackend kAudited = {
+    "Linux UVC (audited)", a_init,  a_uninit, a_enum,  a_error,   a_descriptor, a_node, a_xu,
+    a_version,             a_flash_type, a_read, a_write, a_erase, a_protect, a_status,
+};
+
+}  // namespace
+
+const vendor::VendorBackend& audited_linux_backend() noexcept { return kAudited; }
+
+std::vector<AuditedCall> audited_calls() {
+  const std::lock_guard<std::mutex> guard(audit().mutex);
+  return audit().calls;
+}
+
+void clear_audited_calls() {
+  const std::lock_guard<std::mutex> guard(audit().mutex);
+  audit().calls.clear();
+}
+
+std::vector<std::string> audit_violations() {
+  std::vector<std::string> violations;
+  int balance = 0;
+  for (const AuditedCall& call : audited_calls()) {
+    if (!call.lock_held) {
+      violations.push_back(call.name + " called without the vendor lock held");
+    }
+    if (call.open_sessions == 0 && call.name != "SonixCam_Init" && call.name != "SonixCam_GetErrorCode") {
+      violations.push_back(call.name + " called with no open session");
+    }
+    balance += call.succeeded && call.name == "SonixCam_Init" ? 1 : 0;
+    balance -= call.succeeded && call.name == "SonixCam_UnInit" ? 1 : 0;
+  }
+  if (balance != 0) {
+    violations.push_back("sessions left open: " + std::to_string(balance));
+  }
+  return violations;
+}
+
+FakeUvcCamera supported_camera(const std::string& serial, const std::string& bus_name, int capture_node) {
+  FakeUvcCamera camera;
+  camera.model.vendor_id = 0x0C45;
+  camera.model.product_id = 0x6366;
+  camera.model.product_string = "Tovanel Stereo " + serial;
+  camera.model.descriptor_3 = "Tovanel";
+  camera.model.serial_number = serial;
+  camera.bus_name = bus_name;
+  camera.capture_node = capture_node;
+  camera.metadata_node = capture_node + 1;
+  CapabilityReport report;
+  report.capability_bits = kCapabilityFlashUserSpace | kCapabilityImu;
+  report.flash_user_space = FlashUserSpace{0x51000, 0x10000};
+  ReportedImuInfo imu;
+  imu.model = "BMI088";
+  imu.xu_unit = 4;
+  imu.xu_selector = 10;
+  imu.xu_length = 17;
+  imu.decimal_exponent = 1;
+  report.imu = imu;
+  camera.model.capability = report;
+  return camera;
+}
+
+namespace {
+
+// The camera's pauses are observed, not spent.
+void no_pause(std::chrono::milliseconds, void*) {}
+constexpr detail::PauseHook kNoPause = {no_pause, nullptr};
+
+}  // namespace
+
+void LinuxBackendTest::SetUp() {
+  clear_audited_calls();
+  detail::PlatformTable replacements;
+  replacements.pause = &kNoPause;
+  replacements.vendor_backend = &audited_linux_backend();
+  replacements.linux_kernel = &kernel_.table();
+  override_.emplace(replacements);
+  set_diagnostic_callback(collect, this);
+}
+
+void LinuxBackendTest::TearDown() {
+  set_diagnostic_callback(nullptr, nullptr);
+  override_.reset();
+  EXPECT_EQ(audit_violations(), std::vector<std::string>{});
+  for (const KernelAccess& access : kernel_.accesses()) {
+    EXPECT_TRUE(access.lock_held) << access.what << " without the vendor lock";
+  }
+  EXPECT_EQ(kernel_.open_descriptors(), 0) << "a device node was left open";
+}
+
+std::vector<std::string> LinuxBackendTest::diagnostics() const {
+  const std::lock_guard<std::mutex> guard(diagnostics_mutex_);
+  std::vector<std::string> lines;
+  std::string::size_type start = 0;
+  for (std::string::size_type end; (end = diagnostic_text_.find('\n', start)) != std::string::npos; start = end + 1) {
+    lines.push_back(diagnostic_text_.substr(start, end - start));
+  }
+  return lines;
+}
+
+std::vector<std::string> LinuxBackendTest::call_names() const {
+  std::vector<std::string> names;
+  for (const AuditedCall& call : audited_calls()) {
+    names.push_back(call.name);
+  }
+  return names;
+}
+
+void LinuxBackendTest::collect(const char* text, void* context) {
+  auto* self = static_cast<LinuxBackendTest*>(context);
+  const std::lock_guard<std::mutex> guard(self->diagnostics_mutex_);
+  self->diagnostic_text_ += text;
+}
+
+}  // namespace tovanel::uvc_stereo::linux_testing

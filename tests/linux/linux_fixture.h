@@ -1,0 +1,60 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bridge/backends/linux_backend.h"
+#include "bridge/platform.h"
+#include "bridge/process_lock.h"
+#include "linux/fake_kernel.h"
+#include "uvc_stereo/diagnostics.h"
+#include "uvc_stereo/simulated_rig.h"
+
+// The Linux backend on a fake kernel, with every vendor call audited by the rules the simulated rig checks: made
+// with the vendor lock held, and, apart from SonixCam_Init and SonixCam_GetErrorCode, inside an open session.
+namespace tovanel::uvc_stereo::linux_testing {
+
+struct AuditedCall {
+  std::string name;
+  bool lock_held = false;
+  int open_sessions = 0;  ///< sessions open when the call was made
+  bool succeeded = false;
+};
+
+// The Linux backend's operations, each recorded on its way through.
+[[nodiscard]] const vendor::VendorBackend& audited_linux_backend() noexcept;
+[[nodiscard]] std::vector<AuditedCall> audited_calls();
+void clear_audited_calls();
+// Broken rules among the calls so far; empty when all was well.
+[[nodiscard]] std::vector<std::string> audit_violations();
+
+// A camera of the first supported model with the capability report the rig's cameras carry.
+[[nodiscard]] FakeUvcCamera supported_camera(const std::string& serial, const std::string& bus_name,
+                                             int capture_node);
+
+class LinuxBackendTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Diagnostic lines written so far.
+  [[nodiscard]] std::vector<std::string> diagnostics() const;
+  // The names of the vendor calls made so far.
+  [[nodiscard]] std::vector<std::string> call_names() const;
+
+  FakeKernel kernel_;
+
+ private:
+  static void collect(const char* text, void* context);
+
+  std::optional<vendor::PlatformOverride> override_;
+  mutable std::mutex diagnostics_mutex_;
+  std::string diagnostic_text_;
+};
+
+}  // namespace tovanel::uvc_stereo::linux_testing
