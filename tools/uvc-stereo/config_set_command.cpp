@@ -147,6 +147,10 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   for (const std::string& line : diff.lines) {
     changes << line << "\n";
   }
+  if (diff.too_deep) {
+    console.err << "the changes are not listed: a configuration nests deeper than " << kMaxShownDepth
+                << " levels\n";
+  }
   // The changes come before the verdict on standard error, also when both go to one log;
   // a user who cannot see them has not seen what is about to be written.
   if (!output_intact(console)) {

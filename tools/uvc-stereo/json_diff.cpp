@@ -26,6 +26,9 @@ std::string shown_path(const std::string& path) { return path.empty() ? "(whole 
 }  // namespace
 
 std::string JsonDiff::summary() const {
+  if (too_deep) {
+    return "changes not listed (nested deeper than " + std::to_string(kMaxShownDepth) + " levels)";
+  }
   if (empty()) {
     return "no change";
   }
@@ -34,6 +37,11 @@ std::string JsonDiff::summary() const {
 }
 
 JsonDiff diff_json(std::string_view before, std::string_view after) {
+  if (json_depth(before) > kMaxShownDepth || json_depth(after) > kMaxShownDepth) {
+    JsonDiff diff;
+    diff.too_deep = true;
+    return diff;
+  }
   const std::vector<JsonLeaf> old_leaves = before.empty() ? std::vector<JsonLeaf>() : flatten_json(before);
   const std::vector<JsonLeaf> new_leaves = flatten_json(after);
   const std::vector<LeafKey> old_keys = keys_of(old_leaves);

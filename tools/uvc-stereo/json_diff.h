@@ -17,8 +17,10 @@ struct JsonDiff {
   std::size_t changed = 0;
   std::size_t added = 0;
   std::size_t removed = 0;
+  // True when a document nests deeper than kMaxShownDepth: the changes are then not listed.
+  bool too_deep = false;
 
-  [[nodiscard]] bool empty() const noexcept { return changed == 0 && added == 0 && removed == 0; }
+  [[nodiscard]] bool empty() const noexcept { return !too_deep && changed == 0 && added == 0 && removed == 0; }
   // "no change", or e.g. "1 changed, 2 added, 0 removed".
   [[nodiscard]] std::string summary() const;
 };

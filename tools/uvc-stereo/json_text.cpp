@@ -1,5 +1,7 @@
 #include "uvc-stereo/json_text.h"
 
+#include <algorithm>
+
 namespace tovanel::uvc_stereo::cli {
 namespace {
 
@@ -105,12 +107,37 @@ class Flattener {
 
 void newline(std::string& out, int depth) {
   out += '\n';
-  out.append(static_cast<std::size_t>(depth) * 2, ' ');
+  out.append(std::min(static_cast<std::size_t>(depth), kMaxShownDepth) * 2, ' ');
 }
 
 }  // namespace
 
-std::vector<JsonLeaf> flatten_json(std::string_view minified) { return Flattener(minified).run(); }
+std::vector<JsonLeaf> flatten_json(std::string_view minified) {
+  // The flattener recurses once per level: deeper documents are not flattened at all.
+  if (json_depth(minified) > kMaxShownDepth) {
+    return {};
+  }
+  return Flattener(minified).run();
+}
+
+std::size_t json_depth(std::string_view minified) {
+  std::size_t depth = 0;
+  std::size_t deepest = 0;
+  for (std::size_t i = 0; i < minified.size();) {
+    const char c = minified[i];
+    if (c == '"') {
+      i = string_end(minified, i);
+      continue;
+    }
+    if (c == '{' || c == '[') {
+      deepest = std::max(deepest, ++depth);
+    } else if ((c == '}' || c == ']') && depth > 0) {
+      --depth;
+    }
+    ++i;
+  }
+  return deepest;
+}
 
 std::string pretty_print_json(std::string_view minified) {
   std::string out;

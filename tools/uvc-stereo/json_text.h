@@ -10,7 +10,16 @@ namespace tovanel::uvc_stereo::cli {
 // Helpers over JSON text that the SDK has already validated and minified, so they scan
 // tokens without re-validating; on malformed input they stop early but never read out of bounds.
 
-// The minified text laid out with two-space indentation, for people to read and edit.
+// How deep the tool lays out and compares documents: deeper nesting is still written to the
+// camera as it is, but is neither indented further nor listed change by change.
+inline constexpr std::size_t kMaxShownDepth = 512;
+
+// The deepest nesting of arrays and objects in the text, found in one pass without recursion.
+[[nodiscard]] std::size_t json_depth(std::string_view minified);
+
+// The minified text laid out with two-space indentation, for people to read and edit;
+// levels beyond kMaxShownDepth keep the indentation of that level, so the output stays
+// linear in the input's size however deep it nests.
 [[nodiscard]] std::string pretty_print_json(std::string_view minified);
 
 // One scalar (or empty container) of a document and where it sits, as a JSON Pointer
