@@ -4,14 +4,21 @@
 
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/records.h"
+#include "bridge/platform.h"
 #include "bridge/process_lock.h"
+#include "bridge/vendor_backend.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
 
-// Off Windows the camera vendor ships no library, so with no simulated rig plugged in a scan
-// finds the library unable to start.
-TEST(ScanDevicesWithoutLibrary, IsAPlatformErrorNamingLibInitFail) {
+// A platform whose vendor library cannot start (Windows without SonixCamera.dll): a scan
+// finds the library unable to start. Linux's own backend replaced by the unavailable one.
+class ScanDevicesWithoutLibrary : public ::testing::Test {
+ protected:
+  const vendor::PlatformOverride unavailable_{vendor::replacing_vendor_backend(vendor::unavailable_vendor_backend())};
+};
+
+TEST_F(ScanDevicesWithoutLibrary, IsAPlatformErrorNamingLibInitFail) {
   Result<std::vector<DeviceInfo>> devices = scan_devices();
   ASSERT_FALSE(devices.ok());
   EXPECT_EQ(devices.status().code(), ErrorCode::PlatformError);
@@ -19,7 +26,7 @@ TEST(ScanDevicesWithoutLibrary, IsAPlatformErrorNamingLibInitFail) {
   EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
 }
 
-TEST(ScanDevicesWithoutLibrary, FailsTheSameWayWithAFilter) {
+TEST_F(ScanDevicesWithoutLibrary, FailsTheSameWayWithAFilter) {
   DeviceScanFilter filter;
   filter.require_serial_number = true;
   Result<std::vector<DeviceInfo>> devices = scan_devices(filter);

@@ -34,12 +34,12 @@ struct LinuxSession {
 };
 
 // Never destroyed: a reader closed while the process exits still finds it.
-LinuxSession& session() noexcept {
+LinuxSession& session() {
   static LinuxSession* const state = new LinuxSession();
   return *state;
 }
 
-bool fail(scErrorCode_t code) noexcept {
+bool fail(scErrorCode_t code) {
   session().last_error = code;
   return false;
 }
