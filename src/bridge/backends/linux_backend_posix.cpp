@@ -107,6 +107,7 @@ const LinuxUvcCamera* camera_of(const SonixLib::scDevice_t* device) {
   for (const LinuxUvcCamera& camera : state.cameras) {
     if (camera.device_path == path) {
       if (!linux_usb_device_present(camera.device_path)) {
+        report_linux_problem("Linux UVC: " + camera.device_path + " has been unplugged");
         fail(SonixLib::ecDeviceDisconnect);
         return nullptr;
       }
