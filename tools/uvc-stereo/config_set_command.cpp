@@ -9,6 +9,7 @@
 #include "uvc-stereo/commands.h"
 #include "uvc-stereo/exit_status.h"
 #include "uvc-stereo/file_io.h"
+#include "uvc-stereo/interrupt_deferral.h"
 #include "uvc-stereo/json_diff.h"
 #include "uvc-stereo/json_text.h"
 #include "uvc_stereo/json.h"
@@ -66,6 +67,8 @@ std::string undo_command(const std::string& backup_path, const SelectedCamera& c
 }
 
 int config_set_body(const ParsedArguments& arguments, Console& console) {
+  // From here on an interrupt is only recorded; where it is acted on decides what it may cut.
+  InterruptDeferral interrupts;
   if (arguments.has("backup") && arguments.has("no-backup")) {
     return report_usage_error("config set", "--backup and --no-backup exclude each other", console);
   }
@@ -81,9 +84,13 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   } else {
     input.name = source;
     std::string error;
-    if (!read_file(source, input.text, error)) {
+    if (!read_file(source, input.text, error) && !interrupts.interrupted()) {
       return report_file_error(error, console);
     }
+  }
+  if (interrupts.interrupted()) {
+    console.err << "uvc-stereo: interrupted while reading " << input.name << "; nothing was written\n";
+    return InterruptDeferral::kExitInterrupted;
   }
   Result<std::string> minified = minify_and_validate_json(input.text);
   if (!minified.ok()) {
@@ -187,7 +194,26 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
     }
   }
 
+  if (interrupts.interrupted()) {
+    console.err << "uvc-stereo: interrupted before the camera was written; nothing was written to "
+                << describe_camera(camera) << "\n";
+    return InterruptDeferral::kExitInterrupted;
+  }
+  interrupts.flash_write_begins();
   const Status written = device.write_json(input.text);
+  if (interrupts.interrupted()) {
+    console.err << "uvc-stereo: interrupted; the write to " << describe_camera(camera) << " has finished: "
+                << (written.ok() ? std::string("written and verified")
+                                 : std::string(error_code_name(written.code())) + ": " + written.message());
+    if (backup_to_output) {
+      console.err << "; restore by giving the saved standard output to: uvc-stereo config set "
+                  << reselect_options(camera) << " -";
+    } else if (!backup_path.empty()) {
+      console.err << "; restore with: " << undo_command(backup_path, camera);
+    }
+    console.err << "\n";
+    return InterruptDeferral::kExitInterrupted;
+  }
   if (!written.ok()) {
     std::string context = "writing the configuration of " + describe_camera(camera);
     if (!backup_path.empty()) {
