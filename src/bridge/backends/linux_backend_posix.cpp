@@ -7,6 +7,7 @@
 #include <cstring>
 #include <exception>
 #include <map>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,8 @@ struct LinuxSession {
 
 // Never destroyed: a reader closed while the process exits still finds it.
 LinuxSession& session() {
-  static LinuxSession* const state = new LinuxSession();
+  alignas(LinuxSession) static unsigned char storage[sizeof(LinuxSession)];
+  static LinuxSession* const state = new (storage) LinuxSession();
   return *state;
 }
 
