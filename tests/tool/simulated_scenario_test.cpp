@@ -6,7 +6,7 @@
 
 #include "tool/json_value.h"
 #include "tool/tool_test_support.h"
-#include "uvc_stereo/checksum.h"
+#include "uvc_stereo/capability.h"
 #include "uvc_stereo/json.h"
 #include "uvc_stereo/models.h"
 
@@ -17,15 +17,28 @@ using tool_testing::JsonValue;
 using tool_testing::run_tool;
 using tool_testing::ToolRun;
 
-TEST(SimulatedScenario, TheCapabilityReportCarriesItsMagicVersionAndChecksum) {
-  const std::array<std::uint8_t, 64> report = scenario_capability_report();
-  EXPECT_EQ(std::string(report.begin(), report.begin() + 4), "TOVA");
-  EXPECT_EQ(report[4], 1);
-  EXPECT_EQ(report[6], 64);
-  const std::uint32_t stored = static_cast<std::uint32_t>(report[60]) | (static_cast<std::uint32_t>(report[61]) << 8) |
-                               (static_cast<std::uint32_t>(report[62]) << 16) |
-                               (static_cast<std::uint32_t>(report[63]) << 24);
-  EXPECT_EQ(stored, detail::crc32c(report.data(), 60));
+TEST(SimulatedScenario, TheReportingCameraAnswersItsReportRecordAsTheSdkReadsIt) {
+  const CapabilityReport expected = scenario_capability_report();
+  const ToolRun run = run_tool({"--simulate", "info", "--index", "0", "--json"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const JsonValue report = JsonValue::parse(run.out)["capability"]["report"];
+  EXPECT_EQ(report["major_version"].number(), expected.major_version);
+  EXPECT_EQ(report["minor_version"].number(), expected.minor_version);
+  EXPECT_EQ(report["capability_bits"].number(), static_cast<double>(expected.capability_bits));
+  ASSERT_TRUE(expected.flash_user_space.has_value());
+  EXPECT_EQ(report["flash_user_space"]["start"].number(), expected.flash_user_space->start);
+  EXPECT_EQ(report["flash_user_space"]["size"].number(), expected.flash_user_space->size);
+  ASSERT_TRUE(expected.imu.has_value());
+  const JsonValue imu = report["imu"];
+  EXPECT_EQ(imu["model"].string(), expected.imu->model);
+  EXPECT_EQ(imu["xu_unit"].number(), expected.imu->xu_unit);
+  EXPECT_EQ(imu["xu_selector"].number(), expected.imu->xu_selector);
+  EXPECT_EQ(imu["xu_length"].number(), expected.imu->xu_length);
+  EXPECT_EQ(imu["decimal_exponent"].number(), expected.imu->decimal_exponent);
+  EXPECT_DOUBLE_EQ(imu["temperature_offset_c"].number(), expected.imu->temperature_offset_c);
+  EXPECT_DOUBLE_EQ(imu["temperature_lsb_per_c"].number(), expected.imu->temperature_lsb_per_c);
+  EXPECT_DOUBLE_EQ(imu["accel_lsb_per_g"].number(), expected.imu->accel_lsb_per_g);
+  EXPECT_DOUBLE_EQ(imu["gyro_lsb_per_dps"].number(), expected.imu->gyro_lsb_per_dps);
 }
 
 TEST(SimulatedScenario, StoredConfigurationsAreMinifiedJson) {

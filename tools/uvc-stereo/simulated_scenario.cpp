@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "uvc_stereo/checksum.h"
+#include "uvc_stereo/capability.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/json.h"
 #include "uvc_stereo/models.h"
@@ -37,17 +37,6 @@ std::string device_path(const CameraModelId& model, const char* instance) {
   return path;
 }
 
-void put_le16(std::array<std::uint8_t, 64>& bytes, std::size_t offset, std::uint16_t value) {
-  bytes[offset] = static_cast<std::uint8_t>(value & 0xFFu);
-  bytes[offset + 1] = static_cast<std::uint8_t>(value >> 8);
-}
-
-void put_le32(std::array<std::uint8_t, 64>& bytes, std::size_t offset, std::uint32_t value) {
-  for (std::size_t i = 0; i < 4; ++i) {
-    bytes[offset + i] = static_cast<std::uint8_t>((value >> (8 * i)) & 0xFFu);
-  }
-}
-
 Status store_record(sim::SimulatedRig& rig, int camera, const ScenarioCamera& scenario) {
   FlashConfig config;
   config.user_space_address = scenario.user_space_address;
@@ -67,32 +56,24 @@ Status store_record(sim::SimulatedRig& rig, int camera, const ScenarioCamera& sc
 
 }  // namespace
 
-std::array<std::uint8_t, 64> scenario_capability_report() {
-  std::array<std::uint8_t, 64> bytes{};
-  bytes[0] = 'T';
-  bytes[1] = 'O';
-  bytes[2] = 'V';
-  bytes[3] = 'A';
-  bytes[4] = 1;     // major version
-  bytes[5] = 2;     // minor version
-  bytes[6] = 64;    // report size
-  bytes[7] = 0x06;  // capability bits: flash user space and IMU
-  put_le32(bytes, 15, kReportedUserSpaceAddress);
-  put_le32(bytes, 19, kReportedUserSpaceSize);
-  const char model[] = "BMI088";
-  for (std::size_t i = 0; i + 1 < sizeof(model); ++i) {
-    bytes[23 + i] = static_cast<std::uint8_t>(model[i]);
-  }
-  bytes[31] = 4;               // IMU extension unit
-  bytes[32] = 10;              // IMU control selector
-  bytes[33] = 17;              // bytes per IMU read
-  bytes[34] = 2;               // scales are given in hundredths
-  put_le16(bytes, 35, 2500);   // 25.00 degrees Celsius at raw 0
-  put_le16(bytes, 37, 12800);  // 128.00 counts per degree Celsius
-  put_le16(bytes, 39, 2048);   // 2048 counts per g
-  put_le16(bytes, 41, 1640);   // 16.40 counts per degree per second
-  put_le32(bytes, 60, detail::crc32c(bytes.data(), 60));
-  return bytes;
+CapabilityReport scenario_capability_report() {
+  CapabilityReport report;
+  report.major_version = 1;
+  report.minor_version = 2;
+  report.capability_bits = kCapabilityFlashUserSpace | kCapabilityImu;
+  report.flash_user_space = FlashUserSpace{kReportedUserSpaceAddress, kReportedUserSpaceSize};
+  ReportedImuInfo imu;
+  imu.model = "BMI088";
+  imu.xu_unit = 4;
+  imu.xu_selector = 10;
+  imu.xu_length = 17;
+  imu.decimal_exponent = 2;  // the temperature and gyroscope scales are given in hundredths
+  imu.temperature_offset_c = 25.0;
+  imu.temperature_lsb_per_c = 128.0;
+  imu.accel_lsb_per_g = 2048.0;
+  imu.gyro_lsb_per_dps = 16.4;
+  report.imu = imu;
+  return report;
 }
 
 std::array<ScenarioCamera, kScenarioCameraCount> scenario_cameras() {
@@ -133,7 +114,7 @@ Status populate_simulated_scenario(sim::SimulatedRig& rig) {
   reporting.firmware_version = "V2.4.1-260311";
   reporting.user_space_address = scenario[0].user_space_address;
   reporting.user_space_size = scenario[0].user_space_size;
-  reporting.capability_report = scenario_capability_report();
+  reporting.capability = scenario_capability_report();
   reporting.imu.motion = sim::ImuMotion::AtRest;
   reporting.imu.first_counter = 4096;
   reporting.imu.temperature_c = 34.25;

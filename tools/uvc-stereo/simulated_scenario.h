@@ -44,7 +44,7 @@ class SimulatedScenario {
   Status status_;
 };
 
-// The 64-byte capability report of scenario camera 0, CRC-32C included.
-[[nodiscard]] std::array<std::uint8_t, 64> scenario_capability_report();
+// The capability report of scenario camera 0; the rig sends it as a camera would, checksum included.
+[[nodiscard]] CapabilityReport scenario_capability_report();
 
 }  // namespace tovanel::uvc_stereo::cli
