@@ -28,6 +28,22 @@ TEST(JsonDiff, ListsChangedAddedAndRemovedValuesByPath) {
   EXPECT_EQ(diff.summary(), "1 changed, 1 added, 1 removed");
 }
 
+TEST(JsonDiff, ANumberWrittenDifferentlyIsShownAsTheSameValue) {
+  const JsonDiff diff = diff_json(R"({"fps":60.0,"gain":1e2,"zero":-0,"bias":0.10})",
+                                  R"({"fps":60,"gain":100,"zero":0.0,"bias":0.1})");
+  const std::string same = " (the same value; only its text differs)";
+  EXPECT_EQ(diff.lines, (Lines{"~ /fps: 60.0 -> 60" + same, "~ /gain: 1e2 -> 100" + same, "~ /zero: -0 -> 0.0" + same,
+                               "~ /bias: 0.10 -> 0.1" + same}));
+  EXPECT_EQ(diff.changed, 4u);
+}
+
+TEST(JsonDiff, NumbersOfDifferentValueOrTextThatIsNoNumberAreOrdinaryChanges) {
+  const JsonDiff diff = diff_json(R"({"fps":60,"big":9007199254740993,"name":"60","exp":1e2})",
+                                  R"({"fps":60.5,"big":9007199254740992,"name":"60.0","exp":1e3})");
+  EXPECT_EQ(diff.lines, (Lines{"~ /fps: 60 -> 60.5", "~ /big: 9007199254740993 -> 9007199254740992",
+                               "~ /name: \"60\" -> \"60.0\"", "~ /exp: 1e2 -> 1e3"}));
+}
+
 TEST(JsonDiff, RemovedValuesAppearWhereTheyStood) {
   const JsonDiff diff = diff_json(R"({"a":1,"b":2,"c":3})", R"({"a":1,"c":4})");
   EXPECT_EQ(diff.lines, (Lines{"- /b: 2", "~ /c: 3 -> 4"}));

@@ -23,6 +23,76 @@ std::vector<LeafKey> keys_of(const std::vector<JsonLeaf>& leaves) {
 
 std::string shown_path(const std::string& path) { return path.empty() ? "(whole document)" : path; }
 
+// A JSON number as sign, significant digits and decimal exponent, so that 60, 60.0 and 6e1 compare
+// equal exactly, with no rounding through a binary double.
+struct DecimalValue {
+  bool negative = false;
+  std::string digits;          ///< no leading or trailing zeros; empty for zero
+  long long exponent = 0;      ///< value = digits * 10^exponent
+  friend bool operator==(const DecimalValue& a, const DecimalValue& b) {
+    return a.negative == b.negative && a.digits == b.digits && a.exponent == b.exponent;
+  }
+};
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// The value of a minified JSON number; false for any other leaf (strings, literals, containers).
+bool decimal_value(const std::string& text, DecimalValue& value) {
+  std::size_t i = 0;
+  value = DecimalValue{};
+  if (i < text.size() && text[i] == '-') {
+    value.negative = true;
+    ++i;
+  }
+  if (i >= text.size() || !is_digit(text[i])) {
+    return false;
+  }
+  std::string digits;
+  long long fraction_digits = 0;
+  for (; i < text.size() && is_digit(text[i]); ++i) {
+    digits += text[i];
+  }
+  if (i < text.size() && text[i] == '.') {
+    for (++i; i < text.size() && is_digit(text[i]); ++i) {
+      digits += text[i];
+      ++fraction_digits;
+    }
+  }
+  long long exponent = 0;
+  if (i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
+    ++i;
+    bool exponent_negative = false;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) {
+      exponent_negative = text[i] == '-';
+      ++i;
+    }
+    for (; i < text.size() && is_digit(text[i]); ++i) {
+      // Beyond any double's range already; clamping keeps the arithmetic defined.
+      exponent = exponent > 1000000000LL ? exponent : exponent * 10 + (text[i] - '0');
+    }
+    exponent = exponent_negative ? -exponent : exponent;
+  }
+  if (i != text.size()) {
+    return false;
+  }
+  const std::size_t first = digits.find_first_not_of('0');
+  if (first == std::string::npos) {
+    value.negative = false;  // -0 and 0 are the same value
+    return true;
+  }
+  const std::size_t last = digits.find_last_not_of('0');
+  value.digits = digits.substr(first, last - first + 1);
+  value.exponent = exponent - fraction_digits + static_cast<long long>(digits.size() - 1 - last);
+  return true;
+}
+
+// True when two different texts are numbers of the same value (60.0 and 60).
+bool same_number(const std::string& a, const std::string& b) {
+  DecimalValue x;
+  DecimalValue y;
+  return decimal_value(a, x) && decimal_value(b, y) && x == y;
+}
+
 }  // namespace
 
 std::string JsonDiff::summary() const {
@@ -82,7 +152,10 @@ JsonDiff diff_json(std::string_view before, std::string_view after) {
     }
     if (old_leaves[j].value != new_leaves[i].value) {
       diff.lines.push_back("~ " + shown_path(new_leaves[i].path) + ": " + old_leaves[j].value + " -> " +
-                           new_leaves[i].value);
+                           new_leaves[i].value +
+                           (same_number(old_leaves[j].value, new_leaves[i].value)
+                                ? " (the same value; only its text differs)"
+                                : ""));
       ++diff.changed;
     }
   }
