@@ -29,8 +29,8 @@ TEST(JsonDiff, ListsChangedAddedAndRemovedValuesByPath) {
 }
 
 TEST(JsonDiff, ANumberWrittenDifferentlyIsShownAsTheSameValue) {
-  const JsonDiff diff = diff_json(R"({"fps":60.0,"gain":1e2,"zero":-0,"bias":0.10})",
-                                  R"({"fps":60,"gain":100,"zero":0.0,"bias":0.1})");
+  const JsonDiff diff =
+      diff_json(R"({"fps":60.0,"gain":1e2,"zero":-0,"bias":0.10})", R"({"fps":60,"gain":100,"zero":0.0,"bias":0.1})");
   const std::string same = " (the same value; only its text differs)";
   EXPECT_EQ(diff.lines, (Lines{"~ /fps: 60.0 -> 60" + same, "~ /gain: 1e2 -> 100" + same, "~ /zero: -0 -> 0.0" + same,
                                "~ /bias: 0.10 -> 0.1" + same}));

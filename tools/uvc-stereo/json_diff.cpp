@@ -27,8 +27,8 @@ std::string shown_path(const std::string& path) { return path.empty() ? "(whole 
 // equal exactly, with no rounding through a binary double.
 struct DecimalValue {
   bool negative = false;
-  std::string digits;          ///< no leading or trailing zeros; empty for zero
-  long long exponent = 0;      ///< value = digits * 10^exponent
+  std::string digits;      ///< no leading or trailing zeros; empty for zero
+  long long exponent = 0;  ///< value = digits * 10^exponent
   friend bool operator==(const DecimalValue& a, const DecimalValue& b) {
     return a.negative == b.negative && a.digits == b.digits && a.exponent == b.exponent;
   }
@@ -151,11 +151,9 @@ JsonDiff diff_json(std::string_view before, std::string_view after) {
       next_old = j + 1;
     }
     if (old_leaves[j].value != new_leaves[i].value) {
-      diff.lines.push_back("~ " + shown_path(new_leaves[i].path) + ": " + old_leaves[j].value + " -> " +
-                           new_leaves[i].value +
-                           (same_number(old_leaves[j].value, new_leaves[i].value)
-                                ? " (the same value; only its text differs)"
-                                : ""));
+      diff.lines.push_back(
+          "~ " + shown_path(new_leaves[i].path) + ": " + old_leaves[j].value + " -> " + new_leaves[i].value +
+          (same_number(old_leaves[j].value, new_leaves[i].value) ? " (the same value; only its text differs)" : ""));
       ++diff.changed;
     }
   }
