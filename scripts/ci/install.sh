@@ -8,7 +8,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 source "$root/scripts/lib/packages.sh"
 
 # clang builds the C consumer: a second compiler, to show the C interface does not depend on the first.
-ensure_packages cmake ninja-build g++ pkg-config clang-14
+ensure_packages cmake ninja-build g++ pkg-config clang-14 "${UVC_STEREO_TOOL_PACKAGES[@]}"
 
 work="$root/build/ci-install"
 rm -rf "$work"

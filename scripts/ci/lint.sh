@@ -6,7 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
 
-ensure_packages cmake ninja-build clang-14 clang-tidy-14 cppcheck
+ensure_packages cmake ninja-build clang-14 clang-tidy-14 cppcheck "${UVC_STEREO_TOOL_PACKAGES[@]}"
 
 build="$root/build/ci-lint"
 rm -rf "$build"

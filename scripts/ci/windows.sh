@@ -9,7 +9,7 @@ source "$root/scripts/lib/packages.sh"
 
 # clang, lld and llvm build the Visual Studio-style consumer of the C interface.
 ensure_packages g++-mingw-w64-x86-64-posix wine64 googletest cmake ninja-build binutils-mingw-w64-x86-64 clang-14 lld-14 \
-  llvm-14
+  llvm-14 "${UVC_STEREO_TOOL_PACKAGES[@]}"
 
 build="$root/build/ci-windows"
 rm -rf "$build"

@@ -16,3 +16,8 @@ ensure_packages() {
   "${sudo[@]}" apt-get update -qq
   "${sudo[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
+
+# What the uvc-stereo tool (and the fuzz target of its JSON handling) builds on: the
+# header-only argument parser and JSON library.
+# shellcheck disable=SC2034
+UVC_STEREO_TOOL_PACKAGES=(libcli11-dev nlohmann-json3-dev)
