@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -156,6 +157,16 @@ class UVC_STEREO_API SimulatedRig {
   // Fault injection.
   void add_fault(const VendorFault& fault);
   void clear_faults();
+
+  // Something to happen at the very moment a vendor call begins, such as a camera
+  // unplugged or a signal delivered just as its flash is erased: `hook` runs on the
+  // calling thread each time `call` ("*": every call) begins, before the call does its
+  // work or meets a fault; it is given the call as recorded so far (name, arguments,
+  // camera). The rig's own members may be used from the hook; vendor calls (through the
+  // SDK) and creating or destroying a rig may not, as the call in progress still holds
+  // the vendor backend. A hook that throws is a broken rule, listed in violations().
+  void on_call(const std::string& call, std::function<void(const VendorCall&)> hook);
+  void clear_call_hooks();
 
   // What the rig saw.
   [[nodiscard]] std::vector<VendorCall> calls() const;

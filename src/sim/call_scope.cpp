@@ -1,5 +1,6 @@
 #include "sim/call_scope.h"
 
+#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -33,11 +34,41 @@ VendorCallScope::VendorCallScope(const char* name, const SonixLib::scDevice_t* d
     add_violation(record_.name == kUnInit ? record_.name + " called without a matching SonixCam_Init"
                                           : record_.name + " called with no open session");
   }
+  run_call_hooks();
 }
 
 VendorCallScope::~VendorCallScope() {
   if (rig_active()) {
     rig().calls.push_back(std::move(record_));
+  }
+}
+
+void VendorCallScope::run_call_hooks() {
+  // Copies, so that a hook may add or clear hooks while it runs.
+  std::vector<std::function<void(const VendorCall&)>> matching;
+  for (const SimulatedRig::State::CallHook& hook : rig().call_hooks) {
+    if (hook.call == "*" || hook.call == record_.name) {
+      matching.push_back(hook.run);
+    }
+  }
+  if (matching.empty()) {
+    return;
+  }
+  const VendorCall so_far = record_;
+  // The rig's state is let go while the hooks run, so they may use the rig's members; the
+  // call has not looked at any camera yet, so nothing it holds can go stale.
+  access_.release_state();
+  bool threw = false;
+  for (const std::function<void(const VendorCall&)>& run : matching) {
+    try {
+      run(so_far);
+    } catch (...) {
+      threw = true;
+    }
+  }
+  access_.retake_state();
+  if (threw) {
+    add_violation("a hook on " + record_.name + " threw");
   }
 }
 

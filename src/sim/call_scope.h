@@ -46,6 +46,9 @@ class VendorCallScope {
   bool succeed() noexcept;
 
  private:
+  // Runs the hooks set on this call, with the rig's state let go meanwhile.
+  void run_call_hooks();
+
   RigAccess access_;
   VendorCall record_;
   std::optional<VendorFault> answering_fault_;

@@ -22,6 +22,10 @@ class RigAccess {
 
   // Null when no rig is active.
   [[nodiscard]] SimulatedRig::State* state() const noexcept { return state_; }
+  // Lets go of the rig's state (not of the rig itself, which stays active) until
+  // retake_state(), so that code run in the middle of a call may use the rig's members.
+  void release_state() { state_lock_.unlock(); }
+  void retake_state() { state_lock_.lock(); }
 
  private:
   std::unique_lock<std::mutex> registry_;

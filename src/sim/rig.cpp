@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 
 #include "capability/capability_report_encoder.h"
 #include "sim/backend.h"
@@ -187,6 +188,16 @@ void SimulatedRig::add_fault(const VendorFault& fault) {
 void SimulatedRig::clear_faults() {
   const Guard guard(state_->mutex);
   state_->faults.clear();
+}
+
+void SimulatedRig::on_call(const std::string& call, std::function<void(const VendorCall&)> hook) {
+  const Guard guard(state_->mutex);
+  state_->call_hooks.push_back({call, std::move(hook)});
+}
+
+void SimulatedRig::clear_call_hooks() {
+  const Guard guard(state_->mutex);
+  state_->call_hooks.clear();
 }
 
 std::vector<VendorCall> SimulatedRig::calls() const {

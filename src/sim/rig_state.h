@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -66,6 +67,12 @@ struct SimulatedRig::State {
   std::int32_t last_error = 0;
   bool last_error_query_fails = false;  ///< the failure behind last_error also breaks SonixCam_GetErrorCode
   FaultBook faults;
+  // What runs as a vendor call begins, by call name ("*" for every call), in the order added.
+  struct CallHook {
+    std::string call;
+    std::function<void(const VendorCall&)> run;
+  };
+  std::vector<CallHook> call_hooks;
   std::vector<VendorCall> calls;
   std::vector<std::string> violations;
   std::map<OpenCvBackend, std::vector<SimulatedCaptureDevice>> capture_devices;
