@@ -1,15 +1,21 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
+#include <optional>
 #include <sstream>
 #include <streambuf>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tool/tool_test_support.h"
+#include "uvc_stereo/device.h"
 
 // Ctrl-C or SIGTERM that arrives before the camera is touched aborts config set with nothing
-// written, says so, and exits 130.
+// written, says so, and exits 130. Once the flash is being erased and written it is held
+// until the write and its verification are done; then the outcome and the way back are said.
 namespace tovanel::uvc_stereo::tool_testing {
 namespace {
 
@@ -54,6 +60,237 @@ TEST_F(ConfigSetInterrupt, AnInterruptBeforeTheCameraIsTouchedWritesNothing) {
     EXPECT_EQ(user_space(kReportingCamera), before);
     EXPECT_EQ(calls_named("SonixCam_WriteToSF"), 0u);
     EXPECT_EQ(calls_named("SonixCam_SectorEraseSF"), 0u);
+  }
+}
+
+// The words a POSIX shell makes of a pasted command line: spaces split, '...' quotes.
+std::vector<std::string> shell_words(const std::string& line) {
+  std::vector<std::string> words;
+  std::optional<std::string> word;
+  bool quoted = false;
+  for (std::size_t at = 0; at < line.size(); ++at) {
+    const char c = line[at];
+    if (quoted) {
+      if (c == '\'') {
+        quoted = false;
+      } else {
+        *word += c;
+      }
+    } else if (c == '\'') {
+      quoted = true;
+      word = word.value_or("");
+    } else if (c == '\\' && at + 1 < line.size()) {
+      word = word.value_or("") + line[++at];
+    } else if (c == ' ') {
+      if (word) {
+        words.push_back(*word);
+      }
+      word.reset();
+    } else {
+      word = word.value_or("") + c;
+    }
+  }
+  if (word) {
+    words.push_back(*word);
+  }
+  return words;
+}
+
+// The configuration record camera 0 holds now, read back through the SDK.
+std::string stored_configuration() {
+  Result<std::vector<DeviceInfo>> devices = scan_devices();
+  EXPECT_TRUE(devices.ok() && !devices.value().empty());
+  if (!devices.ok() || devices.value().empty()) {
+    return {};
+  }
+  Result<Device> device = open_device(devices.value().front());
+  EXPECT_TRUE(device.ok()) << device.status().message();
+  if (!device.ok()) {
+    return {};
+  }
+  Result<ReadJsonResult> read = device.value().read_json();
+  EXPECT_TRUE(read.ok()) << read.status().message();
+  return read.ok() ? read.value().json : std::string();
+}
+
+const std::string kNewJson = R"({"name":"changed","baseline_mm":60.5})";
+const std::string kFinishing =
+    "\nuvc-stereo: interrupted while the flash is being written; finishing the write and its verification first\n";
+
+class ConfigSetInterruptDuringWrite : public ScenarioTest {
+ protected:
+  // Runs config set with `signal` delivered from inside the first `call` of the run, the very
+  // moment the camera's flash is unlocked, erased or programmed; what the handler wrote itself
+  // (to the process's standard error, as only that is safe in a handler) lands in `handler_said_`.
+  ToolRun run_interrupted_at(const std::string& call, int signal, const std::vector<std::string>& args,
+                             const std::string& input = "") {
+    bool raised = false;
+    rig_.on_call(call, [&](const sim::VendorCall&) {
+      if (!raised) {
+        raised = true;
+        calls_before_signal_ = rig_.calls().size();
+        std::raise(signal);
+      }
+    });
+    ::testing::internal::CaptureStderr();
+    ToolRun run = run_tool(args, input);
+    handler_said_ = ::testing::internal::GetCapturedStderr();
+    rig_.clear_call_hooks();
+    EXPECT_TRUE(raised) << call << " was never called";
+    return run;
+  }
+
+  // The vendor calls made after the signal was delivered.
+  [[nodiscard]] std::vector<std::string> calls_after_signal() const {
+    const std::vector<std::string> names = rig_.call_names();
+    return {names.begin() + static_cast<std::ptrdiff_t>(std::min(calls_before_signal_, names.size())), names.end()};
+  }
+
+  std::string handler_said_;
+  std::size_t calls_before_signal_ = 0;
+  const std::string original_ = cli::scenario_cameras()[0].stored_json;
+  const ScratchDirectory scratch_;
+};
+
+TEST_F(ConfigSetInterruptDuringWrite, TheWriteFinishesIsVerifiedAndTheRestoreCommandWorks) {
+  const std::vector<std::pair<std::string, int>> moments = {{"SonixCam_SectorEraseSF", SIGINT},
+                                                            {"SonixCam_WriteToSF", SIGTERM}};
+  for (const auto& [call, signal] : moments) {
+    SCOPED_TRACE(call);
+    const WorkingDirectory inside(scratch_.path());
+    const std::string input = scratch_.write("new-" + std::to_string(signal) + ".json", kNewJson);
+    const ToolRun run = run_interrupted_at(call, signal, {"config", "set", input, "--index", "0"});
+    EXPECT_EQ(run.status, 130) << run.err;
+    EXPECT_EQ(handler_said_, kFinishing);
+    // The write went on after the signal, and was read back to verify it.
+    const std::vector<std::string> after = calls_after_signal();
+    const auto last_program = std::find(after.rbegin(), after.rend(), "SonixCam_WriteToSF");
+    ASSERT_NE(last_program, after.rend()) << ::testing::PrintToString(after);
+    EXPECT_NE(std::find(after.rbegin(), last_program, "SonixCam_CstmReadFromSF"), last_program)
+        << "nothing was read back after the last program: " << ::testing::PrintToString(after);
+    EXPECT_EQ(stored_configuration(), kNewJson);
+
+    const std::string finished =
+        "uvc-stereo: interrupted; the write to camera 0 (0c45:6368, serial TVS2-00417) has finished: written and "
+        "verified; restore with: ";
+    const std::string last = lines_of(run.err).back();
+    ASSERT_EQ(last.rfind(finished, 0), 0u) << run.err;
+    const std::string restore = last.substr(finished.size());
+    std::vector<std::string> words = shell_words(restore);
+    ASSERT_GE(words.size(), 4u) << restore;
+    ASSERT_EQ(words.front(), "uvc-stereo") << restore;
+    words.erase(words.begin());
+    const ToolRun undo = run_tool(words);
+    ASSERT_EQ(undo.status, 0) << restore << "\n" << undo.err;
+    EXPECT_EQ(stored_configuration(), original_);
+  }
+}
+
+TEST_F(ConfigSetInterruptDuringWrite, TheRestoreCommandNamesABackupWithSpacesAndADash) {
+  const WorkingDirectory inside(scratch_.path());
+  const std::string input = scratch_.write("new.json", kNewJson);
+  const ToolRun run =
+      run_interrupted_at("SonixCam_SectorEraseSF", SIGINT,
+                         {"config", "set", input, "--serial", "TVS2-00417", "--backup", "-my backup's.json"});
+  EXPECT_EQ(run.status, 130) << run.err;
+  EXPECT_EQ(handler_said_, kFinishing);
+  EXPECT_EQ(stored_configuration(), kNewJson);
+  const std::string hint = "restore with: ";
+  const std::string last = lines_of(run.err).back();
+  ASSERT_NE(last.find(hint), std::string::npos) << run.err;
+  std::vector<std::string> words = shell_words(last.substr(last.find(hint) + hint.size()));
+  EXPECT_EQ(words, (std::vector<std::string>{"uvc-stereo", "config", "set", "--serial", "TVS2-00417", "--",
+                                             "-my backup's.json"}));
+  words.erase(words.begin());
+  const ToolRun undo = run_tool(words);
+  ASSERT_EQ(undo.status, 0) << undo.err;
+  EXPECT_EQ(stored_configuration(), original_);
+}
+
+TEST_F(ConfigSetInterruptDuringWrite, AFailedWriteIsReportedWithTheBackup) {
+  const WorkingDirectory inside(scratch_.path());
+  const std::string input = scratch_.write("new.json", kNewJson);
+  rig_.cut_power_during_write(kReportingCamera, 3);
+  const ToolRun run = run_interrupted_at("SonixCam_SectorEraseSF", SIGTERM,
+                                         {"config", "set", input, "--index", "0", "--backup", "saved.json"});
+  EXPECT_EQ(run.status, 130) << run.err;
+  EXPECT_EQ(handler_said_, kFinishing);
+  const std::string last = lines_of(run.err).back();
+  EXPECT_EQ(last.rfind("uvc-stereo: interrupted; the write to camera 0 (0c45:6368, serial TVS2-00417) has finished: ",
+                       0),
+            0u)
+      << run.err;
+  EXPECT_EQ(last.find("written and verified"), std::string::npos) << last;
+  EXPECT_NE(last.find("; restore with: uvc-stereo config set saved.json --serial TVS2-00417"), std::string::npos)
+      << last;
+  EXPECT_EQ(scratch_.read(scratch_.file("saved.json")), original_ + "\n");
+}
+
+TEST_F(ConfigSetInterruptDuringWrite, WithTheBackupOnStandardOutputTheRestoreReadsStandardInput) {
+  const WorkingDirectory inside(scratch_.path());
+  const std::string input = scratch_.write("new.json", kNewJson);
+  const ToolRun run =
+      run_interrupted_at("SonixCam_WriteToSF", SIGINT, {"config", "set", input, "--index", "0", "--backup", "-"});
+  EXPECT_EQ(run.status, 130) << run.err;
+  EXPECT_EQ(handler_said_, kFinishing);
+  EXPECT_EQ(run.out, original_ + "\n");
+  EXPECT_EQ(stored_configuration(), kNewJson);
+  EXPECT_EQ(lines_of(run.err).back(),
+            "uvc-stereo: interrupted; the write to camera 0 (0c45:6368, serial TVS2-00417) has finished: written and "
+            "verified; restore by giving the saved standard output to: uvc-stereo config set --serial TVS2-00417 -");
+  const ToolRun undo = run_tool({"config", "set", "--serial", "TVS2-00417", "-"}, run.out);
+  ASSERT_EQ(undo.status, 0) << undo.err;
+  EXPECT_EQ(stored_configuration(), original_);
+}
+
+// Standard output that delivers `signal` to the process while the backup is being saved to it.
+class InterruptingOutput : public std::stringbuf {
+ public:
+  explicit InterruptingOutput(int signal) : signal_(signal) {}
+
+ protected:
+  std::streamsize xsputn(const char* text, std::streamsize count) override {
+    raise_once();
+    return std::stringbuf::xsputn(text, count);
+  }
+  int_type overflow(int_type c) override {
+    raise_once();
+    return std::stringbuf::overflow(c);
+  }
+
+ private:
+  void raise_once() {
+    if (!raised_) {
+      raised_ = true;
+      std::raise(signal_);
+    }
+  }
+  int signal_;
+  bool raised_ = false;
+};
+
+TEST_F(ConfigSetInterruptDuringWrite, AnInterruptWhileTheBackupIsSavedAbortsBeforeTheErase) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    rig_.clear_calls();
+    const std::vector<std::uint8_t> before = user_space(kReportingCamera);
+    const std::string input = scratch_.write("new.json", kNewJson);
+    std::istringstream in;
+    InterruptingOutput saved(signal);
+    std::ostream out(&saved);
+    std::ostringstream err;
+    cli::Console console{in, out, err, false};
+    ::testing::internal::CaptureStderr();
+    const int status = cli::run_cli({"config", "set", input, "--index", "0", "--backup", "-"}, console);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "") << "the handler spoke before the flash was touched";
+    EXPECT_EQ(status, 130) << err.str();
+    EXPECT_EQ(saved.str(), original_ + "\n") << "the backup was cut short";
+    EXPECT_EQ(lines_of(err.str()).back(),
+              "uvc-stereo: interrupted before the camera was written; nothing was written to camera 0 (0c45:6368, "
+              "serial TVS2-00417)");
+    EXPECT_EQ(user_space(kReportingCamera), before);
+    EXPECT_EQ(calls_named("SonixCam_SectorEraseSF"), 0u);
+    EXPECT_EQ(calls_named("SonixCam_WriteToSF"), 0u);
+    EXPECT_EQ(calls_named("SonixCam_SetWriteProtectedSF"), 0u);
   }
 }
 
