@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <set>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "tool/tool_test_support.h"
 
@@ -35,6 +39,59 @@ TEST(UnusedBackupFileName, NeverReusesTheNameOfAnEarlierBackup) {
   scratch.write(second, "{}");
   EXPECT_EQ(unused_backup_file_name("SN1", kMoment), "uvc-stereo-backup-SN1-20240305T060708Z-3.json");
 }
+
+TEST(CreateBackupFile, FollowsTheSameNamesAsUnusedBackupFileName) {
+  const ScratchDirectory scratch;
+  const WorkingDirectory inside(scratch.path());
+  scratch.write(backup_file_name("SN1", kMoment), "earlier");
+  const std::string expected = unused_backup_file_name("SN1", kMoment);
+  std::string error;
+  EXPECT_EQ(create_backup_file("SN1", kMoment, "{}", error), expected) << error;
+  EXPECT_EQ(scratch.read(scratch.file(backup_file_name("SN1", kMoment))), "earlier");
+}
+
+TEST(CreateBackupFile, RunsAtTheSameMomentEachGetANameOfTheirOwn) {
+  const ScratchDirectory scratch;
+  const WorkingDirectory inside(scratch.path());
+  constexpr int kRuns = 8;
+  std::vector<std::string> names(kRuns);
+  std::vector<std::string> errors(kRuns);
+  {
+    std::vector<std::thread> runs;
+    for (int run = 0; run < kRuns; ++run) {
+      runs.emplace_back([&, run] {
+        names[static_cast<std::size_t>(run)] =
+            create_backup_file("SN1", kMoment, "backup " + std::to_string(run), errors[static_cast<std::size_t>(run)]);
+      });
+    }
+    for (std::thread& run : runs) {
+      run.join();
+    }
+  }
+  const std::set<std::string> distinct(names.begin(), names.end());
+  EXPECT_EQ(distinct.size(), static_cast<std::size_t>(kRuns)) << ::testing::PrintToString(names);
+  for (int run = 0; run < kRuns; ++run) {
+    const std::string& name = names[static_cast<std::size_t>(run)];
+    ASSERT_FALSE(name.empty()) << errors[static_cast<std::size_t>(run)];
+    EXPECT_EQ(scratch.read(scratch.file(name)), "backup " + std::to_string(run));
+  }
+  EXPECT_EQ(scratch.names().size(), static_cast<std::size_t>(kRuns));
+}
+
+#if !defined(_WIN32)
+// Only a name already in use moves on to the next one; any other failure ends the search.
+TEST(CreateBackupFile, SaysWhyWhenTheFileCannotBeCreated) {
+  const ScratchDirectory scratch;
+  const std::filesystem::path gone = scratch.path() / "gone";
+  std::filesystem::create_directory(gone);
+  const WorkingDirectory inside(gone);
+  // A working directory removed under the run (Windows does not allow this).
+  std::filesystem::remove(gone);
+  std::string error;
+  EXPECT_EQ(create_backup_file("SN1", kMoment, "{}", error), "");
+  EXPECT_EQ(error.rfind("cannot create 'uvc-stereo-backup-SN1-20240305T060708Z.json': ", 0), 0u) << error;
+}
+#endif
 
 TEST(FileIo, WritesAndReadsBackBytesUnchanged) {
   const ScratchDirectory scratch;

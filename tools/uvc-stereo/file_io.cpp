@@ -1,6 +1,7 @@
 #include "uvc-stereo/file_io.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -35,6 +36,72 @@ std::tm utc_time(std::time_t when) {
   gmtime_r(&when, &parts);
 #endif
   return parts;
+}
+
+// What became of an attempt to take a new file name.
+enum class Claim : std::uint8_t { Taken, InUse, Failed };
+
+// Creates `path` with `content` only if no file of that name exists yet; the system's
+// exclusive creation decides, so no other run can take the name in between.
+Claim create_exclusively(const std::string& path, std::string_view content, std::string& error) {
+  errno = 0;
+#if defined(_WIN32)
+  const int descriptor = _open(path.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
+#else
+  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+#endif
+  if (descriptor < 0) {
+    if (errno == EEXIST) {
+      error = "will not replace '" + path + "': the file already exists";
+      return Claim::InUse;
+    }
+    error = system_error("create", path, errno);
+    return Claim::Failed;
+  }
+#if defined(_WIN32)
+  File file(_fdopen(descriptor, "wb"));
+#else
+  File file(::fdopen(descriptor, "wb"));
+#endif
+  if (!file) {
+    error = system_error("create", path, errno);
+#if defined(_WIN32)
+    _close(descriptor);
+#else
+    ::close(descriptor);
+#endif
+    return Claim::Failed;
+  }
+  const bool written = std::fwrite(content.data(), 1, content.size(), file.get()) == content.size();
+  const bool closed = std::fclose(file.release()) == 0;
+  if (!written || !closed) {
+    error = system_error("write", path, errno != 0 ? errno : EIO);
+    // A backup cut short is worse than none: it would restore a broken configuration.
+    std::remove(path.c_str());
+    return Claim::Failed;
+  }
+  return Claim::Taken;
+}
+
+// The one place the default backup names are made: backup_file_name's, then the same with
+// "-2", "-3", ... before ".json", each offered to `claim` until it takes one (the name is
+// returned) or fails for another reason than the name being in use (empty).
+template <typename ClaimName>
+std::string first_backup_name_taken(std::string_view label, std::time_t when, ClaimName claim) {
+  const std::string base = backup_file_name(label, when);
+  const std::string stem = base.substr(0, base.size() - 5);
+  std::string name = base;
+  for (int attempt = 2;; ++attempt) {
+    switch (claim(name)) {
+      case Claim::Taken:
+        return name;
+      case Claim::Failed:
+        return {};
+      case Claim::InUse:
+        break;
+    }
+    name = stem + "-" + std::to_string(attempt) + ".json";
+  }
 }
 
 }  // namespace
@@ -77,56 +144,15 @@ bool write_file(const std::string& path, std::string_view content, std::string& 
 }
 
 bool create_new_file(const std::string& path, std::string_view content, std::string& error) {
-  errno = 0;
-#if defined(_WIN32)
-  const int descriptor = _open(path.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
-#else
-  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-#endif
-  if (descriptor < 0) {
-    error = errno == EEXIST ? "will not replace '" + path + "': the file already exists"
-                            : system_error("create", path, errno);
-    return false;
-  }
-#if defined(_WIN32)
-  File file(_fdopen(descriptor, "wb"));
-#else
-  File file(::fdopen(descriptor, "wb"));
-#endif
-  if (!file) {
-    error = system_error("create", path, errno);
-#if defined(_WIN32)
-    _close(descriptor);
-#else
-    ::close(descriptor);
-#endif
-    return false;
-  }
-  const bool written = std::fwrite(content.data(), 1, content.size(), file.get()) == content.size();
-  const bool closed = std::fclose(file.release()) == 0;
-  if (!written || !closed) {
-    error = system_error("write", path, errno != 0 ? errno : EIO);
-    // A backup cut short is worse than none: it would restore a broken configuration.
-    std::remove(path.c_str());
-    return false;
-  }
-  return true;
+  return create_exclusively(path, content, error) == Claim::Taken;
 }
 
 std::string create_backup_file(std::string_view label, std::time_t when, std::string_view content,
                                std::string& error) {
-  const std::string base = backup_file_name(label, when);
-  const std::string stem = base.substr(0, base.size() - 5);
-  std::string name = base;
-  for (int attempt = 2;; ++attempt) {
-    if (create_new_file(name, content, error)) {
-      return name;
-    }
-    if (!file_exists(name)) {
-      return {};
-    }
-    name = stem + "-" + std::to_string(attempt) + ".json";
-  }
+  // The name is claimed by the creation itself, never by a look beforehand, so two runs
+  // at the same second each get a name of their own.
+  return first_backup_name_taken(
+      label, when, [&](const std::string& name) { return create_exclusively(name, content, error); });
 }
 
 bool file_exists(const std::string& path) {
@@ -151,13 +177,8 @@ std::string backup_file_name(std::string_view label, std::time_t when) {
 }
 
 std::string unused_backup_file_name(std::string_view label, std::time_t when) {
-  const std::string base = backup_file_name(label, when);
-  std::string name = base;
-  const std::string stem = base.substr(0, base.size() - 5);
-  for (int attempt = 2; file_exists(name); ++attempt) {
-    name = stem + "-" + std::to_string(attempt) + ".json";
-  }
-  return name;
+  return first_backup_name_taken(label, when,
+                                 [](const std::string& name) { return file_exists(name) ? Claim::InUse : Claim::Taken; });
 }
 
 }  // namespace tovanel::uvc_stereo::cli
