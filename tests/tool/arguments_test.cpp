@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -68,6 +69,165 @@ TEST(ParseArguments, RefusesWhatTheCommandDoesNotTake) {
   EXPECT_EQ(parse({"f", "--count", "1", "--count", "2"}).error, "option '--count' is given more than once");
   EXPECT_EQ(parse({}).error, "missing argument: [options] FILE|-");
   EXPECT_EQ(parse({"a", "b"}).error, "unexpected argument 'b'");
+}
+
+TEST(ParseArguments, AnOptionGivenTwiceIsRefusedWhateverItsForm) {
+  EXPECT_EQ(parse({"f", "--count=1", "--count", "1"}).error, "option '--count' is given more than once");
+  EXPECT_EQ(parse({"--dry-run", "f", "--dry-run"}).error, "option '--dry-run' is given more than once");
+  // The shared ones may be repeated: --simulate comes before the command and may come after it too.
+  const ParseOutcome repeated = parse({"--simulate", "f", "--simulate"});
+  ASSERT_TRUE(repeated.arguments) << repeated.error;
+  EXPECT_TRUE(repeated.arguments->has("simulate"));
+  EXPECT_TRUE(parse({"--help", "-h"}).arguments);
+}
+
+TEST(ParseArguments, AnEmptyValueAfterAnEqualsSignIsAMissingValue) {
+  // Never the next word: "--count= --dry-run" must not quietly make --dry-run the count.
+  EXPECT_EQ(parse({"f", "--count="}).error, "option '--count' needs a value (N)");
+  EXPECT_EQ(parse({"--count=", "--dry-run", "f"}).error, "option '--count' needs a value (N)");
+  EXPECT_EQ(parse({"--count=", "7", "f"}).error, "option '--count' needs a value (N)");
+}
+
+TEST(ParseArguments, AFlagTakesNoValueInAnyForm) {
+  for (const std::string word : {"--dry-run=1", "--dry-run=true", "--dry-run=false", "--dry-run=", "--dry-run={}"}) {
+    EXPECT_EQ(parse({"f", word}).error, "option '--dry-run' takes no value") << word;
+  }
+  EXPECT_EQ(parse({"f", "--simulate=1"}).error, "option '--simulate' takes no value");
+  EXPECT_EQ(parse({"--help=yes"}).error, "option '--help' takes no value");
+}
+
+TEST(ParseArguments, AfterDoubleDashEverythingIsAPositional) {
+  const ParseOutcome outcome = parse({"--count", "1", "--", "--colour"});
+  ASSERT_TRUE(outcome.arguments) << outcome.error;
+  EXPECT_EQ(outcome.arguments->value("count"), "1");
+  EXPECT_EQ(outcome.arguments->positionals(), std::vector<std::string>{"--colour"});
+  // So an unknown option there is a positional too many, not an unknown option.
+  EXPECT_EQ(parse({"f", "--", "--colour"}).error, "unexpected argument '--colour'");
+  EXPECT_EQ(parse({"--", "--count=", "--dry-run"}).error, "unexpected argument '--dry-run'");
+  const ParseOutcome dashes = parse({"--", "--"});
+  ASSERT_TRUE(dashes.arguments) << dashes.error;
+  EXPECT_EQ(dashes.arguments->positionals(), std::vector<std::string>{"--"});
+}
+
+TEST(ParseArguments, OptionsMayComeAfterThePositionals) {
+  const ParseOutcome outcome = parse({"file.json", "--dry-run", "--count", "3"});
+  ASSERT_TRUE(outcome.arguments) << outcome.error;
+  EXPECT_TRUE(outcome.arguments->has("dry-run"));
+  EXPECT_EQ(outcome.arguments->value("count"), "3");
+  EXPECT_EQ(outcome.arguments->positionals(), std::vector<std::string>{"file.json"});
+}
+
+TEST(ParseArguments, AValueIsTheNextWordEvenWhenItStartsWithADash) {
+  const ParseOutcome stdout_value = parse({"--count", "-", "f"});
+  ASSERT_TRUE(stdout_value.arguments) << stdout_value.error;
+  EXPECT_EQ(stdout_value.arguments->value("count"), "-");
+  EXPECT_EQ(stdout_value.arguments->positionals(), std::vector<std::string>{"f"});
+
+  const ParseOutcome option_like = parse({"--count", "--evil.json", "f"});
+  ASSERT_TRUE(option_like.arguments) << option_like.error;
+  EXPECT_EQ(option_like.arguments->value("count"), "--evil.json");
+  EXPECT_EQ(parse({"--count=--evil.json", "f"}).arguments->value("count"), "--evil.json");
+
+  // A value that is a known option is still the value, never the option.
+  const ParseOutcome flag_like = parse({"--count", "--dry-run", "f"});
+  ASSERT_TRUE(flag_like.arguments) << flag_like.error;
+  EXPECT_EQ(flag_like.arguments->value("count"), "--dry-run");
+  EXPECT_FALSE(flag_like.arguments->has("dry-run"));
+
+  EXPECT_EQ(parse({"--count", "-1", "f"}).arguments->value("count"), "-1");
+  EXPECT_EQ(parse({"--count", "--", "f"}).arguments->value("count"), "--");
+}
+
+TEST(ParseArguments, ValuesAndPositionalsAreKeptWordForWord) {
+  // No list syntax, no splitting, no trimming: a file may be called "[a,b]" or "/x" or nothing.
+  for (const std::string word : {"[a,b]", "/x", "a,b", " spaced ", "", "{}", "-5", "x=y"}) {
+    const ParseOutcome outcome = parse({"--count", word, word});
+    ASSERT_TRUE(outcome.arguments) << word << ": " << outcome.error;
+    EXPECT_EQ(outcome.arguments->value("count"), word);
+    EXPECT_EQ(outcome.arguments->positionals(), std::vector<std::string>{word});
+  }
+}
+
+TEST(ParseArguments, HelpIsAnsweredOverSurplusPositionalsButNotOverAnUnknownOption) {
+  const ParseOutcome surplus = parse({"a", "b", "c", "--help"});
+  ASSERT_TRUE(surplus.arguments) << surplus.error;
+  EXPECT_TRUE(surplus.arguments->has("help"));
+  EXPECT_EQ(parse({"--help", "--colour"}).error, "unknown option '--colour'");
+  EXPECT_EQ(parse({"--help", "--count"}).error, "option '--count' needs a value (N)");
+}
+
+TEST(ParseArguments, NamesAnUnknownOptionWithoutItsValue) {
+  EXPECT_EQ(parse({"--colour=red", "f"}).error, "unknown option '--colour'");
+  EXPECT_EQ(parse({"f", "-hx"}).error, "unknown option '-x'");
+  // The unknown option is named even where the line is also short of its positional.
+  EXPECT_EQ(parse({"--colour"}).error, "unknown option '--colour'");
+}
+
+TEST(ParseArguments, TakesBetweenTheLeastAndTheMostPositionals) {
+  CommandSyntax syntax = sample_syntax();
+  syntax.min_positionals = 1;
+  syntax.max_positionals = 3;
+  EXPECT_EQ(parse_arguments(syntax, {}).error, "missing argument: [options] FILE|-");
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"a"}, std::vector<std::string>{"a", "b"},
+                                                std::vector<std::string>{"a", "--dry-run", "b", "c"}}) {
+    const ParseOutcome outcome = parse_arguments(syntax, words);
+    ASSERT_TRUE(outcome.arguments) << outcome.error;
+    std::vector<std::string> positionals = words;
+    positionals.erase(std::remove(positionals.begin(), positionals.end(), "--dry-run"), positionals.end());
+    EXPECT_EQ(outcome.arguments->positionals(), positionals);
+  }
+  EXPECT_EQ(parse_arguments(syntax, {"a", "b", "c", "d"}).error, "unexpected argument 'd'");
+
+  syntax.min_positionals = 0;
+  syntax.max_positionals = 0;
+  EXPECT_TRUE(parse_arguments(syntax, {"--dry-run"}).arguments);
+  EXPECT_EQ(parse_arguments(syntax, {"--dry-run", "x"}).error, "unexpected argument 'x'");
+  EXPECT_EQ(parse_arguments(syntax, {"-"}).error, "unexpected argument '-'");
+}
+
+TEST(ParseGlobalArguments, HandsTheCommandAndEverythingAfterItOn) {
+  const GlobalOutcome outcome = parse_global_arguments({"--simulate", "config", "set", "--help", "-", "--x=1"});
+  ASSERT_TRUE(outcome.arguments) << outcome.error;
+  EXPECT_TRUE(outcome.arguments->simulate);
+  EXPECT_FALSE(outcome.arguments->help);
+  EXPECT_FALSE(outcome.arguments->version);
+  EXPECT_EQ(outcome.arguments->command, (std::vector<std::string>{"config", "set", "--help", "-", "--x=1"}));
+
+  const GlobalOutcome plain = parse_global_arguments({"scan", "--simulate"});
+  ASSERT_TRUE(plain.arguments) << plain.error;
+  EXPECT_FALSE(plain.arguments->simulate) << "after the command, --simulate is the command's";
+  EXPECT_EQ(plain.arguments->command, (std::vector<std::string>{"scan", "--simulate"}));
+
+  const GlobalOutcome none = parse_global_arguments({"--simulate", "--simulate"});
+  ASSERT_TRUE(none.arguments) << none.error;
+  EXPECT_TRUE(none.arguments->command.empty());
+  EXPECT_TRUE(parse_global_arguments({}).arguments->command.empty());
+
+  const GlobalOutcome ended = parse_global_arguments({"--", "--simulate"});
+  ASSERT_TRUE(ended.arguments) << ended.error;
+  EXPECT_FALSE(ended.arguments->simulate);
+  EXPECT_EQ(ended.arguments->command, std::vector<std::string>{"--simulate"});
+}
+
+TEST(ParseGlobalArguments, AnswersHelpOrVersionWhicheverComesFirst) {
+  EXPECT_TRUE(parse_global_arguments({"-h"}).arguments->help);
+  EXPECT_TRUE(parse_global_arguments({"--help", "scan"}).arguments->help);
+  const GlobalArguments help_first = *parse_global_arguments({"--help", "--version"}).arguments;
+  EXPECT_TRUE(help_first.help);
+  EXPECT_FALSE(help_first.version);
+  const GlobalArguments version_first = *parse_global_arguments({"--simulate", "--version", "-h"}).arguments;
+  EXPECT_FALSE(version_first.help);
+  EXPECT_TRUE(version_first.version);
+}
+
+TEST(ParseGlobalArguments, RefusesWhatNoCommandTakesBeforeTheCommand) {
+  EXPECT_EQ(parse_global_arguments({"--verbose", "scan"}).error, "unknown option '--verbose' before the command");
+  EXPECT_EQ(parse_global_arguments({"--simulate", "-x", "scan"}).error, "unknown option '-x' before the command");
+  EXPECT_EQ(parse_global_arguments({"--help", "--verbose"}).error, "unknown option '--verbose' before the command");
+  EXPECT_EQ(parse_global_arguments({"--simulate=1", "scan"}).error, "option '--simulate' takes no value");
+  EXPECT_EQ(parse_global_arguments({"--version=", "scan"}).error, "option '--version' takes no value");
+  // What follows the command is the command's to judge.
+  EXPECT_TRUE(parse_global_arguments({"scan", "--simulate=1"}).arguments);
 }
 
 TEST(CommandHelp, ShowsUsageOptionsAndTheSharedOnes) {

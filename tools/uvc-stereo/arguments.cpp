@@ -1,23 +1,27 @@
 #include "uvc-stereo/arguments.h"
 
+#include <CLI/CLI.hpp>
+
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
 
 const OptionSyntax kHelpOption{"help", "", "show this help and exit"};
 const OptionSyntax kSimulateOption{"simulate", "", ""};
+const OptionSyntax kVersionOption{"version", "", ""};
 
-const OptionSyntax* find_option(const CommandSyntax& syntax, std::string_view name) {
+const OptionSyntax* find_option(const std::vector<OptionSyntax>& options, std::string_view name) {
   if (name == kHelpOption.name) {
     return &kHelpOption;
   }
   if (name == kSimulateOption.name) {
     return &kSimulateOption;
   }
-  for (const OptionSyntax& option : syntax.options) {
+  for (const OptionSyntax& option : options) {
     if (option.name == name) {
       return &option;
     }
@@ -26,6 +30,80 @@ const OptionSyntax* find_option(const CommandSyntax& syntax, std::string_view na
 }
 
 bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+
+// CLI11's parser, which also tells how it read each word it could not place: an option it
+// does not know, a positional nobody takes, or the "--" that ended the options.
+class CommandLine : public CLI::App {
+ public:
+  CommandLine() {
+    // "/x" is a file name on every platform, never a Windows-style option.
+    allow_windows_style_options(false);
+    set_help_flag("--help,-h");
+  }
+
+  // Parses the whole line; what CLI11 refuses stays as its exception for the caller to name.
+  void parse_words(const std::vector<std::string>& words) {
+    std::vector<std::string> reversed(words.rbegin(), words.rend());
+    parse(reversed);
+  }
+
+  // The first word that looked like an option this command does not have.
+  [[nodiscard]] std::optional<std::string> unknown_option() const {
+    for (const auto& [kind, word] : missing_) {
+      if (kind == CLI::detail::Classifier::LONG || kind == CLI::detail::Classifier::SHORT ||
+          kind == CLI::detail::Classifier::WINDOWS_STYLE) {
+        return word;
+      }
+    }
+    return std::nullopt;
+  }
+
+  // The words that were no option and found no place, in order; the "--" that ends the options is left out.
+  [[nodiscard]] std::vector<std::string> unplaced_words() const {
+    std::vector<std::string> words;
+    for (const auto& [kind, word] : missing_) {
+      if (kind == CLI::detail::Classifier::NONE) {
+        words.push_back(word);
+      }
+    }
+    return words;
+  }
+};
+
+// An option written with "=": CLI11 reads "--out=" as "--out" and would take the next word as
+// its value, and lets a flag take "=true"; both are refused here, before it reads them.
+std::optional<std::string> attached_value_error(const std::vector<OptionSyntax>& options,
+                                                const std::vector<std::string>& words) {
+  for (const std::string& word : words) {
+    if (word == "--") {
+      break;
+    }
+    const std::size_t equals = word.find('=');
+    if (word.rfind("--", 0) != 0 || equals == std::string::npos) {
+      continue;
+    }
+    const std::string name = word.substr(2, equals - 2);
+    const OptionSyntax* option = find_option(options, name);
+    if (option == nullptr) {
+      continue;  // an unknown option, which CLI11 reports
+    }
+    if (option->value_name.empty()) {
+      return "option '--" + name + "' takes no value";
+    }
+    if (equals + 1 == word.size()) {
+      return "option '--" + name + "' needs a value (" + option->value_name + ")";
+    }
+  }
+  return std::nullopt;
+}
+
+// How users see an unknown option: a long one by its name alone, without what follows "=".
+std::string unknown_option_message(const std::string& word) {
+  if (word.rfind("--", 0) == 0) {
+    return "unknown option '" + word.substr(0, word.find('=')) + "'";
+  }
+  return "unknown option '" + word + "'";
+}
 
 }  // namespace
 
@@ -37,75 +115,180 @@ std::optional<std::string> ParsedArguments::value(std::string_view name) const {
   return found->second;
 }
 
+// Builds a CLI11 parser from a CommandSyntax, lets it read the line, and turns its results and
+// its refusals into ParsedArguments and the tool's own messages.
 struct ArgumentParser {
-  static ParseOutcome parse(const CommandSyntax& syntax, const std::vector<std::string>& args) {
-    ParseOutcome outcome;
+  const CommandSyntax& syntax;
+  const std::vector<std::string>& args;
+  CommandLine line;
+  std::vector<std::pair<const OptionSyntax*, CLI::Option*>> options;
+  std::vector<CLI::Option*> slots;  ///< one per positional, in order
+  CLI::Option* simulate = nullptr;
+
+  ArgumentParser(const CommandSyntax& command, const std::vector<std::string>& words) : syntax(command), args(words) {
+    for (const OptionSyntax& option : syntax.options) {
+      CLI::Option* added = option.value_name.empty() ? line.add_flag("--" + option.name)
+                                                     : line.add_option("--" + option.name);
+      added->description(option.help);
+      // A second value would silently replace the first: twice is refused, flags included.
+      added->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+      if (option.value_name.empty()) {
+        added->disable_flag_override();
+      }
+      options.emplace_back(&option, added);
+    }
+    // --simulate may come both before the command and after it.
+    simulate = line.add_flag("--" + kSimulateOption.name)->description(std::string(simulate_option_help()));
+    simulate->disable_flag_override();
+    for (std::size_t i = 0; i < syntax.max_positionals; ++i) {
+      slots.push_back(line.add_option("ARGUMENT" + std::to_string(i + 1))->required(i < syntax.min_positionals));
+    }
+  }
+
+  // The option whose second value CLI11 refused.
+  [[nodiscard]] const OptionSyntax* given_twice() const {
+    for (const auto& [option, added] : options) {
+      if (added->count() > 1) {
+        return option;
+      }
+    }
+    return nullptr;
+  }
+
+  // CLI11 refuses a value option that ends the line without its value; that option is the last word.
+  [[nodiscard]] std::optional<std::string> missing_value() const {
+    if (args.empty() || args.back().rfind("--", 0) != 0) {
+      return std::nullopt;
+    }
+    const OptionSyntax* option = find_option(syntax.options, std::string_view(args.back()).substr(2));
+    if (option == nullptr || option->value_name.empty()) {
+      return std::nullopt;
+    }
+    return "option '--" + option->name + "' needs a value (" + option->value_name + ")";
+  }
+
+  [[nodiscard]] ParsedArguments results(bool help) const {
     ParsedArguments parsed;
-    bool options_ended = false;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-      const std::string& arg = args[i];
-      if (options_ended || arg == "-" || arg.size() < 2 || arg[0] != '-') {
-        parsed.positionals_.push_back(arg);
+    for (const auto& [option, added] : options) {
+      if (added->count() == 0) {
         continue;
       }
-      if (arg == "--") {
-        options_ended = true;
-        continue;
+      parsed.present_.insert(option->name);
+      if (!option->value_name.empty() && !added->results().empty()) {
+        parsed.values_[option->name] = added->results().front();
       }
-      if (arg == "-h") {
-        parsed.present_.insert(kHelpOption.name);
-        continue;
+    }
+    if (simulate->count() != 0) {
+      parsed.present_.insert(kSimulateOption.name);
+    }
+    if (help) {
+      parsed.present_.insert(kHelpOption.name);
+    }
+    for (const CLI::Option* slot : slots) {
+      for (const std::string& word : slot->results()) {
+        parsed.positionals_.push_back(word);
       }
-      if (arg.compare(0, 2, "--") != 0) {
-        outcome.error = "unknown option '" + arg + "'";
-        return outcome;
-      }
-      const std::size_t equals = arg.find('=');
-      const std::string name = arg.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
-      const OptionSyntax* option = find_option(syntax, name);
-      if (option == nullptr) {
-        outcome.error = "unknown option '--" + name + "'";
-        return outcome;
-      }
-      if (parsed.present_.count(name) != 0 && name != kSimulateOption.name && name != kHelpOption.name) {
-        outcome.error = "option '--" + name + "' is given more than once";
-        return outcome;
-      }
-      parsed.present_.insert(name);
-      if (option->value_name.empty()) {
-        if (equals != std::string::npos) {
-          outcome.error = "option '--" + name + "' takes no value";
-          return outcome;
-        }
-        continue;
-      }
-      if (equals != std::string::npos) {
-        parsed.values_[name] = arg.substr(equals + 1);
-      } else if (i + 1 < args.size()) {
-        parsed.values_[name] = args[++i];
+    }
+    return parsed;
+  }
+
+  ParseOutcome parse() {
+    ParseOutcome outcome;
+    if (std::optional<std::string> refused = attached_value_error(syntax.options, args)) {
+      outcome.error = std::move(*refused);
+      return outcome;
+    }
+    bool help = false;
+    bool mismatch = false;
+    bool missing = false;
+    bool extras = false;
+    std::string refusal;  ///< CLI11's own words, for a refusal the tool has no message of its own for
+    try {
+      line.parse_words(args);
+    } catch (const CLI::CallForHelp&) {
+      // --help answers whatever else is on the line, so a half-typed command still gets its help.
+      help = true;
+    } catch (const CLI::ArgumentMismatch& error) {
+      mismatch = true;
+      refusal = error.what();
+    } catch (const CLI::RequiredError& error) {
+      missing = true;
+      refusal = error.what();
+    } catch (const CLI::ExtrasError& error) {
+      extras = true;
+      refusal = error.what();
+    } catch (const CLI::ParseError& error) {
+      refusal = error.what();
+    }
+    // An unknown option is named first: it is what most often explains the rest.
+    if (const std::optional<std::string> unknown = line.unknown_option()) {
+      outcome.error = unknown_option_message(*unknown);
+    } else if (mismatch) {
+      if (const OptionSyntax* twice = given_twice()) {
+        outcome.error = "option '--" + twice->name + "' is given more than once";
+      } else if (std::optional<std::string> message = missing_value()) {
+        outcome.error = std::move(*message);
       } else {
-        outcome.error = "option '--" + name + "' needs a value (" + option->value_name + ")";
-        return outcome;
+        outcome.error = refusal;
       }
+    } else if (help) {
+      outcome.arguments = results(true);
+    } else if (missing) {
+      outcome.error = "missing argument: " + syntax.synopsis;
+    } else if (extras && !line.unplaced_words().empty()) {
+      outcome.error = "unexpected argument '" + line.unplaced_words().front() + "'";
+    } else if (!refusal.empty()) {
+      outcome.error = refusal;
+    } else {
+      outcome.arguments = results(false);
     }
-    // --help answers whatever else is on the line, so a half-typed command still gets its help.
-    if (!parsed.has(kHelpOption.name)) {
-      if (parsed.positionals_.size() < syntax.min_positionals) {
-        outcome.error = "missing argument: " + syntax.synopsis;
-        return outcome;
-      }
-      if (parsed.positionals_.size() > syntax.max_positionals) {
-        outcome.error = "unexpected argument '" + parsed.positionals_[syntax.max_positionals] + "'";
-        return outcome;
-      }
-    }
-    outcome.arguments = std::move(parsed);
     return outcome;
   }
 };
 
 ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std::string>& args) {
-  return ArgumentParser::parse(syntax, args);
+  ArgumentParser parser(syntax, args);
+  return parser.parse();
+}
+
+GlobalOutcome parse_global_arguments(const std::vector<std::string>& args) {
+  GlobalOutcome outcome;
+  CommandLine line;
+  CLI::Option* simulate = line.add_flag("--" + kSimulateOption.name);
+  CLI::Option* version = line.add_flag("--" + kVersionOption.name);
+  // The first word that is no option is the command: it and everything after it are the command's.
+  line.prefix_command();
+  try {
+    line.parse_words(args);
+  } catch (const CLI::CallForHelp&) {
+    // Answered below, after the checks, in the order --help and --version came.
+  } catch (const CLI::ParseError& error) {
+    outcome.error = error.what();
+    return outcome;
+  }
+  GlobalArguments global;
+  global.command = line.unplaced_words();
+  const std::vector<std::string> before(args.begin(),
+                                        args.end() - static_cast<std::ptrdiff_t>(global.command.size()));
+  if (const std::optional<std::string> unknown = line.unknown_option()) {
+    outcome.error = "unknown option '" + *unknown + "' before the command";
+    return outcome;
+  }
+  if (std::optional<std::string> refused = attached_value_error({kVersionOption}, before)) {
+    outcome.error = std::move(*refused);
+    return outcome;
+  }
+  global.simulate = simulate->count() != 0;
+  // Of --help and --version, the one given first is answered.
+  for (const CLI::Option* option : line.parse_order()) {
+    if (option == version || option == line.get_help_ptr()) {
+      global.help = option != version;
+      global.version = option == version;
+      break;
+    }
+  }
+  outcome.arguments = std::move(global);
+  return outcome;
 }
 
 std::string_view simulate_option_help() {

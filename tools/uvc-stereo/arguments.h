@@ -50,8 +50,27 @@ struct ParseOutcome {
 };
 
 // Every command also accepts --help and --simulate; "--name=value" and "--name value" are
-// the same; "--" ends the options; a lone "-" is a positional (standard input).
+// the same, and an option that takes a value takes the next word whatever it is ("--backup -",
+// "--backup --x.json"), while "--name=" is a missing value; "--" ends the options; a lone "-"
+// is a positional (standard input), and so is a negative number. Options and positionals may
+// come in any order; an option given twice is refused.
 [[nodiscard]] ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std::string>& args);
+
+// The options every command shares, given before the command ("uvc-stereo --simulate scan").
+struct GlobalArguments {
+  bool help = false;     ///< --help or -h (of it and --version, the one given first counts)
+  bool version = false;  ///< --version
+  bool simulate = false;
+  std::vector<std::string> command;  ///< the command word and every word after it; empty when none is given
+};
+
+struct GlobalOutcome {
+  std::optional<GlobalArguments> arguments;  ///< engaged on success
+  std::string error;                         ///< why the command line was refused
+};
+
+// Reads the options before the command; an option the tool does not have is refused there.
+[[nodiscard]] GlobalOutcome parse_global_arguments(const std::vector<std::string>& args);
 
 // The command's --help text.
 void print_command_help(const CommandSyntax& syntax, std::ostream& out);

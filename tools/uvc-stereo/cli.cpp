@@ -35,58 +35,54 @@ void print_overview(std::ostream& out) {
          "Run 'uvc-stereo COMMAND --help' for a command's options.\n";
 }
 
-// "config" alone, or followed by an option or an unknown word.
+// "config" alone, or followed by an option or an unknown word: its help, or what it needs.
 int run_config_overview(const std::vector<std::string>& args, Console& console) {
-  for (const std::string& arg : args) {
-    if (arg == "--help" || arg == "-h") {
-      console.out << "Usage: uvc-stereo config get [options]\n"
-                     "       uvc-stereo config set [options] FILE|-\n"
-                     "\n"
-                     "Run 'uvc-stereo config get --help' or 'uvc-stereo config set --help' for their options.\n";
-      return kExitOk;
-    }
+  CommandSyntax syntax;
+  syntax.name = "config";
+  const ParseOutcome parsed = parse_arguments(syntax, args);
+  if (parsed.arguments && parsed.arguments->has("help")) {
+    console.out << "Usage: uvc-stereo config get [options]\n"
+                   "       uvc-stereo config set [options] FILE|-\n"
+                   "\n"
+                   "Run 'uvc-stereo config get --help' or 'uvc-stereo config set --help' for their options.\n";
+    return kExitOk;
   }
   return report_usage_error("config", "'config' needs 'get' or 'set'", console);
 }
 
 int run_cli_unchecked(const std::vector<std::string>& args, Console& console) {
-  // --simulate may come before the command; it is handed on to the command, which owns it.
-  std::vector<std::string> global;
-  std::size_t position = 0;
-  for (; position < args.size() && args[position].rfind('-', 0) == 0; ++position) {
-    global.push_back(args[position]);
+  const GlobalOutcome parsed = parse_global_arguments(args);
+  if (!parsed.arguments) {
+    return report_usage_error("", parsed.error, console);
   }
-  bool simulate = false;
-  for (const std::string& option : global) {
-    if (option == "--help" || option == "-h") {
-      print_overview(console.out);
-      return kExitOk;
-    }
-    if (option == "--version") {
-      console.out << "uvc-stereo " << kVersion << "\n";
-      return kExitOk;
-    }
-    if (option != "--simulate") {
-      return report_usage_error("", "unknown option '" + option + "' before the command", console);
-    }
-    simulate = true;
+  const GlobalArguments& global = *parsed.arguments;
+  if (global.help) {
+    print_overview(console.out);
+    return kExitOk;
   }
-  if (position == args.size()) {
+  if (global.version) {
+    console.out << "uvc-stereo " << kVersion << "\n";
+    return kExitOk;
+  }
+  const std::vector<std::string>& words = global.command;
+  if (words.empty()) {
     print_overview(console.err);
     return kExitUsage;
   }
-  std::string command = args[position++];
+  std::size_t position = 0;
+  std::string command = words[position++];
   // "config" takes its subcommand word first.
-  if (command == "config" && position < args.size() && args[position].rfind('-', 0) != 0) {
-    command += " " + args[position++];
+  if (command == "config" && position < words.size() && words[position].rfind('-', 0) != 0) {
+    command += " " + words[position++];
   }
-  std::vector<std::string> rest(args.begin() + static_cast<std::ptrdiff_t>(position), args.end());
-  if (simulate) {
+  std::vector<std::string> rest(words.begin() + static_cast<std::ptrdiff_t>(position), words.end());
+  // --simulate given before the command is handed on to the command, which owns it.
+  if (global.simulate) {
     rest.insert(rest.begin(), "--simulate");
   }
   if (command == "help") {
     // "help COMMAND" is "COMMAND --help"; "help" alone is the overview.
-    std::vector<std::string> topic(args.begin() + static_cast<std::ptrdiff_t>(position), args.end());
+    std::vector<std::string> topic(words.begin() + static_cast<std::ptrdiff_t>(position), words.end());
     if (topic.empty()) {
       print_overview(console.out);
       return kExitOk;
