@@ -61,5 +61,53 @@ TEST(JsonWriter, WritesTheFullRangeOfIntegers) {
   EXPECT_EQ(json.text(), "[18446744073709551615,-9223372036854775808]");
 }
 
+TEST(JsonWriter, BytesThatAreNotUtf8BecomeTheReplacementCharacter) {
+  // A camera may report any bytes as its name: the output stays valid UTF-8 JSON.
+  EXPECT_EQ(json_quote("cam\xff\xc3("), "\"cam\xef\xbf\xbd\xef\xbf\xbd(\"");
+  JsonWriter json;
+  json.begin_object()
+      .key("friendly_name")
+      .string("Tovanel \xfe\x80 cam")
+      .key("path")
+      .string("\\\\?\\\xc0")
+      .end_object();
+  const JsonValue parsed = JsonValue::parse(json.text());
+  EXPECT_EQ(parsed["friendly_name"].string(), "Tovanel \xef\xbf\xbd\xef\xbf\xbd cam");
+  EXPECT_EQ(parsed["path"].string(), "\\\\?\\\xef\xbf\xbd");
+}
+
+TEST(JsonWriter, KeysKeepTheOrderTheyAreWrittenIn) {
+  JsonWriter json;
+  json.begin_object().key("z").number(1).key("a").number(2).key("m").begin_array().end_array().end_object();
+  EXPECT_EQ(json.text(), R"({"z":1,"a":2,"m":[]})");
+}
+
+TEST(JsonWriter, TheTextAppearsWhenTheOutermostValueIsComplete) {
+  JsonWriter json;
+  json.begin_object().key("a").begin_array().number(1);
+  EXPECT_EQ(json.text(), "");
+  json.end_array();
+  EXPECT_EQ(json.text(), "");
+  json.end_object();
+  EXPECT_EQ(json.text(), R"({"a":[1]})");
+  JsonWriter scalar;
+  scalar.string("x");
+  EXPECT_EQ(scalar.text(), R"("x")");
+}
+
+TEST(JsonWriter, RoundedNumbersKeepExactlyTheirSignificantDigits) {
+  JsonWriter json;
+  json.begin_array()
+      .number(0.000125)
+      .number(1234.56789012, 9)
+      .number(0.1 + 0.2)
+      .number(12345678901.0)
+      .number(1e20)
+      .number(-2.5e-7, 3)
+      .number(-0.0)
+      .end_array();
+  EXPECT_EQ(json.text(), "[0.000125,1234.56789,0.3,12345678900,1e+20,-2.5e-07,0]");
+}
+
 }  // namespace
 }  // namespace tovanel::uvc_stereo::cli

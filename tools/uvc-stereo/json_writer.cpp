@@ -2,44 +2,38 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <utility>
 
 namespace tovanel::uvc_stereo::cli {
+namespace {
 
-std::string json_quote(std::string_view text) {
-  std::string quoted;
-  quoted.reserve(text.size() + 2);
-  quoted += '"';
-  for (char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    switch (c) {
-      case '"':
-        quoted += "\\\"";
-        break;
-      case '\\':
-        quoted += "\\\\";
-        break;
-      case '\n':
-        quoted += "\\n";
-        break;
-      case '\r':
-        quoted += "\\r";
-        break;
-      case '\t':
-        quoted += "\\t";
-        break;
-      default:
-        if (byte < 0x20 || byte == 0x7F) {
-          char escaped[8];
-          std::snprintf(escaped, sizeof(escaped), "\\u%04x", static_cast<unsigned>(byte));
-          quoted += escaped;
-        } else {
-          quoted += c;
-        }
+using Json = nlohmann::ordered_json;
+
+// Compact UTF-8 text of `value`. Bytes that are not UTF-8 become U+FFFD rather than failing the
+// output; DEL, which the library passes through, is escaped too, so that no control character
+// reaches a terminal that shows the output.
+std::string serialize(const Json& value) {
+  const std::string dumped = value.dump(-1, ' ', false, Json::error_handler_t::replace);
+  std::string text;
+  text.reserve(dumped.size());
+  for (const char c : dumped) {
+    if (c == '\x7f') {
+      text += "\\u007f";
+    } else {
+      text += c;
     }
   }
-  quoted += '"';
-  return quoted;
+  return text;
 }
+
+// Integers that a double holds exactly are written without a fraction ("2048", not "2048.0").
+constexpr double kExactIntegerLimit = 9007199254740992.0;  // 2^53
+
+}  // namespace
+
+std::string json_quote(std::string_view text) { return serialize(Json(std::string(text))); }
 
 std::string format_decimal(double value, int significant) {
   char buffer[64];
@@ -47,87 +41,70 @@ std::string format_decimal(double value, int significant) {
   return buffer;
 }
 
-void JsonWriter::before_value() {
-  if (after_key_) {
-    after_key_ = false;
-    return;
-  }
-  if (!has_element_.empty()) {
-    if (has_element_.back()) {
-      text_ += ',';
+JsonWriter::JsonWriter() = default;
+JsonWriter::~JsonWriter() = default;
+
+JsonWriter& JsonWriter::add(Json&& value) {
+  if (open_.empty()) {
+    document_ = std::make_unique<Json>(std::move(value));
+    if (document_->is_structured()) {
+      open_.push_back(document_.get());
+    } else {
+      text_ = serialize(*document_);
     }
-    has_element_.back() = true;
+    return *this;
   }
-}
-
-JsonWriter& JsonWriter::begin_object() {
-  before_value();
-  text_ += '{';
-  has_element_.push_back(false);
+  Json& parent = *open_.back();
+  Json* child = nullptr;
+  if (parent.is_object()) {
+    child = &(parent[pending_key_] = std::move(value));
+  } else {
+    parent.push_back(std::move(value));
+    child = &parent.back();
+  }
+  // A container stays open until it is ended; its parent takes nothing else meanwhile, so the
+  // pointer to it stays valid.
+  if (child->is_structured()) {
+    open_.push_back(child);
+  }
   return *this;
 }
 
-JsonWriter& JsonWriter::end_object() {
-  text_ += '}';
-  has_element_.pop_back();
+JsonWriter& JsonWriter::close() {
+  open_.pop_back();
+  if (open_.empty()) {
+    text_ = serialize(*document_);
+  }
   return *this;
 }
 
-JsonWriter& JsonWriter::begin_array() {
-  before_value();
-  text_ += '[';
-  has_element_.push_back(false);
-  return *this;
-}
-
-JsonWriter& JsonWriter::end_array() {
-  text_ += ']';
-  has_element_.pop_back();
-  return *this;
-}
+JsonWriter& JsonWriter::begin_object() { return add(Json::object()); }
+JsonWriter& JsonWriter::end_object() { return close(); }
+JsonWriter& JsonWriter::begin_array() { return add(Json::array()); }
+JsonWriter& JsonWriter::end_array() { return close(); }
 
 JsonWriter& JsonWriter::key(std::string_view name) {
-  before_value();
-  text_ += json_quote(name);
-  text_ += ':';
-  after_key_ = true;
+  pending_key_.assign(name.data(), name.size());
   return *this;
 }
 
-JsonWriter& JsonWriter::string(std::string_view text) {
-  before_value();
-  text_ += json_quote(text);
-  return *this;
-}
-
-JsonWriter& JsonWriter::number(std::int64_t value) {
-  before_value();
-  text_ += std::to_string(value);
-  return *this;
-}
-
-JsonWriter& JsonWriter::number(std::uint64_t value) {
-  before_value();
-  text_ += std::to_string(value);
-  return *this;
-}
+JsonWriter& JsonWriter::string(std::string_view text) { return add(Json(std::string(text))); }
+JsonWriter& JsonWriter::number(std::int64_t value) { return add(Json(value)); }
+JsonWriter& JsonWriter::number(std::uint64_t value) { return add(Json(value)); }
+JsonWriter& JsonWriter::boolean(bool value) { return add(Json(value)); }
+JsonWriter& JsonWriter::null() { return add(Json(nullptr)); }
 
 JsonWriter& JsonWriter::number(double value, int significant) {
-  before_value();
-  text_ += std::isfinite(value) ? format_decimal(value, significant) : "null";
-  return *this;
-}
-
-JsonWriter& JsonWriter::boolean(bool value) {
-  before_value();
-  text_ += value ? "true" : "false";
-  return *this;
-}
-
-JsonWriter& JsonWriter::null() {
-  before_value();
-  text_ += "null";
-  return *this;
+  if (!std::isfinite(value)) {
+    return null();
+  }
+  // The library writes the shortest text that reads back as the same double, so a value rounded
+  // to `significant` digits (up to 15) is written with exactly those digits.
+  const double rounded = std::strtod(format_decimal(value, significant).c_str(), nullptr);
+  if (std::fabs(rounded) < kExactIntegerLimit && std::trunc(rounded) == rounded) {
+    return add(Json(static_cast<std::int64_t>(rounded)));
+  }
+  return add(Json(rounded));
 }
 
 }  // namespace tovanel::uvc_stereo::cli

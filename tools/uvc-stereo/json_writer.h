@@ -1,16 +1,25 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace tovanel::uvc_stereo::cli {
 
-// Builds compact JSON text for the tool's --json output. Strings are escaped so that any
-// bytes a camera reports (names, paths) still give valid JSON; commas are placed by the writer.
+// Builds the tool's --json output as an nlohmann/json document, members in the order they are
+// written, and serializes it compactly once the outermost value is complete. The output is valid
+// UTF-8 JSON whatever bytes a camera reports: bytes that are not UTF-8 (in a name or a path)
+// become U+FFFD, control characters and DEL are escaped.
 class JsonWriter {
  public:
+  JsonWriter();
+  ~JsonWriter();
+  JsonWriter(const JsonWriter&) = delete;
+  JsonWriter& operator=(const JsonWriter&) = delete;
+
   JsonWriter& begin_object();
   JsonWriter& end_object();
   JsonWriter& begin_array();
@@ -22,23 +31,28 @@ class JsonWriter {
   JsonWriter& number(std::uint64_t value);
   JsonWriter& number(int value) { return number(static_cast<std::int64_t>(value)); }
   JsonWriter& number(unsigned value) { return number(static_cast<std::uint64_t>(value)); }
-  // Up to `significant` digits, shortest form; NaN and infinities (no JSON form) become null.
+  // Rounded to `significant` digits and written in the shortest form that keeps them ("16.4",
+  // "0.3333", "2048"); NaN and infinities (no JSON form) become null.
   JsonWriter& number(double value, int significant = 10);
   JsonWriter& boolean(bool value);
   JsonWriter& null();
 
+  // The compact text of the document; empty until its outermost value is complete.
   [[nodiscard]] const std::string& text() const noexcept { return text_; }
 
  private:
-  void before_value();
+  // Places `value` in the open container (under the pending key) or makes it the document.
+  JsonWriter& add(nlohmann::ordered_json&& value);
+  JsonWriter& open(nlohmann::ordered_json&& container);
+  JsonWriter& close();
 
+  std::unique_ptr<nlohmann::ordered_json> document_;
+  std::vector<nlohmann::ordered_json*> open_;
+  std::string pending_key_;
   std::string text_;
-  // One entry per open container: whether it already holds an element.
-  std::vector<bool> has_element_;
-  bool after_key_ = false;
 };
 
-// `text` as a JSON string literal, quotes included.
+// `text` as a JSON string literal, quotes included, escaped as the writer does.
 [[nodiscard]] std::string json_quote(std::string_view text);
 
 // A double in at most `significant` significant digits ("16.4", "0.000125", "2048").
