@@ -3,12 +3,13 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
-// A small JSON reader for checking the tool's --json output: it parses a document into
+// A JSON reader (nlohmann/json underneath) for checking the tool's --json output: it parses a document into
 // values that the tests can walk, and throws on anything that is not exactly one valid value.
 namespace tovanel::uvc_stereo::tool_testing {
 
@@ -33,16 +34,16 @@ class JsonValue {
   }
   [[nodiscard]] const JsonValue& operator[](std::size_t index) const { return array().at(index); }
 
-  // Parses exactly one JSON value, surrounded by optional whitespace.
+  // Parses exactly one JSON value, surrounded by optional whitespace, as a strict reader does:
+  // text that is not UTF-8 is refused too. The tool escapes control characters only, so any
+  // other \u escape is refused as well.
   static JsonValue parse(std::string_view text) {
-    Parser parser{text, 0};
-    parser.skip_space();
-    JsonValue value = parser.value();
-    parser.skip_space();
-    if (parser.pos != text.size()) {
-      throw std::runtime_error("trailing text at " + std::to_string(parser.pos));
+    refuse_escapes_beyond_control_characters(text);
+    try {
+      return from(nlohmann::json::parse(text.begin(), text.end()));
+    } catch (const nlohmann::json::exception& error) {
+      throw std::runtime_error(error.what());
     }
-    return value;
   }
 
  private:
@@ -53,160 +54,56 @@ class JsonValue {
     return *this;
   }
 
-  struct Parser {
-    std::string_view text;
-    std::size_t pos;
-
-    [[noreturn]] void fail(const char* what) const {
-      throw std::runtime_error(std::string(what) + " at " + std::to_string(pos));
-    }
-    void skip_space() {
-      while (pos < text.size() && (text[pos] == ' ' || text[pos] == '\n' || text[pos] == '\r' || text[pos] == '\t')) {
-        ++pos;
-      }
-    }
-    char peek() const { return pos < text.size() ? text[pos] : '\0'; }
-    void take(char c) {
-      if (peek() != c) {
-        fail("unexpected character");
-      }
-      ++pos;
-    }
-    JsonValue value() {
-      JsonValue v;
-      const char c = peek();
-      if (c == '{') {
-        v.kind_ = Kind::Object;
-        take('{');
-        skip_space();
-        if (peek() == '}') {
-          take('}');
-          return v;
-        }
-        for (;;) {
-          skip_space();
-          const std::string key = string_token();
-          skip_space();
-          take(':');
-          skip_space();
-          v.object_[key] = value();
-          skip_space();
-          if (peek() == '}') {
-            take('}');
-            return v;
-          }
-          take(',');
-        }
-      }
-      if (c == '[') {
-        v.kind_ = Kind::Array;
-        take('[');
-        skip_space();
-        if (peek() == ']') {
-          take(']');
-          return v;
-        }
-        for (;;) {
-          skip_space();
-          v.array_.push_back(value());
-          skip_space();
-          if (peek() == ']') {
-            take(']');
-            return v;
-          }
-          take(',');
-        }
-      }
-      if (c == '"') {
-        v.kind_ = Kind::String;
-        v.string_ = string_token();
-        return v;
-      }
-      if (text.substr(pos, 4) == "true" || text.substr(pos, 5) == "false") {
+  static JsonValue from(const nlohmann::json& parsed) {
+    JsonValue v;
+    switch (parsed.type()) {
+      case nlohmann::json::value_t::null:
+        break;
+      case nlohmann::json::value_t::boolean:
         v.kind_ = Kind::Boolean;
-        v.boolean_ = c == 't';
-        pos += v.boolean_ ? 4 : 5;
-        return v;
-      }
-      if (text.substr(pos, 4) == "null") {
-        pos += 4;
-        return v;
-      }
-      const std::size_t start = pos;
-      while (pos < text.size() && std::string_view("+-0123456789.eE").find(text[pos]) != std::string_view::npos) {
-        ++pos;
-      }
-      if (start == pos) {
-        fail("no value");
-      }
-      const std::string number(text.substr(start, pos - start));
-      std::size_t used = 0;
-      v.kind_ = Kind::Number;
-      v.number_ = std::stod(number, &used);
-      if (used != number.size()) {
-        fail("bad number");
-      }
-      return v;
+        v.boolean_ = parsed.get<bool>();
+        break;
+      case nlohmann::json::value_t::string:
+        v.kind_ = Kind::String;
+        v.string_ = parsed.get<std::string>();
+        break;
+      case nlohmann::json::value_t::array:
+        v.kind_ = Kind::Array;
+        for (const nlohmann::json& element : parsed) {
+          v.array_.push_back(from(element));
+        }
+        break;
+      case nlohmann::json::value_t::object:
+        v.kind_ = Kind::Object;
+        for (const auto& [key, member] : parsed.items()) {
+          v.object_[key] = from(member);
+        }
+        break;
+      case nlohmann::json::value_t::number_integer:
+      case nlohmann::json::value_t::number_unsigned:
+      case nlohmann::json::value_t::number_float:
+        v.kind_ = Kind::Number;
+        v.number_ = parsed.get<double>();
+        break;
+      default:
+        throw std::runtime_error("not a JSON value");
     }
-    std::string string_token() {
-      take('"');
-      std::string out;
-      for (;;) {
-        if (pos >= text.size()) {
-          fail("unterminated string");
-        }
-        const char c = text[pos++];
-        if (c == '"') {
-          return out;
-        }
-        if (static_cast<unsigned char>(c) < 0x20) {
-          fail("control character in string");
-        }
-        if (c != '\\') {
-          out += c;
-          continue;
-        }
-        const char e = peek();
-        ++pos;
-        switch (e) {
-          case '"':
-          case '\\':
-          case '/':
-            out += e;
-            break;
-          case 'n':
-            out += '\n';
-            break;
-          case 't':
-            out += '\t';
-            break;
-          case 'r':
-            out += '\r';
-            break;
-          case 'b':
-            out += '\b';
-            break;
-          case 'f':
-            out += '\f';
-            break;
-          case 'u': {
-            if (pos + 4 > text.size()) {
-              fail("short \\u escape");
-            }
-            const unsigned code = static_cast<unsigned>(std::stoul(std::string(text.substr(pos, 4)), nullptr, 16));
-            pos += 4;
-            if (code >= 0x80) {
-              fail("the tool escapes only control characters");
-            }
-            out += static_cast<char>(code);
-            break;
-          }
-          default:
-            fail("bad escape");
+    return v;
+  }
+
+  static void refuse_escapes_beyond_control_characters(std::string_view text) {
+    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+      if (text[i] != '\\') {
+        continue;
+      }
+      if (text[i + 1] == 'u' && (text.substr(i + 2, 2) != "00" || text.substr(i + 4, 1) > "1")) {
+        if (text.substr(i + 2, 4) != "007f") {
+          throw std::runtime_error("the tool escapes only control characters, at " + std::to_string(i));
         }
       }
+      ++i;  // the escaped character, which may itself be a backslash
     }
-  };
+  }
 
   Kind kind_ = Kind::Null;
   bool boolean_ = false;
