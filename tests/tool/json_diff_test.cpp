@@ -80,5 +80,29 @@ TEST(JsonDiff, StringValuesKeepTheirEscapesAndSeparators) {
   EXPECT_EQ(diff.lines, (Lines{R"(~ /s: "a,b}" -> "a\"]")"}));
 }
 
+TEST(JsonDiff, IntegersBeyondAnyMachineWordAreComparedDigitByDigit) {
+  // A double (or a 64-bit integer) holds neither value; both would read as the same number.
+  const JsonDiff diff =
+      diff_json(R"({"serial":123456789012345678901234567890,"id":1.23456789012345678901234567890e29})",
+                R"({"serial":123456789012345678901234567891,"id":123456789012345678901234567890})");
+  EXPECT_EQ(diff.lines, (Lines{"~ /serial: 123456789012345678901234567890 -> 123456789012345678901234567891",
+                               "~ /id: 1.23456789012345678901234567890e29 -> 123456789012345678901234567890"
+                               " (the same value; only its text differs)"}));
+}
+
+TEST(JsonDiff, LongDecimalsAreComparedToTheirLastDigit) {
+  const JsonDiff diff =
+      diff_json(R"({"k":0.10000000000000000001,"t":-1.5000000000000000000000})", R"({"k":0.1,"t":-15e-1})");
+  EXPECT_EQ(diff.lines, (Lines{"~ /k: 0.10000000000000000001 -> 0.1",
+                               "~ /t: -1.5000000000000000000000 -> -15e-1 (the same value; only its text differs)"}));
+}
+
+TEST(JsonDiff, ExponentsTooLongToCompareAreNeverCalledTheSameValue) {
+  const JsonDiff diff = diff_json(R"({"a":1e99999999999999999999,"b":1e-0000000000000000000002})",
+                                  R"({"a":1e99999999999999999998,"b":0.01})");
+  EXPECT_EQ(diff.lines, (Lines{"~ /a: 1e99999999999999999999 -> 1e99999999999999999998",
+                               "~ /b: 1e-0000000000000000000002 -> 0.01 (the same value; only its text differs)"}));
+}
+
 }  // namespace
 }  // namespace tovanel::uvc_stereo::cli

@@ -74,5 +74,37 @@ TEST(OffsetInMessage, ReadsTheOffsetOfAJsonFailure) {
   EXPECT_FALSE(offset_in_message("at offset x", offset));
 }
 
+TEST(PrettyPrintJson, KeepsEveryNumberAndEscapeAsSpelled) {
+  // A configuration printed for editing and written back must not lose a digit: these numbers
+  // do not fit a double or a 64-bit integer, and the escapes are the user's own.
+  const std::string minified =
+      R"({"serial":123456789012345678901234567890,"gain":1.00000000000000000001,"z":-0,"e":1E5,"s":"\u0041\/\n"})";
+  const std::string pretty = pretty_print_json(minified);
+  EXPECT_EQ(pretty,
+            "{\n  \"serial\": 123456789012345678901234567890,\n  \"gain\": 1.00000000000000000001,\n  \"z\": -0,\n"
+            "  \"e\": 1E5,\n  \"s\": \"\\u0041\\/\\n\"\n}");
+  const Result<std::string> again = minify_and_validate_json(pretty);
+  ASSERT_TRUE(again.ok()) << again.status().message();
+  EXPECT_EQ(again.value(), minified);
+}
+
+TEST(FlattenJson, EmptyContainersAndNullAreDifferentLeaves) {
+  const std::vector<JsonLeaf> leaves = flatten_json(R"({"a":[],"b":{},"c":null,"d":[[]]})");
+  ASSERT_EQ(leaves.size(), 4u);
+  EXPECT_EQ(leaves[0].value, "[]");
+  EXPECT_EQ(leaves[1].value, "{}");
+  EXPECT_EQ(leaves[2].value, "null");
+  EXPECT_EQ(leaves[3].path, "/d/0");
+  EXPECT_EQ(leaves[3].value, "[]");
+}
+
+TEST(FlattenJson, KeepsARepeatedKeyAndTheDocumentsOrder) {
+  const std::vector<JsonLeaf> leaves = flatten_json(R"({"z":1,"a":2,"z":3})");
+  ASSERT_EQ(leaves.size(), 3u);
+  EXPECT_EQ(leaves[0].path + "=" + leaves[0].value, "/z=1");
+  EXPECT_EQ(leaves[1].path + "=" + leaves[1].value, "/a=2");
+  EXPECT_EQ(leaves[2].path + "=" + leaves[2].value, "/z=3");
+}
+
 }  // namespace
 }  // namespace tovanel::uvc_stereo::cli

@@ -36,6 +36,9 @@ struct DecimalValue {
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
+// Exponents up to 10^15 stay exact in a long long together with the shift by the digits' count.
+constexpr std::size_t kMaxExponentDigits = 15;
+
 // The value of a minified JSON number; false for any other leaf (strings, literals, containers).
 bool decimal_value(const std::string& text, DecimalValue& value) {
   std::size_t i = 0;
@@ -66,9 +69,17 @@ bool decimal_value(const std::string& text, DecimalValue& value) {
       exponent_negative = text[i] == '-';
       ++i;
     }
+    std::size_t exponent_digits = 0;
     for (; i < text.size() && is_digit(text[i]); ++i) {
-      // Beyond any double's range already; clamping keeps the arithmetic defined.
-      exponent = exponent > 1000000000LL ? exponent : exponent * 10 + (text[i] - '0');
+      if (exponent != 0 || text[i] != '0') {
+        ++exponent_digits;
+      }
+      exponent = exponent * 10 + (text[i] - '0');
+      // An exponent of more digits is not compared at all: saying two different values are the
+      // same would be worse than not noticing that two spellings are.
+      if (exponent_digits > kMaxExponentDigits) {
+        return false;
+      }
     }
     exponent = exponent_negative ? -exponent : exponent;
   }
