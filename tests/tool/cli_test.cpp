@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -112,6 +113,100 @@ TEST_F(VendorLibraryMissing, EveryCameraCommandSaysSoAndSuggestsSimulate) {
         << run.err;
     EXPECT_EQ(run.out, "");
   }
+}
+
+// Command lines as careless hands type them, against the scenario's cameras: each is refused
+// as usage before any camera is touched, or does exactly what it says.
+class CliCommandLine : public ScenarioTest {
+ protected:
+  [[nodiscard]] bool flash_was_changed() const {
+    return calls_named("SonixCam_WriteToSF") != 0 || calls_named("SonixCam_SectorEraseSF") != 0;
+  }
+  const ScratchDirectory scratch_;
+};
+
+TEST_F(CliCommandLine, AFlagGivenAValueIsRefusedBeforeTheCameraIsTouched) {
+  const std::string input = scratch_.write("new.json", R"({"k":1})");
+  // "--dry-run=false" must not be read as a write, nor "--dry-run=1" as anything but a mistake.
+  for (const std::string word : {"--dry-run=1", "--dry-run=false", "--dry-run=true"}) {
+    const ToolRun run = run_tool({"config", "set", input, "--index", "0", "--no-backup", word});
+    EXPECT_EQ(run.status, 2) << word;
+    EXPECT_EQ(run.err,
+              "uvc-stereo: UsageError: option '--dry-run' takes no value (see: uvc-stereo config set --help)\n");
+  }
+  EXPECT_TRUE(rig_.calls().empty());
+}
+
+TEST_F(CliCommandLine, AnEmptyValueNeverTakesTheNextOptionAsItsValue) {
+  const WorkingDirectory inside(scratch_.path());
+  const std::string input = scratch_.write("new.json", R"({"k":1})");
+  // Read as "--backup --dry-run", this would save a backup named --dry-run and write the camera.
+  const ToolRun set = run_tool({"config", "set", input, "--index", "0", "--backup=", "--dry-run"});
+  EXPECT_EQ(set.status, 2);
+  EXPECT_EQ(set.err,
+            "uvc-stereo: UsageError: option '--backup' needs a value (FILE) (see: uvc-stereo config set --help)\n");
+  const ToolRun get = run_tool({"config", "get", "--index", "0", "--out=", "--pretty"});
+  EXPECT_EQ(get.status, 2);
+  EXPECT_EQ(get.err, "uvc-stereo: UsageError: option '--out' needs a value (FILE) (see: uvc-stereo config get --help)\n");
+  EXPECT_EQ(get.out, "");
+  EXPECT_EQ(scratch_.names(), std::vector<std::string>{"new.json"});
+  EXPECT_TRUE(rig_.calls().empty());
+}
+
+TEST_F(CliCommandLine, AnOptionGivenTwiceIsRefusedRatherThanOneOfThemChosen) {
+  const ToolRun run = run_tool({"info", "--index", "0", "--index=1"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "uvc-stereo: UsageError: option '--index' is given more than once (see: uvc-stereo info --help)\n");
+  const ToolRun flags = run_tool({"scan", "--json", "--require-serial", "--json"});
+  EXPECT_EQ(flags.status, 2);
+  EXPECT_EQ(flags.err, "uvc-stereo: UsageError: option '--json' is given more than once (see: uvc-stereo scan --help)\n");
+  EXPECT_TRUE(rig_.calls().empty());
+  // --simulate before the command and again after it is one wish, not a conflict.
+  EXPECT_EQ(run_tool({"--simulate", "scan", "--simulate", "--json"}).status, 0);
+}
+
+TEST_F(CliCommandLine, AfterDoubleDashAnOptionIsAnArgument) {
+  const ToolRun run = run_tool({"scan", "--", "--json"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "uvc-stereo: UsageError: unexpected argument '--json' (see: uvc-stereo scan --help)\n");
+  EXPECT_TRUE(rig_.calls().empty());
+}
+
+TEST_F(CliCommandLine, ABackupNamedLikeAnOptionIsTheValueAndItsUndoHintWorksAsPrinted) {
+  const WorkingDirectory inside(scratch_.path());
+  const std::string input = scratch_.write("new.json", R"({"name":"changed"})");
+  const std::string original = cli::scenario_cameras()[0].stored_json;
+  // A value option takes the next word whatever it looks like, as "--backup=--evil.json" does.
+  const ToolRun run = run_tool({"config", "set", input, "--index", "0", "--backup", "--evil.json"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(scratch_.read(scratch_.file("--evil.json")), original + "\n");
+  const std::string prefix = "undo with: uvc-stereo ";
+  const std::size_t at = run.err.find(prefix);
+  ASSERT_NE(at, std::string::npos) << run.err;
+  const std::string hint = run.err.substr(at + prefix.size(), run.err.find('\n', at) - at - prefix.size());
+  EXPECT_EQ(hint, "config set --serial TVS2-00417 -- --evil.json");
+
+  // Pasted word for word: "--serial SN" must not swallow the "--" that follows it.
+  std::vector<std::string> words;
+  std::istringstream split(hint);
+  for (std::string word; split >> word;) {
+    words.push_back(word);
+  }
+  const ToolRun undo = run_tool(words);
+  ASSERT_EQ(undo.status, 0) << undo.err;
+  EXPECT_EQ(run_tool({"config", "get", "--index", "0"}).out, original + "\n");
+}
+
+TEST_F(CliCommandLine, OptionsMayFollowTheFileAndANegativeNumberIsAValue) {
+  const std::string input = scratch_.write("new.json", R"({"k":1})");
+  const ToolRun dry = run_tool({"config", "set", input, "--dry-run", "--index", "0"});
+  ASSERT_EQ(dry.status, 0) << dry.err;
+  EXPECT_FALSE(flash_was_changed());
+  // "-1" is the rate given, which the command then refuses in its own words, not an unknown option.
+  const ToolRun rate = run_tool({"imu", "--index", "1", "--count", "1", "--rate", "-1"});
+  EXPECT_EQ(rate.status, 2);
+  EXPECT_EQ(rate.err.find("unknown option"), std::string::npos) << rate.err;
+  EXPECT_NE(rate.err.find("'-1'"), std::string::npos) << rate.err;
 }
 
 TEST(Cli, ThrowingIsNeverAnExitThroughTheTool) {

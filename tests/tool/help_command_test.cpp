@@ -41,6 +41,28 @@ TEST(HelpCommand, HelpConfigShowsBothSubcommands) {
   EXPECT_EQ(run.out.rfind("Usage: uvc-stereo config get [options]\n       uvc-stereo config set", 0), 0u) << run.out;
 }
 
+TEST(HelpCommand, OfHelpAndVersionTheOneGivenFirstIsAnswered) {
+  const ToolRun overview = run_tool({"--help"});
+  EXPECT_EQ(run_tool({"-h", "--version"}).out, overview.out);
+  EXPECT_EQ(run_tool({"--simulate", "--version", "--help"}).out, "uvc-stereo 0.1.0\n");
+  // After the command they are the command's: "scan --version" is no version request.
+  const ToolRun scan = run_tool({"scan", "--version"});
+  EXPECT_EQ(scan.status, 2);
+  EXPECT_EQ(scan.err, "uvc-stereo: UsageError: unknown option '--version' (see: uvc-stereo scan --help)\n");
+}
+
+TEST(HelpCommand, HelpAnswersAHalfTypedCommandButNotAMisspelledOption) {
+  const ToolRun half = run_tool({"config", "set", "--help"});
+  EXPECT_EQ(half.status, 0);
+  EXPECT_EQ(half.out, run_tool({"help", "config", "set"}).out);
+  const ToolRun misspelled = run_tool({"config", "set", "--dry-rn", "--help"});
+  EXPECT_EQ(misspelled.status, 2);
+  EXPECT_EQ(misspelled.err,
+            "uvc-stereo: UsageError: unknown option '--dry-rn' (see: uvc-stereo config set --help)\n");
+  EXPECT_EQ(run_tool({"--help=yes"}).err,
+            "uvc-stereo: UsageError: option '--help' takes no value (see: uvc-stereo --help)\n");
+}
+
 TEST(HelpCommand, HelpOnAnUnknownCommandIsAUsageError) {
   const ToolRun run = run_tool({"help", "flash"});
   EXPECT_EQ(run.status, 2);
