@@ -185,6 +185,59 @@ TEST(ParseArguments, TakesBetweenTheLeastAndTheMostPositionals) {
   EXPECT_EQ(parse_arguments(syntax, {"-"}).error, "unexpected argument '-'");
 }
 
+// Every line of up to three words from awkward ones: the parsers never throw, a refusal is
+// always in the tool's own words (never the library's), and what they accept fits the syntax.
+TEST(ParseArguments, AnyShortLineIsAcceptedOrRefusedInTheToolsOwnWords) {
+  const std::vector<std::string> words = {"--count", "--count=", "--count=2", "2", "--dry-run", "--dry-run=1", "--",
+                                          "-", "-h", "--help", "--simulate", "-x", "-5", "--colour", "---", "--=",
+                                          "-hx", "[a,b]", "/x", "", "--count={}", "-count", "--version"};
+  const std::vector<std::string> our_refusals = {"unknown option '", "option '--", "missing argument: ",
+                                                 "unexpected argument '"};
+  CommandSyntax syntax = sample_syntax();
+  syntax.min_positionals = 0;
+  const auto check = [&](const std::vector<std::string>& line) {
+    ParseOutcome outcome;
+    ASSERT_NO_THROW(outcome = parse_arguments(syntax, line)) << ::testing::PrintToString(line);
+    if (!outcome.arguments) {
+      bool ours = false;
+      for (const std::string& start : our_refusals) {
+        ours = ours || outcome.error.rfind(start, 0) == 0;
+      }
+      EXPECT_TRUE(ours) << ::testing::PrintToString(line) << " -> " << outcome.error;
+      return;
+    }
+    EXPECT_EQ(outcome.error, "");
+    if (!outcome.arguments->has("help")) {
+      EXPECT_LE(outcome.arguments->positionals().size(), syntax.max_positionals) << ::testing::PrintToString(line);
+    }
+    EXPECT_EQ(outcome.arguments->has("count"), outcome.arguments->value("count").has_value());
+    EXPECT_FALSE(outcome.arguments->value("dry-run").has_value());
+  };
+  const auto check_global = [&](const std::vector<std::string>& line) {
+    GlobalOutcome outcome;
+    ASSERT_NO_THROW(outcome = parse_global_arguments(line)) << ::testing::PrintToString(line);
+    if (!outcome.arguments) {
+      EXPECT_TRUE(outcome.error.rfind("unknown option '", 0) == 0 || outcome.error.rfind("option '--", 0) == 0)
+          << ::testing::PrintToString(line) << " -> " << outcome.error;
+      return;
+    }
+    EXPECT_FALSE(outcome.arguments->help && outcome.arguments->version);
+    EXPECT_LE(outcome.arguments->command.size(), line.size());
+  };
+  for (const std::string& first : words) {
+    check({first});
+    check_global({first});
+    for (const std::string& second : words) {
+      check({first, second});
+      check_global({first, second});
+      for (const std::string& third : words) {
+        check({first, second, third});
+        check_global({first, second, third});
+      }
+    }
+  }
+}
+
 TEST(ParseGlobalArguments, HandsTheCommandAndEverythingAfterItOn) {
   const GlobalOutcome outcome = parse_global_arguments({"--simulate", "config", "set", "--help", "-", "--x=1"});
   ASSERT_TRUE(outcome.arguments) << outcome.error;

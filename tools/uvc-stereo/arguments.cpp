@@ -71,11 +71,14 @@ class CommandLine : public CLI::App {
 };
 
 // An option written with "=": CLI11 reads "--out=" as "--out" and would take the next word as
-// its value, and lets a flag take "=true"; both are refused here, before it reads them.
+// its value, and lets a flag take "=true"; both are refused here, before it reads them. The
+// words after "--" are positionals, unless the "--" was itself a value ("--serial --"), which
+// `through_double_dash` covers once CLI11 has shown it was.
 std::optional<std::string> attached_value_error(const std::vector<OptionSyntax>& options,
-                                                const std::vector<std::string>& words) {
+                                                const std::vector<std::string>& words,
+                                                bool through_double_dash = false) {
   for (const std::string& word : words) {
-    if (word == "--") {
+    if (word == "--" && !through_double_dash) {
       break;
     }
     const std::size_t equals = word.find('=');
@@ -160,7 +163,8 @@ struct ArgumentParser {
     if (args.empty() || args.back().rfind("--", 0) != 0) {
       return std::nullopt;
     }
-    const OptionSyntax* option = find_option(syntax.options, std::string_view(args.back()).substr(2));
+    const std::string_view word(args.back());
+    const OptionSyntax* option = find_option(syntax.options, word.substr(2, word.find('=') - 2));
     if (option == nullptr || option->value_name.empty()) {
       return std::nullopt;
     }
@@ -228,6 +232,8 @@ struct ArgumentParser {
         outcome.error = "option '--" + twice->name + "' is given more than once";
       } else if (std::optional<std::string> message = missing_value()) {
         outcome.error = std::move(*message);
+      } else if (std::optional<std::string> flag = attached_value_error(syntax.options, args, true)) {
+        outcome.error = std::move(*flag);
       } else {
         outcome.error = refusal;
       }
