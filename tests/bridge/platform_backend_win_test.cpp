@@ -1,15 +1,9 @@
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
 #include <gtest/gtest.h>
-#include <windows.h>
 
-#include "uvc_stereo/vendor_lock.h"
 #include "bridge/vendor_backend.h"
 #include "bridge/vendor_status.h"
+#include "uvc_stereo/vendor_lock.h"
+#include "win/windows_api_win.h"
 
 // This program is built without SonixCamera.dll beside it or on the search path, as on a
 // machine where the camera vendor's library was never installed.

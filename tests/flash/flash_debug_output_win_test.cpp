@@ -1,11 +1,4 @@
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
 #include <gtest/gtest.h>
-#include <windows.h>
 
 #include <mutex>
 #include <string>
@@ -14,6 +7,7 @@
 #include "flash_rig_support.h"
 #include "uvc_stereo/flash.h"
 #include "win/debug_output.h"
+#include "win/windows_api_win.h"
 
 // The flash failure texts as a debugger sees them: OutputDebugStringA announces each text
 // to a debugger by raising DBG_PRINTEXCEPTION_C with the text's length and address, which

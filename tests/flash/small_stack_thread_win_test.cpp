@@ -1,18 +1,12 @@
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
 #include <gtest/gtest.h>
 #include <process.h>
-#include <windows.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 
 #include "flash/small_stack_thread.h"
+#include "win/windows_api_win.h"
 
 namespace tovanel::uvc_stereo::test_support {
 namespace {

@@ -1,15 +1,9 @@
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
 #include <gtest/gtest.h>
-#include <windows.h>
 
 #include <cstdint>
 
 #include "win/host_clock.h"
+#include "win/windows_api_win.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {

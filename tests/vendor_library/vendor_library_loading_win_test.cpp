@@ -4,14 +4,7 @@
 //    another SonixCamera.dll sits beside the program; the one beside the SDK must win.
 //  - VendorLibraryOnTheSearchPath: only the program's directory holds SonixCamera.dll.
 //  - VendorLibraryAbsent: no SonixCamera.dll anywhere, or only one lacking an export.
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
 #include <gtest/gtest.h>
-#include <windows.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -24,6 +17,7 @@
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/flash_config.h"
+#include "win/windows_api_win.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

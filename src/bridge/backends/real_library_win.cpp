@@ -3,18 +3,11 @@
 // SDK statically), then by name through the system's search. It is looked for once, on the
 // first vendor call, and never unloaded. Without it every operation behaves as on a
 // machine without the library: SonixCam_Init fails with "ecLibInitFail".
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#include <windows.h>
-
 #include <optional>
 #include <string>
 
 #include "bridge/vendor_backend.h"
+#include "win/windows_api_win.h"
 
 namespace tovanel::uvc_stereo::vendor {
 namespace {
