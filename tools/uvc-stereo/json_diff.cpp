@@ -1,6 +1,8 @@
 #include "uvc-stereo/json_diff.h"
 
-#include <map>
+#include <functional>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "uvc-stereo/json_text.h"
@@ -8,11 +10,23 @@
 namespace tovanel::uvc_stereo::cli {
 namespace {
 
-// A leaf's identity: its path and, for keys that repeat in one object, which repetition.
-using LeafKey = std::pair<std::string, std::size_t>;
+// A leaf's identity: its path and, for keys that repeat in one object, which repetition. The
+// path is viewed in the flattened leaves, which outlive every key.
+using LeafKey = std::pair<std::string_view, std::size_t>;
+
+struct LeafKeyHash {
+  std::size_t operator()(const LeafKey& key) const noexcept {
+    const std::size_t path = std::hash<std::string_view>{}(key.first);
+    return path ^ (key.second + 0x9e3779b9U + (path << 6) + (path >> 2));
+  }
+};
+
+template <typename Value>
+using LeafKeyMap = std::unordered_map<LeafKey, Value, LeafKeyHash>;
 
 std::vector<LeafKey> keys_of(const std::vector<JsonLeaf>& leaves) {
-  std::map<std::string, std::size_t> seen;
+  std::unordered_map<std::string_view, std::size_t> seen;
+  seen.reserve(leaves.size());
   std::vector<LeafKey> keys;
   keys.reserve(leaves.size());
   for (const JsonLeaf& leaf : leaves) {
@@ -127,7 +141,8 @@ JsonDiff diff_json(std::string_view before, std::string_view after) {
   const std::vector<JsonLeaf> new_leaves = flatten_json(after);
   const std::vector<LeafKey> old_keys = keys_of(old_leaves);
   const std::vector<LeafKey> new_keys = keys_of(new_leaves);
-  std::map<LeafKey, std::size_t> old_index;
+  LeafKeyMap<std::size_t> old_index;
+  old_index.reserve(old_keys.size());
   for (std::size_t i = 0; i < old_keys.size(); ++i) {
     old_index[old_keys[i]] = i;
   }

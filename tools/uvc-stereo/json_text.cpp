@@ -48,48 +48,53 @@ class Flattener {
   explicit Flattener(std::string_view text) : text_(text) {}
 
   std::vector<JsonLeaf> run() {
-    value("");
+    value();
     return std::move(leaves_);
   }
 
  private:
-  void value(const std::string& path) {
+  // The value at `pos_`, which sits at `path_`.
+  void value() {
     if (pos_ >= text_.size()) {
       return;
     }
     const char c = text_[pos_];
     if (c == '{' || c == '[') {
-      container(path, c == '{');
+      container(c == '{');
       return;
     }
     const std::size_t end = scalar_end(text_, pos_);
-    leaves_.push_back(JsonLeaf{path, std::string(text_.substr(pos_, end - pos_))});
+    leaves_.push_back(JsonLeaf{path_, std::string(text_.substr(pos_, end - pos_))});
     pos_ = end;
   }
 
-  void container(const std::string& path, bool object) {
+  void container(bool object) {
     const char close = object ? '}' : ']';
     if (pos_ + 1 < text_.size() && text_[pos_ + 1] == close) {
-      leaves_.push_back(JsonLeaf{path, object ? "{}" : "[]"});
+      leaves_.push_back(JsonLeaf{path_, object ? "{}" : "[]"});
       pos_ += 2;
       return;
     }
     ++pos_;
+    // Each element's step is appended to the one path being built and taken off again after it.
+    const std::size_t base = path_.size();
     for (std::size_t index = 0; pos_ < text_.size(); ++index) {
-      std::string child = path + "/";
+      path_.resize(base);
+      path_ += '/';
       if (object) {
         const std::size_t key_end = string_end(text_, pos_);
-        child += pointer_step(text_.substr(pos_, key_end - pos_));
+        path_ += pointer_step(text_.substr(pos_, key_end - pos_));
         pos_ = key_end;
         if (pos_ >= text_.size() || text_[pos_] != ':') {
           return;
         }
         ++pos_;
       } else {
-        child += std::to_string(index);
+        path_ += std::to_string(index);
       }
       const std::size_t before = pos_;
-      value(child);
+      value();
+      path_.resize(base);
       if (pos_ >= text_.size() || pos_ == before) {
         return;
       }
@@ -102,6 +107,7 @@ class Flattener {
 
   std::string_view text_;
   std::size_t pos_ = 0;
+  std::string path_;
   std::vector<JsonLeaf> leaves_;
 };
 
