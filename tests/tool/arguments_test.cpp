@@ -306,6 +306,10 @@ TEST(ParseUnsigned, AcceptsOnlyWholeNumbersUpToTheLimit) {
   EXPECT_FALSE(parse_unsigned("-1", 10));
   EXPECT_FALSE(parse_unsigned("1x", 10));
   EXPECT_FALSE(parse_unsigned(" 1", 10));
+  // Decimal only, whatever the leading digits: no octal, no hexadecimal, no sign.
+  EXPECT_EQ(parse_unsigned("010", 100), 10u);
+  EXPECT_FALSE(parse_unsigned("0x10", 100));
+  EXPECT_FALSE(parse_unsigned("+5", 10));
 }
 
 TEST(ParseUsbId, ReadsHexadecimalWithOrWithoutPrefix) {

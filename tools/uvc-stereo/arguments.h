@@ -72,13 +72,17 @@ struct GlobalOutcome {
 // Reads the options before the command; an option the tool does not have is refused there.
 [[nodiscard]] GlobalOutcome parse_global_arguments(const std::vector<std::string>& args);
 
-// The command's --help text.
+// The command's --help text. It is laid out by the tool, not by CLI11's formatter, whose
+// layout (headings, type names, columns) differs from the texts users already know.
 void print_command_help(const CommandSyntax& syntax, std::ostream& out);
 
 // The help line of --simulate, shared by every command.
 [[nodiscard]] std::string_view simulate_option_help();
 
-// Strict number parsing for option values: the whole text must be the number.
+// Strict number parsing for option values: the whole text must be the number. These stay the
+// tool's own rather than CLI11's typed options, which read integers in C's base 0 ("010" is 8,
+// "0x10" a count of 16) and decimals with exponents and infinities, and word their refusals
+// in their own way, where each option's message names what it takes.
 [[nodiscard]] std::optional<std::uint64_t> parse_unsigned(std::string_view text, std::uint64_t max);
 // A USB id in hexadecimal, with or without "0x" ("0c45", "0x0C45").
 [[nodiscard]] std::optional<std::uint16_t> parse_usb_id(std::string_view text);
