@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tool/json_value.h"
+#include "uvc-stereo/json_text.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
@@ -107,6 +108,21 @@ TEST(JsonWriter, RoundedNumbersKeepExactlyTheirSignificantDigits) {
       .number(-0.0)
       .end_array();
   EXPECT_EQ(json.text(), "[0.000125,1234.56789,0.3,12345678900,1e+20,-2.5e-07,0]");
+}
+
+TEST(JsonWriter, ThePrettyTextIsLaidOutAsConfigurationsAre) {
+  JsonWriter json;
+  EXPECT_EQ(json.pretty_text(), "");
+  json.begin_object().key("cameras").begin_array().begin_object().key("index").number(0);
+  json.key("name").string("a\x7f").key("backends").begin_array().end_array().key("gain").number(16.4);
+  json.end_object().end_array().key("none").begin_object().end_object();
+  EXPECT_EQ(json.pretty_text(), "");
+  json.end_object();
+  const std::string expected =
+      "{\n  \"cameras\": [\n    {\n      \"index\": 0,\n      \"name\": \"a\\u007f\",\n      \"backends\": [],\n"
+      "      \"gain\": 16.4\n    }\n  ],\n  \"none\": {}\n}";
+  EXPECT_EQ(json.pretty_text(), expected);
+  EXPECT_EQ(json.pretty_text(), pretty_print_json(json.text()));
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include "uvc-stereo/commands.h"
 #include "uvc-stereo/device_output.h"
 #include "uvc-stereo/exit_status.h"
-#include "uvc-stereo/json_text.h"
 #include "uvc-stereo/json_writer.h"
 #include "uvc_stereo/flash.h"
 
@@ -291,7 +290,7 @@ void print_json(const SelectedCamera& camera, const Device& device, const Firmwa
   write_failure(json, "flash_json_failure", proof.flash_json_failure);
   json.end_object();
   json.end_object();
-  console.out << pretty_print_json(json.text()) << "\n";
+  console.out << json.pretty_text() << "\n";
 }
 
 int info_body(const ParsedArguments& arguments, Console& console) {

@@ -11,11 +11,11 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// Compact UTF-8 text of `value`. Bytes that are not UTF-8 become U+FFFD rather than failing the
-// output; DEL, which the library passes through, is escaped too, so that no control character
-// reaches a terminal that shows the output.
-std::string serialize(const Json& value) {
-  const std::string dumped = value.dump(-1, ' ', false, Json::error_handler_t::replace);
+// UTF-8 text of `value`, compact or indented by `indent` spaces a level. Bytes that are not UTF-8 become U+FFFD rather
+// than failing the output; DEL, which the library passes through, is escaped too, so that no control character reaches
+// a terminal that shows the output.
+std::string serialize(const Json& value, int indent = -1) {
+  const std::string dumped = value.dump(indent, ' ', false, Json::error_handler_t::replace);
   std::string text;
   text.reserve(dumped.size());
   for (const char c : dumped) {
@@ -30,6 +30,9 @@ std::string serialize(const Json& value) {
 
 // Integers that a double holds exactly are written without a fraction ("2048", not "2048.0").
 constexpr double kExactIntegerLimit = 9007199254740992.0;  // 2^53
+
+// People read the output with two spaces a level, as `config get --pretty` lays out a configuration.
+constexpr int kPrettyIndent = 2;
 
 }  // namespace
 
@@ -68,6 +71,10 @@ JsonWriter& JsonWriter::add(Json&& value) {
     open_.push_back(child);
   }
   return *this;
+}
+
+std::string JsonWriter::pretty_text() const {
+  return text_.empty() ? std::string() : serialize(*document_, kPrettyIndent);
 }
 
 JsonWriter& JsonWriter::close() {

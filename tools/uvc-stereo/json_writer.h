@@ -39,6 +39,8 @@ class JsonWriter {
 
   // The compact text of the document; empty until its outermost value is complete.
   [[nodiscard]] const std::string& text() const noexcept { return text_; }
+  // The same document laid out for people to read, two spaces a level; empty while `text` is.
+  [[nodiscard]] std::string pretty_text() const;
 
  private:
   // Places `value` in the open container (under the pending key) or makes it the document.

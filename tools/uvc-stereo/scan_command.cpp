@@ -3,7 +3,6 @@
 #include "uvc-stereo/commands.h"
 #include "uvc-stereo/device_output.h"
 #include "uvc-stereo/exit_status.h"
-#include "uvc-stereo/json_text.h"
 #include "uvc-stereo/json_writer.h"
 #include "uvc-stereo/text_table.h"
 
@@ -43,7 +42,7 @@ int scan_body(const ParsedArguments& arguments, Console& console) {
       json.end_object();
     }
     json.end_array().end_object();
-    console.out << pretty_print_json(json.text()) << "\n";
+    console.out << json.pretty_text() << "\n";
     return kExitOk;
   }
 
