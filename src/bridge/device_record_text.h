@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "bridge/sonix_camera.h"
 
@@ -14,6 +15,19 @@ namespace tovanel::uvc_stereo::win_detail {
 template <std::size_t N>
 [[nodiscard]] std::string device_record_text(const SonixLib::scWideChar (&field)[N]) {
   return device_record_text(field, N);
+}
+
+// How many code units of a field come before its NUL, at most `capacity`; 0 for a null field.
+[[nodiscard]] std::size_t device_record_text_length(const SonixLib::scWideChar* field, std::size_t capacity) noexcept;
+
+// Writes UTF-8 `text` into a wide-string field of the library's device record, as the library
+// fills its own records: as much as fits before the terminating NUL, never splitting a
+// surrogate pair, and zeros in the rest of the field.
+void fill_device_record_text(std::string_view text, SonixLib::scWideChar* field, std::size_t capacity);
+
+template <std::size_t N>
+void fill_device_record_text(std::string_view text, SonixLib::scWideChar (&field)[N]) {
+  fill_device_record_text(text, field, N);
 }
 
 }  // namespace tovanel::uvc_stereo::win_detail

@@ -1,25 +1,12 @@
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
-
 #include <string>
 
 #include "bridge/device_record_text.h"
+#include "win/windows_api_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 
 std::string device_record_text(const SonixLib::scWideChar* field, std::size_t capacity) {
-  if (field == nullptr) {
-    return {};
-  }
-  std::size_t length = 0;
-  while (length < capacity && field[length] != 0) {
-    ++length;
-  }
+  const std::size_t length = device_record_text_length(field, capacity);
   if (length == 0) {
     return {};
   }

@@ -56,5 +56,46 @@ TEST(DeviceRecordText, ReadsNoFurtherThanTheCapacityItIsGiven) {
   EXPECT_EQ(device_record_text(field.units, 3), "abc");
 }
 
+TEST(DeviceRecordText, AFilledFieldReadsBackAsTheTextWithZerosAfterIt) {
+  NameField field({'x', 'x', 'x', 'x', 'x', 'x'});
+  fill_device_record_text("C\xC3\xA9 \xF0\x9F\x93\xB7", field.units);
+  EXPECT_EQ(device_record_text(field.units), "C\xC3\xA9 \xF0\x9F\x93\xB7");
+  EXPECT_EQ(field.units[4], static_cast<scWideChar>(0xDCF7));
+  for (std::size_t i = 5; i < SonixLib::kDeviceNameChars; ++i) {
+    ASSERT_EQ(field.units[i], 0) << "unit " << i;
+  }
+}
+
+TEST(DeviceRecordText, ATextTooLongIsCutToLeaveItsNul) {
+  NameField field({});
+  fill_device_record_text("abcdef", field.units, 4);
+  EXPECT_EQ(device_record_text(field.units), "abc");
+  EXPECT_EQ(field.units[3], 0);
+}
+
+TEST(DeviceRecordText, ACutNeverSplitsASurrogatePair) {
+  NameField field({});
+  // "ab" and U+1F4F7 are four code units; three fit before the NUL, so the pair is left out whole.
+  fill_device_record_text("ab\xF0\x9F\x93\xB7", field.units, 4);
+  EXPECT_EQ(device_record_text(field.units), "ab");
+  EXPECT_EQ(field.units[2], 0);
+  fill_device_record_text("ab\xF0\x9F\x93\xB7", field.units, 5);
+  EXPECT_EQ(device_record_text(field.units), "ab\xF0\x9F\x93\xB7");
+}
+
+TEST(DeviceRecordText, NothingIsWrittenIntoANullOrEmptyField) {
+  NameField field({'k'});
+  fill_device_record_text("abc", field.units, 0);
+  EXPECT_EQ(field.units[0], static_cast<scWideChar>('k'));
+  fill_device_record_text("abc", nullptr, 4);
+}
+
+TEST(DeviceRecordText, TheLengthStopsAtTheNulOrTheCapacity) {
+  const NameField field({'a', 'b', 0, 'c'});
+  EXPECT_EQ(device_record_text_length(field.units, SonixLib::kDeviceNameChars), 2U);
+  EXPECT_EQ(device_record_text_length(field.units, 1), 1U);
+  EXPECT_EQ(device_record_text_length(nullptr, 8), 0U);
+}
+
 }  // namespace
 }  // namespace tovanel::uvc_stereo::win_detail

@@ -16,7 +16,6 @@
 #include "bridge/device_record_text.h"
 #include "bridge/linux_kernel.h"
 #include "core/format.h"
-#include "core/utf.h"
 #include "imu/model_table.h"
 
 namespace tovanel::uvc_stereo::vendor {
@@ -78,19 +77,6 @@ bool has_supported_camera(const std::vector<LinuxUvcCamera>& cameras) noexcept {
     }
   }
   return false;
-}
-
-// Copies `text` into a wide field of the device record, NUL-terminated, never splitting a
-// surrogate pair.
-void fill_wide(const std::string& text, SonixLib::scWideChar* out, std::size_t capacity) {
-  const std::u16string wide = detail::utf8_to_utf16(text);
-  std::size_t length = std::min(wide.size(), capacity - 1);
-  if (length > 0 && length < wide.size() && wide[length - 1] >= 0xD800u && wide[length - 1] <= 0xDBFFu) {
-    --length;
-  }
-  for (std::size_t i = 0; i < capacity; ++i) {
-    out[i] = i < length ? static_cast<SonixLib::scWideChar>(wide[i]) : SonixLib::scWideChar{0};
-  }
 }
 
 // The session's camera that a device record names, when it is still plugged in; null
@@ -207,8 +193,8 @@ bool linux_enum_cameras(std::int32_t* count, SonixLib::scDevice_t* devices, std:
     for (std::size_t i = 0; i < filled; ++i) {
       SonixLib::scDevice_t& record = devices[i];
       std::memset(&record, 0, sizeof(record));
-      fill_wide(state.cameras[i].device_path, record.devicePath, SonixLib::kDevicePathChars);
-      fill_wide(state.cameras[i].node_name, record.deviceName, SonixLib::kDeviceNameChars);
+      win_detail::fill_device_record_text(state.cameras[i].device_path, record.devicePath);
+      win_detail::fill_device_record_text(state.cameras[i].node_name, record.deviceName);
     }
     return true;
   });
