@@ -1,6 +1,6 @@
 // The SDK's own cost of one IMU read. The camera is opened through the simulated rig as an application would open
-// it; the reads then go to a stand-in vendor library whose extension-unit read copies a fixed 17-byte sample and
-// returns at once, so what is measured is the SDK around the library call: the vendor lock, the host clock, the
+// it; the reads then go to the bridge's instant extension unit, which copies a fixed 17-byte sample and returns at
+// once, so what is measured is the SDK around the library call: the vendor lock, the host clock, the
 // buffer, the decoding and the result. Allocations made by the read are counted too.
 #include <benchmark/benchmark.h>
 
@@ -10,23 +10,21 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "bridge/imu_reader.h"
+#include "bridge/platform.h"
+#include "bridge/stand_in_library.h"
 #include "core/pause.h"
 #include "imu/imu_payload.h"
 #include "imu/model_table.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "bridge/imu_reader.h"
-#include "bridge/platform.h"
-#include "bridge/sonix_camera.h"
-#include "bridge/vendor_backend.h"
 #include "win/host_clock.h"
 
 namespace {
@@ -73,13 +71,8 @@ std::array<std::uint8_t, sdk::detail::kImuPayloadSize> fixed_sample() {
 
 const std::array<std::uint8_t, sdk::detail::kImuPayloadSize> kSample = fixed_sample();
 
-bool instant_xu_read(SonixLib::scDevice_t*, std::uint8_t* buffer, std::uint8_t length, std::uint8_t, std::uint8_t) {
-  std::memcpy(buffer, kSample.data(), length < kSample.size() ? length : kSample.size());
-  return true;
-}
-
-// A camera opened with its IMU open, and the instant stand-in in place of the rig for extension-unit reads while
-// it lives; the rig comes back for closing.
+// A camera opened with its IMU open, and the instant extension unit in front of the rig while it lives; the rig
+// comes back for closing.
 class OpenImu {
  public:
   OpenImu() {
@@ -112,9 +105,6 @@ class OpenImu {
       failure_ = "open_imu: " + imu.message();
       return;
     }
-    rig_table_ = &vendor::active_vendor_backend();
-    instant_ = *rig_table_;
-    instant_.xu_read = instant_xu_read;
     use_instant();
   }
 
@@ -128,7 +118,7 @@ class OpenImu {
 
   [[nodiscard]] const std::string& failure() const { return failure_; }
   void use_rig() { instant_in_force_.reset(); }
-  void use_instant() { instant_in_force_.emplace(vendor::replacing_vendor_backend(instant_)); }
+  void use_instant() { instant_in_force_.emplace(std::vector<std::uint8_t>(kSample.begin(), kSample.end())); }
   sdk::Device& device() { return *device_; }
   [[nodiscard]] const sdk::DeviceInfo& info() const { return info_; }
 
@@ -138,9 +128,7 @@ class OpenImu {
   sdk::sim::SimulatedRig rig_;
   sdk::DeviceInfo info_;
   std::optional<sdk::Device> device_;
-  const vendor::VendorBackend* rig_table_ = nullptr;
-  vendor::VendorBackend instant_{};
-  std::optional<vendor::PlatformOverride> instant_in_force_;
+  std::optional<vendor::InstantExtensionUnit> instant_in_force_;
   std::string failure_;
 };
 
@@ -208,11 +196,10 @@ void VendorXuReadAlone(benchmark::State& state) {
     state.SkipWithError(open.failure().c_str());
     return;
   }
-  SonixLib::scDevice_t record{};
   std::array<std::uint8_t, 17> buffer{};
   const sdk::win_detail::SonixGlobalLock lock;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(SonixCam_XuRead(&record, buffer.data(), 17, 10, 4));
+    benchmark::DoNotOptimize(vendor::InstantExtensionUnit::read_through_dispatch(buffer.data(), 17, 10, 4));
     benchmark::ClobberMemory();
   }
 }

@@ -1,0 +1,156 @@
+#include "bridge/stand_in_library.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "bridge/device_record_text.h"
+#include "bridge/sonix_camera.h"
+#include "bridge/vendor_backend.h"
+
+namespace tovanel::uvc_stereo::vendor {
+namespace {
+
+// The library fills at most this many records per enumeration.
+constexpr std::int32_t kLibraryListSize = 64;
+
+// What the instant library answers from, prepared before it is put in force. The stand-in finds its camera again
+// from the record, as the real library does from its handle: the index sits in the reserved bytes.
+struct InstantScene {
+  std::vector<SonixLib::scDevice_t> records;
+  std::vector<StandInCamera> cameras;
+  std::vector<SonixLib::scDevice_t> scratch;
+};
+
+InstantScene& instant_scene() {
+  static InstantScene scene;
+  return scene;
+}
+
+int camera_of(const SonixLib::scDevice_t* record) {
+  int camera = 0;
+  std::memcpy(&camera, record->reserved, sizeof(camera));
+  return camera;
+}
+
+bool yes() { return true; }
+
+bool enum_cameras(std::int32_t* count, SonixLib::scDevice_t* devices, std::int32_t max_count) {
+  const std::vector<SonixLib::scDevice_t>& records = instant_scene().records;
+  const auto n = static_cast<std::int32_t>(records.size());
+  *count = n;
+  std::memcpy(devices, records.data(), sizeof(SonixLib::scDevice_t) * static_cast<std::size_t>(std::min(n, max_count)));
+  return true;
+}
+
+bool get_error_code(SonixLib::scDevice_t*, SonixLib::scErrorCode_t* code) {
+  *code = SonixLib::ecUnknow;
+  return true;
+}
+
+bool get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, std::uint8_t* buffer, std::uint32_t length,
+                        std::int32_t, std::int32_t) {
+  const StandInCamera& camera = instant_scene().cameras[static_cast<std::size_t>(camera_of(device))];
+  std::memset(buffer, 0, length);
+  if (type == 0) {
+    if (length < 4) {
+      return false;
+    }
+    buffer[0] = static_cast<std::uint8_t>(camera.vendor_id >> 8);
+    buffer[1] = static_cast<std::uint8_t>(camera.vendor_id & 0xFFu);
+    buffer[2] = static_cast<std::uint8_t>(camera.product_id >> 8);
+    buffer[3] = static_cast<std::uint8_t>(camera.product_id & 0xFFu);
+    return true;
+  }
+  const std::string& text = type == 2 ? camera.device_name : type == 4 ? camera.serial_number : camera.other_strings;
+  std::memcpy(buffer, text.data(), std::min<std::size_t>(text.size(), length));
+  return true;
+}
+
+template <class... Args>
+bool refuse(Args...) {
+  return false;
+}
+
+const VendorBackend kInstantCameras = {
+    "instant stand-in",
+    yes,
+    yes,
+    enum_cameras,
+    get_error_code,
+    get_dev_descriptor,
+    refuse<SonixLib::scDevice_t*, std::uint8_t, const std::uint8_t*>,
+    refuse<SonixLib::scDevice_t*, std::uint8_t*, std::uint8_t, std::uint8_t, std::uint8_t>,
+    refuse<SonixLib::scDevice_t*, char*, std::uint32_t, std::int32_t>,
+    refuse<SonixLib::scDevice_t*, SonixLib::SERIAL_FLASH_TYPE*>,
+    refuse<SonixLib::scDevice_t*, std::uint32_t, std::uint8_t*, std::uint32_t>,
+    refuse<SonixLib::scDevice_t*, std::uint32_t, const std::uint8_t*, std::uint32_t>,
+    refuse<SonixLib::scDevice_t*, std::uint32_t, std::uint8_t>,
+    refuse<SonixLib::scDevice_t*, std::uint8_t, std::uint8_t>,
+    refuse<SonixLib::scDevice_t*, std::uint8_t, std::uint8_t, std::uint8_t, std::uint8_t, std::uint8_t, std::uint8_t>,
+};
+
+// Prepares the scene the instant library answers from, then names the library.
+detail::PlatformTable instant_cameras_for(const std::vector<StandInCamera>& cameras) {
+  InstantScene& scene = instant_scene();
+  scene.cameras = cameras;
+  scene.records.assign(cameras.size(), SonixLib::scDevice_t{});
+  for (std::size_t i = 0; i < cameras.size(); ++i) {
+    SonixLib::scDevice_t& record = scene.records[i];
+    win_detail::fill_device_record_text(cameras[i].device_path, record.devicePath);
+    win_detail::fill_device_record_text(cameras[i].device_name, record.deviceName);
+    const auto index = static_cast<int>(i);
+    std::memcpy(record.reserved, &index, sizeof(index));
+  }
+  scene.scratch.assign(kLibraryListSize, SonixLib::scDevice_t{});
+  return replacing_vendor_backend(kInstantCameras);
+}
+
+// The instant extension unit: its bytes, and the backend it stands in front of with its reads replaced.
+struct InstantUnit {
+  std::vector<std::uint8_t> bytes;
+  VendorBackend backend{};
+};
+
+InstantUnit& instant_unit() {
+  static InstantUnit unit;
+  return unit;
+}
+
+bool instant_xu_read(SonixLib::scDevice_t*, std::uint8_t* buffer, std::uint8_t length, std::uint8_t, std::uint8_t) {
+  const std::vector<std::uint8_t>& bytes = instant_unit().bytes;
+  std::memcpy(buffer, bytes.data(), std::min<std::size_t>(length, bytes.size()));
+  return true;
+}
+
+detail::PlatformTable instant_unit_for(const std::vector<std::uint8_t>& bytes) {
+  InstantUnit& unit = instant_unit();
+  unit.bytes = bytes;
+  unit.backend = active_vendor_backend();
+  unit.backend.xu_read = instant_xu_read;
+  return replacing_vendor_backend(unit.backend);
+}
+
+}  // namespace
+
+InstantCameras::InstantCameras(const std::vector<StandInCamera>& cameras) : in_force_(instant_cameras_for(cameras)) {}
+
+InstantCameras::~InstantCameras() = default;
+
+int InstantCameras::enumerate_alone() {
+  std::int32_t count = 0;
+  static_cast<void>(enum_cameras(&count, instant_scene().scratch.data(), kLibraryListSize));
+  return count;
+}
+
+InstantExtensionUnit::InstantExtensionUnit(const std::vector<std::uint8_t>& bytes)
+    : in_force_(instant_unit_for(bytes)) {}
+
+InstantExtensionUnit::~InstantExtensionUnit() = default;
+
+bool InstantExtensionUnit::read_through_dispatch(std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
+                                                 std::uint8_t unit_id) {
+  static SonixLib::scDevice_t no_camera{};
+  return SonixCam_XuRead(&no_camera, buffer, length, selector, unit_id);
+}
+
+}  // namespace tovanel::uvc_stereo::vendor
