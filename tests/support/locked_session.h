@@ -1,6 +1,6 @@
 #pragma once
 
-#include "uvc_stereo/vendor_lock.h"
+#include "bridge/vendor_session.h"
 
 // A library session as every caller of the vendor functions holds one: the vendor lock, then SonixCam_Init, and
 // SonixCam_UnInit again at scope end when the session opened.
@@ -8,15 +8,12 @@ namespace tovanel::uvc_stereo::test_support {
 
 class LockedSession {
  public:
-  LockedSession();
-  ~LockedSession();
-  LockedSession(const LockedSession&) = delete;
-  LockedSession& operator=(const LockedSession&) = delete;
+  LockedSession() : opened_(session_.start()) {}
 
   [[nodiscard]] bool opened() const noexcept { return opened_; }
 
  private:
-  win_detail::SonixGlobalLock lock_;
+  vendor::VendorSession session_;
   bool opened_;
 };
 
