@@ -36,6 +36,8 @@ class SimulatedRigCallHookTest : public ::testing::Test {
   }
 
   void TearDown() override {
+    // The hooks capture the test body's locals, which are gone by now; the session's UnInit must not reach them.
+    rig_.clear_call_hooks();
     session_.reset();
     EXPECT_EQ(rig_.open_sessions(), 0);
   }
