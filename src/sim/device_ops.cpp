@@ -49,20 +49,28 @@ void write_vid_pid(const SimulatedCamera& camera, std::uint8_t* out) {
   }
 }
 
+// The camera a call that fills `buffer` is for, once the rig is active, the record names a plugged camera and the
+// buffer is there; null when the call has already failed.
+CameraState* admit_with_buffer(VendorCallScope& call, const void* buffer) {
+  if (!call.rig_active()) {
+    return nullptr;
+  }
+  CameraState* camera = call.admit_device();
+  if (camera != nullptr && buffer == nullptr) {
+    static_cast<void>(call.fail(SonixLib::ecGetKsControlFail));
+    return nullptr;
+  }
+  return camera;
+}
+
 }  // namespace
 
 bool sim_get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, std::uint8_t* buffer, std::uint32_t length,
                             std::int32_t reserved_a, std::int32_t reserved_b) {
   VendorCallScope call("SonixCam_GetDevDescriptor", device, {type, length, reserved_a, reserved_b});
-  if (!call.rig_active()) {
-    return false;
-  }
-  CameraState* camera = call.admit_device();
+  CameraState* camera = admit_with_buffer(call, buffer);
   if (camera == nullptr) {
     return false;
-  }
-  if (buffer == nullptr) {
-    return call.fail(SonixLib::ecGetKsControlFail);
   }
   if (type == kDescriptorVidPid) {
     if (length < kVidPidLength) {
@@ -95,15 +103,9 @@ bool sim_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, const s
 bool sim_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
                  std::uint8_t unit_id) {
   VendorCallScope call("SonixCam_XuRead", device, {length, selector, unit_id});
-  if (!call.rig_active()) {
-    return false;
-  }
-  CameraState* camera = call.admit_device();
+  CameraState* camera = admit_with_buffer(call, buffer);
   if (camera == nullptr) {
     return false;
-  }
-  if (buffer == nullptr) {
-    return call.fail(SonixLib::ecGetKsControlFail);
   }
   if (read_extension_unit(*camera, selector, unit_id, buffer, length)) {
     return call.succeed();
