@@ -11,18 +11,19 @@
 #include <string>
 #include <vector>
 
+#include "bridge/platform.h"
+#include "bridge/process_lock.h"
 #include "core/pause.h"
 #include "imu/model_table.h"
-#include "uvc_stereo/checksum.h"
-#include "uvc_stereo/device.h"
-#include "uvc_stereo/simulated_rig.h"
 #include "support/call_views.h"
 #include "support/flash_records.h"
+#include "support/pause_recorder.h"
 #include "support/rig_cameras.h"
 #include "support/rig_checks.h"
 #include "support/scanned_device.h"
-#include "bridge/platform.h"
-#include "bridge/process_lock.h"
+#include "uvc_stereo/checksum.h"
+#include "uvc_stereo/device.h"
+#include "uvc_stereo/simulated_rig.h"
 
 // Shared pieces of the device tests: a recorder that observes the settling pauses without spending them, cameras of
 // the supported models, hand-made flash records and views of the vendor calls the rig saw.
@@ -31,55 +32,10 @@ namespace tovanel::uvc_stereo::device_testing {
 using test_support::bytes_of;
 using test_support::calls_named;
 using test_support::count_calls;
+using test_support::PauseRecorder;
+using test_support::RecordedPause;
 using test_support::supported_camera;
 using test_support::text_record;
-
-// One pause the SDK asked for, and how many vendor calls the rig had seen at that moment.
-struct RecordedPause {
-  std::chrono::milliseconds duration{0};
-  std::size_t calls_before = 0;
-};
-
-// Replaces every pause with a record while it lives, so the suite stays fast and the pauses can be checked.
-class PauseRecorder {
- public:
-  explicit PauseRecorder(const sim::SimulatedRig* rig = nullptr)
-      : rig_(rig), hook_{&PauseRecorder::record, this}, installed_(vendor::replacing_pauses(hook_)) {}
-  PauseRecorder(const PauseRecorder&) = delete;
-  PauseRecorder& operator=(const PauseRecorder&) = delete;
-
-  [[nodiscard]] std::vector<RecordedPause> pauses() const {
-    const std::lock_guard<std::mutex> guard(mutex_);
-    return pauses_;
-  }
-  [[nodiscard]] std::vector<std::chrono::milliseconds> durations() const {
-    std::vector<std::chrono::milliseconds> result;
-    for (const RecordedPause& pause : pauses()) {
-      result.push_back(pause.duration);
-    }
-    return result;
-  }
-  void clear() {
-    const std::lock_guard<std::mutex> guard(mutex_);
-    pauses_.clear();
-  }
-
- private:
-  static void record(std::chrono::milliseconds duration, void* context) {
-    auto* self = static_cast<PauseRecorder*>(context);
-    RecordedPause pause;
-    pause.duration = duration;
-    pause.calls_before = self->rig_ != nullptr ? self->rig_->calls().size() : 0;
-    const std::lock_guard<std::mutex> guard(self->mutex_);
-    self->pauses_.push_back(pause);
-  }
-
-  const sim::SimulatedRig* rig_;
-  mutable std::mutex mutex_;
-  std::vector<RecordedPause> pauses_;
-  const detail::PauseHook hook_;
-  const vendor::PlatformOverride installed_;
-};
 
 inline std::vector<std::chrono::milliseconds> ms(std::initializer_list<int> values) {
   std::vector<std::chrono::milliseconds> result;
@@ -98,7 +54,6 @@ inline OpenDeviceOptions requiring(std::uint32_t required_capabilities) {
 // A rig whose rules must hold at the end of every test, with its pauses recorded instead of spent.
 class DeviceRigTest : public test_support::RigTest {
  protected:
-
   // Plugs in a camera and returns the record a scan gives for it, found by its serial number.
   DeviceInfo plug_and_scan(const sim::SimulatedCamera& camera) {
     rig_.add_camera(camera);
