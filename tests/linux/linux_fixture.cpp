@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "support/reported_imu.h"
 
 namespace tovanel::uvc_stereo::linux_testing {
 namespace {
@@ -137,16 +138,8 @@ FakeUvcCamera supported_camera(const std::string& serial, const std::string& bus
   camera.bus_name = bus_name;
   camera.capture_node = capture_node;
   camera.metadata_node = capture_node + 1;
-  CapabilityReport report;
-  report.capability_bits = kCapabilityFlashUserSpace | kCapabilityImu;
-  report.flash_user_space = FlashUserSpace{0x51000, 0x10000};
-  ReportedImuInfo imu;
-  imu.model = "BMI088";
-  imu.xu_unit = 4;
-  imu.xu_selector = 10;
-  imu.xu_length = 17;
-  imu.decimal_exponent = 1;
-  report.imu = imu;
+  CapabilityReport report = test_support::flash_and_imu_report(0x51000, 0x10000);
+  report.imu = test_support::reported_imu("BMI088", 4, 10, 17, 1, 25.0, 128.0, 2048.0, 16.4);
   camera.model.capability = report;
   return camera;
 }

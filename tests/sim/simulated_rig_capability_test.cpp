@@ -6,6 +6,7 @@
 
 #include "capability/capability_report_encoder.h"
 #include "simulated_rig_fixture.h"
+#include "support/reported_imu.h"
 #include "uvc_stereo/capability.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -18,21 +19,9 @@ using rig_testing::LockedSession;
 using rig_testing::supported_camera;
 
 CapabilityReport flash_and_imu_report() {
-  CapabilityReport report;
+  CapabilityReport report = test_support::flash_and_imu_report(0x60000, 0x8000);
   report.minor_version = 2;
-  report.capability_bits = kCapabilityFlashUserSpace | kCapabilityImu;
-  report.flash_user_space = FlashUserSpace{0x60000, 0x8000};
-  ReportedImuInfo imu;
-  imu.model = "BMI088";
-  imu.xu_unit = 4;
-  imu.xu_selector = 10;
-  imu.xu_length = 17;
-  imu.decimal_exponent = 1;
-  imu.temperature_offset_c = 23.0;
-  imu.temperature_lsb_per_c = 512.0;
-  imu.accel_lsb_per_g = 1365.0;
-  imu.gyro_lsb_per_dps = 16.4;
-  report.imu = imu;
+  report.imu = test_support::reported_imu("BMI088", 4, 10, 17, 1, 23.0, 512.0, 1365.0, 16.4);
   return report;
 }
 
