@@ -1,6 +1,7 @@
 #include "bridge/stand_in_library.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "bridge/device_record_text.h"
@@ -105,29 +106,28 @@ detail::PlatformTable instant_cameras_for(const std::vector<StandInCamera>& came
   return replacing_vendor_backend(kInstantCameras);
 }
 
-// The instant extension unit: its bytes, and the backend it stands in front of with its reads replaced.
+// The instant extension unit: its bytes, and the backend it stands in front of with its reads replaced. Kept at
+// namespace scope, so that a read costs no more than the copy.
 struct InstantUnit {
-  std::vector<std::uint8_t> bytes;
+  std::array<std::uint8_t, 256> bytes{};
+  std::size_t size = 0;
   VendorBackend backend{};
 };
 
-InstantUnit& instant_unit() {
-  static InstantUnit unit;
-  return unit;
-}
+InstantUnit g_unit;
 
 bool instant_xu_read(SonixLib::scDevice_t*, std::uint8_t* buffer, std::uint8_t length, std::uint8_t, std::uint8_t) {
-  const std::vector<std::uint8_t>& bytes = instant_unit().bytes;
-  std::memcpy(buffer, bytes.data(), std::min<std::size_t>(length, bytes.size()));
+  std::memcpy(buffer, g_unit.bytes.data(), std::min<std::size_t>(length, g_unit.size));
   return true;
 }
 
 detail::PlatformTable instant_unit_for(const std::vector<std::uint8_t>& bytes) {
-  InstantUnit& unit = instant_unit();
-  unit.bytes = bytes;
-  unit.backend = active_vendor_backend();
-  unit.backend.xu_read = instant_xu_read;
-  return replacing_vendor_backend(unit.backend);
+  // A read asks for at most 255 bytes, so no more are kept.
+  g_unit.size = std::min(bytes.size(), g_unit.bytes.size());
+  std::copy_n(bytes.begin(), g_unit.size, g_unit.bytes.begin());
+  g_unit.backend = active_vendor_backend();
+  g_unit.backend.xu_read = instant_xu_read;
+  return replacing_vendor_backend(g_unit.backend);
 }
 
 }  // namespace
