@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "tool/tool_test_support.h"
 #include "uvc-stereo/json_diff.h"
@@ -46,6 +47,26 @@ TEST(DeepJson, PrettyPrintingStaysLinearInTheInput) {
   // Each bracket gets at most one line indented to the shown depth.
   EXPECT_LE(pretty.size(), deep.size() * (2 * cli::kMaxShownDepth + 2));
   EXPECT_EQ(cli::json_depth(pretty), 100000u);
+}
+
+TEST(DeepJson, EveryLevelUpToTheShownDepthIsListedWithItsPath) {
+  // [0,[1,[2,...]]]: one leaf on every level, each path one step longer than the last.
+  std::string document;
+  for (std::size_t level = 0; level < cli::kMaxShownDepth; ++level) {
+    document += "[" + std::to_string(level) + ",";
+  }
+  document += "null" + std::string(cli::kMaxShownDepth, ']');
+  const std::vector<cli::JsonLeaf> leaves = cli::flatten_json(document);
+  ASSERT_EQ(leaves.size(), cli::kMaxShownDepth + 1);
+  std::string path;
+  for (std::size_t level = 0; level < cli::kMaxShownDepth; ++level) {
+    EXPECT_EQ(leaves[level].path, path + "/0");
+    EXPECT_EQ(leaves[level].value, std::to_string(level));
+    path += "/1";
+  }
+  EXPECT_EQ(leaves.back().path, path);
+  EXPECT_EQ(leaves.back().value, "null");
+  EXPECT_TRUE(cli::diff_json(document, document).empty());
 }
 
 class DeepJsonCommand : public ScenarioTest {};

@@ -106,5 +106,14 @@ TEST(FlattenJson, KeepsARepeatedKeyAndTheDocumentsOrder) {
   EXPECT_EQ(leaves[2].path + "=" + leaves[2].value, "/z=3");
 }
 
+TEST(FlattenJson, ClosesSeveralContainersAtOnceAndGoesOn) {
+  const std::vector<JsonLeaf> leaves = flatten_json(R"({"a":[[1,{"b":[2]}]],"c":{"d":{}},"e":3})");
+  std::string listed;
+  for (const JsonLeaf& leaf : leaves) {
+    listed += leaf.path + "=" + leaf.value + " ";
+  }
+  EXPECT_EQ(listed, "/a/0/0=1 /a/0/1/b/0=2 /c/d={} /e=3 ");
+}
+
 }  // namespace
 }  // namespace tovanel::uvc_stereo::cli

@@ -43,71 +43,97 @@ std::string pointer_step(std::string_view quoted_key) {
   return step;
 }
 
+// Walks the document once with an explicit stack of open containers, so the thread's stack is
+// never the limit, and builds one path that each element's step is appended to and trimmed from.
 class Flattener {
  public:
   explicit Flattener(std::string_view text) : text_(text) {}
 
   std::vector<JsonLeaf> run() {
-    value();
+    while (take_value()) {
+      if (!move_to_next_element()) {
+        break;
+      }
+    }
     return std::move(leaves_);
   }
 
  private:
-  // The value at `pos_`, which sits at `path_`.
-  void value() {
-    if (pos_ >= text_.size()) {
-      return;
+  struct Level {
+    bool object = false;
+    std::size_t next_index = 0;  ///< of the element after the current one
+    std::size_t path_size = 0;   ///< of the container's own path
+  };
+
+  // The value at `pos_`: a scalar or an empty container becomes a leaf at `path_`; any other
+  // container is opened down to its first leaf. False when the text ends or breaks off.
+  bool take_value() {
+    while (pos_ < text_.size() && (text_[pos_] == '{' || text_[pos_] == '[')) {
+      const bool object = text_[pos_] == '{';
+      if (pos_ + 1 < text_.size() && text_[pos_ + 1] == (object ? '}' : ']')) {
+        leaves_.push_back(JsonLeaf{path_, object ? "{}" : "[]"});
+        pos_ += 2;
+        return true;
+      }
+      ++pos_;
+      levels_.push_back(Level{object, 0, path_.size()});
+      if (!begin_element(levels_.back())) {
+        return false;
+      }
     }
-    const char c = text_[pos_];
-    if (c == '{' || c == '[') {
-      container(c == '{');
-      return;
+    const std::size_t end = pos_ < text_.size() ? scalar_end(text_, pos_) : pos_;
+    if (end == pos_) {
+      return false;
     }
-    const std::size_t end = scalar_end(text_, pos_);
     leaves_.push_back(JsonLeaf{path_, std::string(text_.substr(pos_, end - pos_))});
     pos_ = end;
+    return true;
   }
 
-  void container(bool object) {
-    const char close = object ? '}' : ']';
-    if (pos_ + 1 < text_.size() && text_[pos_ + 1] == close) {
-      leaves_.push_back(JsonLeaf{path_, object ? "{}" : "[]"});
-      pos_ += 2;
-      return;
+  // After a value: closes every container that ends there and begins the next element. False
+  // at the end of the document or where the text breaks off.
+  bool move_to_next_element() {
+    while (!levels_.empty() && pos_ < text_.size()) {
+      Level& level = levels_.back();
+      const char c = text_[pos_++];
+      if (c == ',') {
+        return begin_element(level);
+      }
+      if (c != (level.object ? '}' : ']')) {
+        return false;
+      }
+      path_.resize(level.path_size);
+      levels_.pop_back();
     }
-    ++pos_;
-    // Each element's step is appended to the one path being built and taken off again after it.
-    const std::size_t base = path_.size();
-    for (std::size_t index = 0; pos_ < text_.size(); ++index) {
-      path_.resize(base);
-      path_ += '/';
-      if (object) {
-        const std::size_t key_end = string_end(text_, pos_);
-        path_ += pointer_step(text_.substr(pos_, key_end - pos_));
-        pos_ = key_end;
-        if (pos_ >= text_.size() || text_[pos_] != ':') {
-          return;
-        }
-        ++pos_;
-      } else {
-        path_ += std::to_string(index);
+    return false;
+  }
+
+  // Sets `path_` to the level's next element, reading its key in an object.
+  bool begin_element(Level& level) {
+    path_.resize(level.path_size);
+    path_ += '/';
+    if (level.object) {
+      if (pos_ >= text_.size() || text_[pos_] != '"') {
+        return false;
       }
-      const std::size_t before = pos_;
-      value();
-      path_.resize(base);
-      if (pos_ >= text_.size() || pos_ == before) {
-        return;
+      const std::size_t key_end = string_end(text_, pos_);
+      path_ += pointer_step(text_.substr(pos_, key_end - pos_));
+      pos_ = key_end;
+      if (pos_ >= text_.size() || text_[pos_] != ':') {
+        return false;
       }
-      const char separator = text_[pos_++];
-      if (separator != ',') {
-        return;
-      }
+      ++pos_;
+    } else {
+      path_ += std::to_string(level.next_index);
     }
+    ++level.next_index;
+    return true;
   }
 
   std::string_view text_;
   std::size_t pos_ = 0;
   std::string path_;
+  std::vector<Level> levels_;
   std::vector<JsonLeaf> leaves_;
 };
 
@@ -119,7 +145,8 @@ void newline(std::string& out, int depth) {
 }  // namespace
 
 std::vector<JsonLeaf> flatten_json(std::string_view minified) {
-  // The flattener recurses once per level: deeper documents are not flattened at all.
+  // Every leaf's path is as long as its nesting, so flattening deeper documents could take memory
+  // growing with the square of their size: they are not flattened at all.
   if (json_depth(minified) > kMaxShownDepth) {
     return {};
   }
