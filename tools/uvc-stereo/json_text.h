@@ -9,6 +9,10 @@ namespace tovanel::uvc_stereo::cli {
 
 // Helpers over JSON text that the SDK has already validated and minified, so they scan
 // tokens without re-validating; on malformed input they stop early but never read out of bounds.
+// They work on the tokens as written rather than on a parsed document (nlohmann/json serves the
+// tool's own --json output): a configuration may hold numbers that no double or 64-bit integer
+// holds exactly, escapes the user chose, bytes that are not UTF-8 and repeated keys, and every one
+// of them must be shown, compared and written back exactly as it stands. None of them recurses.
 
 // How deep the tool lays out and compares documents: deeper nesting is still written to the
 // camera as it is, but is neither indented further nor listed change by change.
