@@ -135,7 +135,19 @@ TEST(ParseArguments, AValueIsTheNextWordEvenWhenItStartsWithADash) {
   EXPECT_FALSE(flag_like.arguments->has("dry-run"));
 
   EXPECT_EQ(parse({"--count", "-1", "f"}).arguments->value("count"), "-1");
-  EXPECT_EQ(parse({"--count", "--", "f"}).arguments->value("count"), "--");
+}
+
+TEST(ParseArguments, DoubleDashIsNeverAValue) {
+  // "--backup -- file" has forgotten the backup's name; read as a value, the "--" would leave
+  // the words after it read as options, "--dry-run=" and all.
+  const std::string refused = "option '--count' needs a value (N); '--' only ends the options";
+  EXPECT_EQ(parse({"--count", "--", "f"}).error, refused);
+  EXPECT_EQ(parse({"--count", "--", "--dry-run=", "f"}).error, refused);
+  EXPECT_EQ(parse({"--count", "--", "--dry-run=1"}).error, refused);
+  EXPECT_EQ(parse({"--count", "--", "--colour"}).error, refused);
+  EXPECT_EQ(parse({"f", "--count=--"}).error, refused);
+  // After the "--" that ends the options, "--" is a positional like any other word.
+  EXPECT_EQ(parse({"--count", "1", "--", "--"}).arguments->positionals(), std::vector<std::string>{"--"});
 }
 
 TEST(ParseArguments, ValuesAndPositionalsAreKeptWordForWord) {

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -72,13 +73,11 @@ class CommandLine : public CLI::App {
 
 // An option written with "=": CLI11 reads "--out=" as "--out" and would take the next word as
 // its value, and lets a flag take "=true"; both are refused here, before it reads them. The
-// words after "--" are positionals, unless the "--" was itself a value ("--serial --"), which
-// `through_double_dash` covers once CLI11 has shown it was.
+// words after "--" are positionals ("--" is never a value: see double_dash_value).
 std::optional<std::string> attached_value_error(const std::vector<OptionSyntax>& options,
-                                                const std::vector<std::string>& words,
-                                                bool through_double_dash = false) {
+                                                const std::vector<std::string>& words) {
   for (const std::string& word : words) {
-    if (word == "--" && !through_double_dash) {
+    if (word == "--") {
       break;
     }
     const std::size_t equals = word.find('=');
@@ -171,6 +170,18 @@ struct ArgumentParser {
     return "option '--" + option->name + "' needs a value (" + option->value_name + ")";
   }
 
+  // "--" only ends the options. Given as a value ("--backup -- file") it is almost surely a
+  // forgotten one, and taking it would leave the words after it read as options.
+  [[nodiscard]] std::optional<std::string> double_dash_value() const {
+    for (const auto& [option, added] : options) {
+      const std::vector<std::string>& values = added->results();
+      if (!option->value_name.empty() && std::find(values.begin(), values.end(), "--") != values.end()) {
+        return "option '--" + option->name + "' needs a value (" + option->value_name + "); '--' only ends the options";
+      }
+    }
+    return std::nullopt;
+  }
+
   [[nodiscard]] ParsedArguments results(bool help) const {
     ParsedArguments parsed;
     for (const auto& [option, added] : options) {
@@ -224,16 +235,17 @@ struct ArgumentParser {
     } catch (const CLI::ParseError& error) {
       refusal = error.what();
     }
-    // An unknown option is named first: it is what most often explains the rest.
-    if (const std::optional<std::string> unknown = line.unknown_option()) {
+    // A "--" taken as a value explains whatever follows it; after it, an unknown option is
+    // what most often explains the rest.
+    if (std::optional<std::string> dashes = double_dash_value()) {
+      outcome.error = std::move(*dashes);
+    } else if (const std::optional<std::string> unknown = line.unknown_option()) {
       outcome.error = unknown_option_message(*unknown);
     } else if (mismatch) {
       if (const OptionSyntax* twice = given_twice()) {
         outcome.error = "option '--" + twice->name + "' is given more than once";
       } else if (std::optional<std::string> message = missing_value()) {
         outcome.error = std::move(*message);
-      } else if (std::optional<std::string> flag = attached_value_error(syntax.options, args, true)) {
-        outcome.error = std::move(*flag);
       } else {
         outcome.error = refusal;
       }
