@@ -1,5 +1,5 @@
-# The uvc-stereo tool (never the SDK) parses its arguments with CLI11 and writes and
-# compares JSON with nlohmann/json, both header-only Debian packages (libcli11-dev,
+# The uvc-stereo tool (never the SDK) parses its arguments with CLI11 and writes its --json
+# output with nlohmann/json, both header-only Debian packages (libcli11-dev,
 # nlohmann-json3-dev). A cross build must not search the host's /usr/include as a whole,
 # so only these two libraries' own header folders are offered to the tool, through a
 # folder of links in the build tree.
