@@ -3,11 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 
 #include "uvc_stereo/json.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
+
+// Every leaf of `minified` as "path=value ", in order.
+std::string listed(std::string_view minified) {
+  std::string text;
+  for (const JsonLeaf& leaf : flatten_json(minified)) {
+    text += leaf.path + "=" + leaf.value + " ";
+  }
+  return text;
+}
 
 TEST(PrettyPrintJson, IndentsObjectsAndArraysByTwoSpaces) {
   EXPECT_EQ(pretty_print_json(R"({"a":[1,2],"b":{"c":"x"}})"),
@@ -89,30 +99,15 @@ TEST(PrettyPrintJson, KeepsEveryNumberAndEscapeAsSpelled) {
 }
 
 TEST(FlattenJson, EmptyContainersAndNullAreDifferentLeaves) {
-  const std::vector<JsonLeaf> leaves = flatten_json(R"({"a":[],"b":{},"c":null,"d":[[]]})");
-  ASSERT_EQ(leaves.size(), 4u);
-  EXPECT_EQ(leaves[0].value, "[]");
-  EXPECT_EQ(leaves[1].value, "{}");
-  EXPECT_EQ(leaves[2].value, "null");
-  EXPECT_EQ(leaves[3].path, "/d/0");
-  EXPECT_EQ(leaves[3].value, "[]");
+  EXPECT_EQ(listed(R"({"a":[],"b":{},"c":null,"d":[[]]})"), "/a=[] /b={} /c=null /d/0=[] ");
 }
 
 TEST(FlattenJson, KeepsARepeatedKeyAndTheDocumentsOrder) {
-  const std::vector<JsonLeaf> leaves = flatten_json(R"({"z":1,"a":2,"z":3})");
-  ASSERT_EQ(leaves.size(), 3u);
-  EXPECT_EQ(leaves[0].path + "=" + leaves[0].value, "/z=1");
-  EXPECT_EQ(leaves[1].path + "=" + leaves[1].value, "/a=2");
-  EXPECT_EQ(leaves[2].path + "=" + leaves[2].value, "/z=3");
+  EXPECT_EQ(listed(R"({"z":1,"a":2,"z":3})"), "/z=1 /a=2 /z=3 ");
 }
 
 TEST(FlattenJson, ClosesSeveralContainersAtOnceAndGoesOn) {
-  const std::vector<JsonLeaf> leaves = flatten_json(R"({"a":[[1,{"b":[2]}]],"c":{"d":{}},"e":3})");
-  std::string listed;
-  for (const JsonLeaf& leaf : leaves) {
-    listed += leaf.path + "=" + leaf.value + " ";
-  }
-  EXPECT_EQ(listed, "/a/0/0=1 /a/0/1/b/0=2 /c/d={} /e=3 ");
+  EXPECT_EQ(listed(R"({"a":[[1,{"b":[2]}]],"c":{"d":{}},"e":3})"), "/a/0/0=1 /a/0/1/b/0=2 /c/d={} /e=3 ");
 }
 
 }  // namespace
