@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -15,6 +14,7 @@
 #include "uvc-stereo/exit_status.h"
 #include "uvc-stereo/file_io.h"
 #include "uvc-stereo/imu_stream_stats.h"
+#include "uvc-stereo/interrupt_deferral.h"
 #include "uvc-stereo/json_writer.h"
 #include "uvc-stereo/svg_plot.h"
 #include "uvc-stereo/trace_envelope.h"
@@ -30,32 +30,6 @@ constexpr std::uint64_t kMaxCount = 1000000000;
 constexpr auto kLiveLineInterval = std::chrono::milliseconds(250);
 // Runs of samples the plot keeps: more than the plot has pixel columns, in about 1 MB.
 constexpr std::size_t kPlotBuckets = 2048;
-
-// Set by Ctrl-C or SIGTERM (a service manager, `timeout`, `kill`), so an unbounded stream
-// ends cleanly either way: the row being written is finished, the IMU closed, the plot written.
-volatile std::sig_atomic_t g_interrupted = 0;
-
-void on_interrupt(int) { g_interrupted = 1; }
-
-class InterruptGuard {
- public:
-  InterruptGuard()
-      : previous_interrupt_(std::signal(SIGINT, on_interrupt)),
-        previous_terminate_(std::signal(SIGTERM, on_interrupt)) {
-    g_interrupted = 0;
-  }
-  ~InterruptGuard() {
-    std::signal(SIGINT, previous_interrupt_ == SIG_ERR ? SIG_DFL : previous_interrupt_);
-    std::signal(SIGTERM, previous_terminate_ == SIG_ERR ? SIG_DFL : previous_terminate_);
-  }
-  InterruptGuard(const InterruptGuard&) = delete;
-  InterruptGuard& operator=(const InterruptGuard&) = delete;
-
- private:
-  using Handler = void (*)(int);
-  Handler previous_interrupt_;
-  Handler previous_terminate_;
-};
 
 CommandSyntax imu_syntax() {
   CommandSyntax syntax;
@@ -305,7 +279,10 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
     return report_sdk_error(open, "opening the IMU of " + describe_camera(camera), console);
   }
 
-  const InterruptGuard interrupt_guard;
+  // Ctrl-C, SIGTERM (a service manager, `timeout`, `kill`) or a closed terminal or console
+  // ends an unbounded stream cleanly: the row being written is finished, the IMU closed,
+  // the plot written.
+  const InterruptDeferral interrupts;
   // Readable values only for a person at a terminal; a file or a pipe gets data or nothing.
   const bool readable = !options->csv && !options->json && console.out_is_terminal;
   // The live line shares no screen with the rows: it is drawn only when the samples go elsewhere.
@@ -332,7 +309,7 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   bool output_failed = false;
 
   for (std::uint64_t index = 0;; ++index) {
-    if (g_interrupted != 0 || (options->count && index >= *options->count)) {
+    if (interrupts.interrupted() || (options->count && index >= *options->count)) {
       break;
     }
     // A stream always holds at least one sample, however short its duration.

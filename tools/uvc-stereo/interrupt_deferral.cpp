@@ -1,70 +1,56 @@
 #include "uvc-stereo/interrupt_deferral.h"
 
-#include <csignal>
+#include <atomic>
 
-#include <signal.h>
-
-#if defined(_WIN32)
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
+#include "uvc-stereo/interrupt_platform.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
 
-volatile std::sig_atomic_t g_interrupted = 0;
-volatile std::sig_atomic_t g_writing_flash = 0;
+// Lock-free atomics may be used from a signal handler, and from Windows' console handler
+// thread without a data race.
+std::atomic<bool> g_interrupted{false};
+std::atomic<bool> g_writing_flash{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 constexpr char kFinishing[] =
     "\nuvc-stereo: interrupted while the flash is being written; finishing the write and its verification first\n";
 
-extern "C" void on_interrupt(int) {
-  g_interrupted = 1;
-  if (g_writing_flash != 0) {
-    // Only an async-signal-safe write may run here.
-#if defined(_WIN32)
-    static_cast<void>(_write(2, kFinishing, sizeof(kFinishing) - 1));
-#else
-    static_cast<void>(::write(2, kFinishing, sizeof(kFinishing) - 1));
-#endif
-  }
-}
-
 }  // namespace
 
-InterruptDeferral::Handler InterruptDeferral::install(int signal) {
-#if defined(_WIN32)
-  return std::signal(signal, on_interrupt);
-#else
-  // Without SA_RESTART: a read of standard input that waits on a terminal returns at once,
-  // so Ctrl-C still ends a run that is waiting for the user's typing.
-  struct sigaction action {};
-  action.sa_handler = on_interrupt;
-  sigemptyset(&action.sa_mask);
-  struct sigaction previous {};
-  if (::sigaction(signal, &action, &previous) != 0) {
-    return SIG_ERR;
+void interrupts::note_interrupt() noexcept {
+  g_interrupted.store(true);
+  if (g_writing_flash.load()) {
+    write_to_standard_error(kFinishing, sizeof(kFinishing) - 1);
   }
-  return previous.sa_handler;
-#endif
 }
 
+bool interrupts::interrupt_noted() noexcept { return g_interrupted.load(); }
+
 InterruptDeferral::InterruptDeferral() {
-  g_interrupted = 0;
-  g_writing_flash = 0;
-  previous_interrupt_ = install(SIGINT);
-  previous_terminate_ = install(SIGTERM);
+  g_interrupted.store(false);
+  g_writing_flash.store(false);
+  int count = 0;
+  const int* signals = interrupts::interrupt_signals(count);
+  for (int i = 0; i < count && i < kMaxSignals; ++i) {
+    signals_[i] = signals[i];
+    previous_[i] = interrupts::route_signal(signals[i]);
+    routed_ = i + 1;
+  }
+  interrupts::start_console_events();
 }
 
 InterruptDeferral::~InterruptDeferral() {
-  g_writing_flash = 0;
-  std::signal(SIGINT, previous_interrupt_ == SIG_ERR ? SIG_DFL : previous_interrupt_);
-  std::signal(SIGTERM, previous_terminate_ == SIG_ERR ? SIG_DFL : previous_terminate_);
+  g_writing_flash.store(false);
+  // A console being closed waits for this moment: the command has said all it had to.
+  interrupts::stop_console_events();
+  for (int i = routed_ - 1; i >= 0; --i) {
+    interrupts::restore_signal(signals_[i], previous_[i]);
+  }
 }
 
-bool InterruptDeferral::interrupted() const noexcept { return g_interrupted != 0; }
+bool InterruptDeferral::interrupted() const noexcept { return interrupts::interrupt_noted(); }
 
-void InterruptDeferral::flash_write_begins() noexcept { g_writing_flash = 1; }
+void InterruptDeferral::flash_write_begins() noexcept { g_writing_flash.store(true); }
 
 }  // namespace tovanel::uvc_stereo::cli

@@ -2,10 +2,14 @@
 
 namespace tovanel::uvc_stereo::cli {
 
-// Holds Ctrl-C (SIGINT) and SIGTERM while a configuration is being written: an interrupt
-// is only recorded, and the command decides when to act on it. Before the camera is touched
-// it aborts with nothing written; once the flash is being erased and written it finishes the
-// write and its verification first, so the record is never left half-written.
+// Holds Ctrl-C and the system's requests to end the program while a command runs: SIGINT,
+// SIGTERM and SIGHUP (the terminal closed) on POSIX systems; on Windows the console's
+// control events (Ctrl-C, Ctrl-Break, the console closed, logoff, shutdown) and the C
+// runtime's SIGINT and SIGTERM. An interrupt is only recorded, and the command decides when
+// to act on it: config set aborts with nothing written before the camera is touched, and
+// once the flash is being erased and written finishes the write and its verification first,
+// so the record is never left half-written; an IMU stream ends with its rows complete and
+// its plot written. A hangup ignored when the command starts (as under nohup) stays ignored.
 class InterruptDeferral {
  public:
   InterruptDeferral();
@@ -22,9 +26,10 @@ class InterruptDeferral {
 
  private:
   using Handler = void (*)(int);
-  static Handler install(int signal);
-  Handler previous_interrupt_ = nullptr;
-  Handler previous_terminate_ = nullptr;
+  static constexpr int kMaxSignals = 3;
+  int signals_[kMaxSignals] = {};
+  Handler previous_[kMaxSignals] = {};
+  int routed_ = 0;
 };
 
 }  // namespace tovanel::uvc_stereo::cli

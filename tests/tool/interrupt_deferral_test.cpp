@@ -1,0 +1,115 @@
+#include "uvc-stereo/interrupt_deferral.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "tool/interrupt_test_support.h"
+#include "tool/tool_test_support.h"
+
+// Interrupts are only recorded while a command holds them: the command decides what they
+// may cut, a repeated interrupt is recorded again, an ignored signal stays ignored, and an
+// IMU stream ends cleanly at the read where one arrives.
+namespace tovanel::uvc_stereo::tool_testing {
+namespace {
+
+using cli::InterruptDeferral;
+
+TEST(InterruptDeferral, RecordsEveryInterruptAndSpeaksOnlyOnceTheFlashIsWritten) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    const InterruptDeferral interrupts;
+    EXPECT_FALSE(interrupts.interrupted());
+    ::testing::internal::CaptureStderr();
+    std::raise(signal);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    EXPECT_TRUE(interrupts.interrupted());
+  }
+}
+
+TEST(InterruptDeferral, AnInterruptRepeatedDuringTheWriteIsHeldAgain) {
+  InterruptDeferral interrupts;
+  interrupts.flash_write_begins();
+  ::testing::internal::CaptureStderr();
+  std::raise(SIGINT);
+  std::raise(SIGINT);
+  std::raise(SIGTERM);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), kFinishingLine + kFinishingLine + kFinishingLine);
+  EXPECT_TRUE(interrupts.interrupted());
+}
+
+TEST(InterruptDeferral, EachCommandStartsUninterrupted) {
+  {
+    const InterruptDeferral first;
+    std::raise(SIGINT);
+    EXPECT_TRUE(first.interrupted());
+  }
+  const InterruptDeferral second;
+  EXPECT_FALSE(second.interrupted());
+}
+
+TEST(InterruptDeferral, CtrlCAndSigtermAreCaughtAlsoWhenStartedIgnored) {
+  // As a shell starts a run in the background.
+  for (const int signal : {SIGINT, SIGTERM}) {
+    const auto previous = std::signal(signal, SIG_IGN);
+    {
+      const InterruptDeferral interrupts;
+      std::raise(signal);
+      EXPECT_TRUE(interrupts.interrupted());
+    }
+    EXPECT_EQ(std::signal(signal, previous), SIG_IGN) << "the ignored disposition was not put back";
+  }
+}
+
+#if !defined(_WIN32)
+TEST(InterruptDeferral, AHangupIgnoredUnderNohupStaysIgnored) {
+  const auto previous = std::signal(SIGHUP, SIG_IGN);
+  {
+    const InterruptDeferral interrupts;
+    std::raise(SIGHUP);
+    EXPECT_FALSE(interrupts.interrupted()) << "a hangup meant to be ignored was caught";
+  }
+  EXPECT_EQ(std::signal(SIGHUP, previous), SIG_IGN);
+}
+
+TEST(InterruptDeferral, AHangupIsAnInterrupt) {
+  const auto previous = std::signal(SIGHUP, SIG_DFL);
+  {
+    const InterruptDeferral interrupts;
+    std::raise(SIGHUP);
+    EXPECT_TRUE(interrupts.interrupted());
+  }
+  EXPECT_EQ(std::signal(SIGHUP, previous), SIG_DFL);
+}
+#endif
+
+class ImuInterrupt : public ScenarioTest {};
+
+TEST_F(ImuInterrupt, AnInterruptEndsTheStreamAtTheReadItArrivesWithTheRowsCompleteAndThePlotWritten) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    const ScratchDirectory scratch;
+    int reads = 0;
+    rig_.on_call("SonixCam_XuRead", [&](const sim::VendorCall& call) {
+      // The IMU's own extension unit (unit 4, selector 10), not the capability report's.
+      if (call.args.size() == 3 && call.args[1] == 10 && ++reads == 7) {
+        std::raise(signal);
+      }
+    });
+    const std::string plot = scratch.file("imu.svg");
+    const ToolRun run = run_tool({"imu", "--index", "0", "--csv", "--rate", "0", "--plot", plot});
+    rig_.clear_call_hooks();
+    EXPECT_EQ(run.status, 0) << run.err;
+    const std::vector<std::string> rows = lines_of(run.out);
+    ASSERT_EQ(rows.size(), 8u) << "a header and the 7 samples read: " << run.out;
+    for (const std::string& row : rows) {
+      EXPECT_EQ(count_of(row, ","), 12u) << row;
+    }
+    EXPECT_NE(run.err.find("read 7 samples in "), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("plot written to " + plot + "\n"), std::string::npos) << run.err;
+    EXPECT_NE(scratch.read(plot).find(": 7 samples</text>"), std::string::npos);
+  }
+}
+
+}  // namespace
+}  // namespace tovanel::uvc_stereo::tool_testing
