@@ -79,8 +79,8 @@ TEST_F(SimulatedRigCallHookTest, AHookWatchesOnlyItsCallAndStarWatchesEveryCall)
   ASSERT_TRUE(erase_user_space());
   static_cast<void>(reported_vendor_code(&record_));
   EXPECT_EQ(erases, (std::vector<std::string>{"SonixCam_SectorEraseSF"}));
-  EXPECT_EQ(every, (std::vector<std::string>{"SonixCam_CstmReadFromSF", "SonixCam_SectorEraseSF",
-                                             "SonixCam_GetErrorCode"}));
+  EXPECT_EQ(every,
+            (std::vector<std::string>{"SonixCam_CstmReadFromSF", "SonixCam_SectorEraseSF", "SonixCam_GetErrorCode"}));
 }
 
 TEST_F(SimulatedRigCallHookTest, AnUnplugFromTheHookFailsTheCallThatBegan) {

@@ -147,12 +147,11 @@ bool create_new_file(const std::string& path, std::string_view content, std::str
   return create_exclusively(path, content, error) == Claim::Taken;
 }
 
-std::string create_backup_file(std::string_view label, std::time_t when, std::string_view content,
-                               std::string& error) {
+std::string create_backup_file(std::string_view label, std::time_t when, std::string_view content, std::string& error) {
   // The name is claimed by the creation itself, never by a look beforehand, so two runs
   // at the same second each get a name of their own.
-  return first_backup_name_taken(
-      label, when, [&](const std::string& name) { return create_exclusively(name, content, error); });
+  return first_backup_name_taken(label, when,
+                                 [&](const std::string& name) { return create_exclusively(name, content, error); });
 }
 
 bool file_exists(const std::string& path) {
@@ -177,8 +176,8 @@ std::string backup_file_name(std::string_view label, std::time_t when) {
 }
 
 std::string unused_backup_file_name(std::string_view label, std::time_t when) {
-  return first_backup_name_taken(label, when,
-                                 [](const std::string& name) { return file_exists(name) ? Claim::InUse : Claim::Taken; });
+  return first_backup_name_taken(
+      label, when, [](const std::string& name) { return file_exists(name) ? Claim::InUse : Claim::Taken; });
 }
 
 }  // namespace tovanel::uvc_stereo::cli
