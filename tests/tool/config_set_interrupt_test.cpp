@@ -227,6 +227,31 @@ TEST_F(ConfigSetInterruptDuringWrite, WithTheBackupOnStandardOutputTheRestoreRea
   EXPECT_EQ(stored_configuration(), original_);
 }
 
+TEST_F(ConfigSetInterruptDuringWrite, AnInterruptWhileTheCurrentRecordIsReadShowsAndSavesNothing) {
+  for (const bool dry_run : {false, true}) {
+    SCOPED_TRACE(dry_run ? "dry run" : "write");
+    rig_.clear_calls();
+    const WorkingDirectory inside(scratch_.path());
+    const std::vector<std::uint8_t> before = user_space(kReportingCamera);
+    const std::string input = scratch_.write("new.json", kNewJson);
+    std::vector<std::string> args = {"config", "set", input, "--index", "0"};
+    if (dry_run) {
+      args.push_back("--dry-run");
+    }
+    const ToolRun run = run_interrupted_at("SonixCam_CstmReadFromSF", SIGTERM, args);
+    EXPECT_EQ(run.status, 130) << run.err;
+    EXPECT_EQ(handler_said_, "") << "the handler spoke before the flash was touched";
+    EXPECT_EQ(run.out, "") << "changes were listed after the interrupt";
+    EXPECT_EQ(lines_of(run.err).back(),
+              "uvc-stereo: interrupted before the camera was written; nothing was written to camera 0 (0c45:6368, "
+              "serial TVS2-00417)");
+    EXPECT_EQ(scratch_.names(), std::vector<std::string>{"new.json"}) << "a backup was saved after the interrupt";
+    EXPECT_EQ(user_space(kReportingCamera), before);
+    EXPECT_EQ(calls_named("SonixCam_SectorEraseSF"), 0u);
+    EXPECT_EQ(calls_named("SonixCam_WriteToSF"), 0u);
+  }
+}
+
 // Standard output that delivers `signal` to the process while the backup is being saved to it.
 class InterruptingOutput : public std::stringbuf {
  public:

@@ -66,6 +66,13 @@ std::string undo_command(const std::string& backup_path, const SelectedCamera& c
   return "uvc-stereo config set " + quoted_for_shell(backup_path) + " " + reselect_options(camera);
 }
 
+// An interrupt that arrives before the flash is erased ends the run with the camera as it was.
+int report_interrupted_before_write(const SelectedCamera& camera, Console& console) {
+  console.err << "uvc-stereo: interrupted before the camera was written; nothing was written to "
+              << describe_camera(camera) << "\n";
+  return InterruptDeferral::kExitInterrupted;
+}
+
 int config_set_body(const ParsedArguments& arguments, Console& console) {
   // From here on an interrupt is only recorded; where it is acted on decides what it may cut.
   InterruptDeferral interrupts;
@@ -147,6 +154,10 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
                 << read.status().message() << "); changes are shown against an empty configuration\n";
   }
 
+  if (interrupts.interrupted()) {
+    return report_interrupted_before_write(camera, console);
+  }
+
   // With the backup on standard output, the changes go to standard error so that what is
   // saved is the configuration alone.
   std::ostream& changes = backup_to_output ? console.err : console.out;
@@ -195,9 +206,7 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   }
 
   if (interrupts.interrupted()) {
-    console.err << "uvc-stereo: interrupted before the camera was written; nothing was written to "
-                << describe_camera(camera) << "\n";
-    return InterruptDeferral::kExitInterrupted;
+    return report_interrupted_before_write(camera, console);
   }
   interrupts.flash_write_begins();
   const Status written = device.write_json(input.text);
