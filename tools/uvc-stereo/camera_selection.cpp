@@ -52,6 +52,16 @@ std::string camera_selection_help() {
          "one camera attached none is needed.\n\n";
 }
 
+CommandSyntax camera_command_syntax(std::string name, std::string synopsis, std::string summary) {
+  CommandSyntax syntax;
+  syntax.name = std::move(name);
+  syntax.synopsis = std::move(synopsis);
+  syntax.summary = std::move(summary);
+  syntax.options = camera_selection_options();
+  syntax.details = camera_selection_help();
+  return syntax;
+}
+
 FilterOutcome scan_filter_from(const ParsedArguments& arguments) {
   FilterOutcome outcome;
   DeviceScanFilter filter;
@@ -160,6 +170,23 @@ OpenedCamera open_camera(const SelectedCamera& camera, std::uint32_t required_ca
     return opened;
   }
   opened.device.emplace(std::move(device).value());
+  return opened;
+}
+
+OpenedSelection open_selected_camera(const std::string& command, const ParsedArguments& arguments, Console& console) {
+  OpenedSelection opened;
+  Selection selection = select_camera(command, arguments, console);
+  if (!selection.camera) {
+    opened.exit_status = selection.exit_status;
+    return opened;
+  }
+  OpenedCamera camera = open_camera(*selection.camera, 0, console);
+  if (!camera.device) {
+    opened.exit_status = camera.exit_status;
+    return opened;
+  }
+  opened.camera = std::move(selection.camera);
+  opened.device = std::move(camera.device);
   return opened;
 }
 

@@ -17,6 +17,9 @@ namespace tovanel::uvc_stereo::cli {
 // The filter options plus --serial, --path and --index: how a command picks one camera.
 [[nodiscard]] std::vector<OptionSyntax> camera_selection_options();
 [[nodiscard]] std::string camera_selection_help();
+// The syntax every command that works on one camera starts from: its words, the camera
+// selection options and their help; the command adds its own options and paragraphs.
+[[nodiscard]] CommandSyntax camera_command_syntax(std::string name, std::string synopsis, std::string summary);
 
 // The scan filter the options ask for, or the reason they are malformed.
 struct FilterOutcome {
@@ -50,6 +53,15 @@ struct OpenedCamera {
 };
 [[nodiscard]] OpenedCamera open_camera(const SelectedCamera& camera, std::uint32_t required_capabilities,
                                        Console& console);
+
+// The camera the options select, opened; or the exit status of the failure already reported.
+struct OpenedSelection {
+  std::optional<SelectedCamera> camera;
+  std::optional<Device> device;
+  int exit_status = 0;
+};
+[[nodiscard]] OpenedSelection open_selected_camera(const std::string& command, const ParsedArguments& arguments,
+                                                   Console& console);
 
 // "camera 0 (0c45:6368, serial TVS2-00417)".
 [[nodiscard]] std::string describe_camera(const SelectedCamera& camera);

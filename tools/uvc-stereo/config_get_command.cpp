@@ -11,33 +11,25 @@ namespace tovanel::uvc_stereo::cli {
 namespace {
 
 CommandSyntax config_get_syntax() {
-  CommandSyntax syntax;
-  syntax.name = "config get";
-  syntax.synopsis = "[options]";
-  syntax.summary =
+  CommandSyntax syntax = camera_command_syntax(
+      "config get", "[options]",
       "Prints the JSON configuration stored in the camera's flash, minified as the camera holds it.\n"
-      "The record's format version goes to standard error, so the JSON can be piped or saved as is.";
-  syntax.options = camera_selection_options();
-  syntax.options.push_back({"out", "FILE", "write the JSON to FILE instead of standard output (- for standard output)"});
+      "The record's format version goes to standard error, so the JSON can be piped or saved as is.");
+  syntax.options.push_back(
+      {"out", "FILE", "write the JSON to FILE instead of standard output (- for standard output)"});
   syntax.options.push_back({"pretty", "", "indent the JSON for reading and editing"});
-  syntax.details = camera_selection_help() +
-                 "The output is accepted unchanged by 'uvc-stereo config set', on this camera or another.\n";
+  syntax.details += "The output is accepted unchanged by 'uvc-stereo config set', on this camera or another.\n";
   return syntax;
 }
 
 int config_get_body(const ParsedArguments& arguments, Console& console) {
-  const Selection selection = select_camera("config get", arguments, console);
-  if (!selection.camera) {
-    return selection.exit_status;
-  }
-  OpenedCamera opened = open_camera(*selection.camera, 0, console);
+  OpenedSelection opened = open_selected_camera("config get", arguments, console);
   if (!opened.device) {
     return opened.exit_status;
   }
   Result<ReadJsonResult> read = opened.device->read_json();
   if (!read.ok()) {
-    return report_sdk_error(read.status(), "reading the configuration of " + describe_camera(*selection.camera),
-                            console);
+    return report_sdk_error(read.status(), "reading the configuration of " + describe_camera(*opened.camera), console);
   }
   const ReadJsonResult& record = read.value();
   const std::string text = (arguments.has("pretty") ? pretty_print_json(record.json) : record.json) + "\n";
@@ -48,7 +40,7 @@ int config_get_body(const ParsedArguments& arguments, Console& console) {
     if (!write_file(*out, text, error)) {
       return report_file_error(error, console);
     }
-    console.err << "wrote the configuration of " << describe_camera(*selection.camera) << " to " << *out << "\n";
+    console.err << "wrote the configuration of " << describe_camera(*opened.camera) << " to " << *out << "\n";
     return kExitOk;
   }
   console.out << text;

@@ -18,26 +18,23 @@ namespace tovanel::uvc_stereo::cli {
 namespace {
 
 CommandSyntax config_set_syntax() {
-  CommandSyntax syntax;
-  syntax.name = "config set";
-  syntax.synopsis = "[options] FILE|-";
-  syntax.summary =
+  CommandSyntax syntax = camera_command_syntax(
+      "config set", "[options] FILE|-",
       "Validates the JSON in FILE (or standard input for -), saves the configuration it replaces to a\n"
       "backup file, then writes it to the camera's flash and verifies it. Invalid JSON is refused with\n"
-      "its exact position before the camera is touched.";
-  syntax.options = camera_selection_options();
+      "its exact position before the camera is touched.");
   syntax.options.push_back({"backup", "FILE",
-                          "save the replaced configuration to FILE, which must not exist yet, or to\n"
-                          "standard output for - (default: a new uvc-stereo-backup-<serial>-<UTC time>.json\n"
-                          "in the current directory)"});
+                            "save the replaced configuration to FILE, which must not exist yet, or to\n"
+                            "standard output for - (default: a new uvc-stereo-backup-<serial>-<UTC time>.json\n"
+                            "in the current directory)"});
   syntax.options.push_back({"no-backup", "", "do not save the replaced configuration"});
   syntax.options.push_back({"dry-run", "", "show what would change and write nothing"});
   syntax.min_positionals = 1;
   syntax.max_positionals = 1;
-  syntax.details = camera_selection_help() +
-                 "The changes are listed one value per line: '~' changed, '+' added, '-' removed.\n"
-                 "Undo a write with: uvc-stereo config set BACKUP-FILE (with the same camera selection).\n"
-                 "A camera whose flash holds no configuration yet has nothing to back up.\n";
+  syntax.details +=
+      "The changes are listed one value per line: '~' changed, '+' added, '-' removed.\n"
+      "Undo a write with: uvc-stereo config set BACKUP-FILE (with the same camera selection).\n"
+      "A camera whose flash holds no configuration yet has nothing to back up.\n";
   return syntax;
 }
 
@@ -114,15 +111,11 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   }
   const std::string& new_json = minified.value();
 
-  const Selection selection = select_camera("config set", arguments, console);
-  if (!selection.camera) {
-    return selection.exit_status;
-  }
-  const SelectedCamera& camera = *selection.camera;
-  OpenedCamera opened = open_camera(camera, 0, console);
+  OpenedSelection opened = open_selected_camera("config set", arguments, console);
   if (!opened.device) {
     return opened.exit_status;
   }
+  const SelectedCamera& camera = *opened.camera;
   Device& device = *opened.device;
 
   // The record (header and minified JSON) must fit this camera's flash user space; saying
@@ -166,8 +159,7 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
     changes << line << "\n";
   }
   if (diff.too_deep) {
-    console.err << "the changes are not listed: a configuration nests deeper than " << kMaxShownDepth
-                << " levels\n";
+    console.err << "the changes are not listed: a configuration nests deeper than " << kMaxShownDepth << " levels\n";
   }
   // The changes come before the verdict on standard error, also when both go to one log;
   // a user who cannot see them has not seen what is about to be written.
@@ -196,8 +188,8 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
       backup_path = "-";
       console.err << "saved the configuration being replaced to standard output\n";
     } else {
-      backup_path = backup_option ? *backup_option
-                                  : create_backup_file(camera_label(camera), std::time(nullptr), backup, error);
+      backup_path =
+          backup_option ? *backup_option : create_backup_file(camera_label(camera), std::time(nullptr), backup, error);
       if (backup_path.empty() || (backup_option && !create_new_file(backup_path, backup, error))) {
         return report_file_error(error + "; nothing was written to the camera", console);
       }

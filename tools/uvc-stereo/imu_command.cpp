@@ -32,16 +32,13 @@ constexpr auto kLiveLineInterval = std::chrono::milliseconds(250);
 constexpr std::size_t kPlotBuckets = 2048;
 
 CommandSyntax imu_syntax() {
-  CommandSyntax syntax;
-  syntax.name = "imu";
-  syntax.synopsis = "[options]";
-  syntax.summary =
+  CommandSyntax syntax = camera_command_syntax(
+      "imu", "[options]",
       "Streams the camera's IMU samples converted to degrees Celsius, g and degrees per second. The\n"
       "camera's 20-bit sample counter is unwrapped past its wrap, and gaps in it are counted as missed\n"
       "samples. Without --csv or --json a terminal shows the latest values four times a second, with\n"
       "the sample rate and missed samples; when the samples go elsewhere, a live line on a terminal's\n"
-      "standard error shows the sample rate, missed samples and read latency.";
-  syntax.options = camera_selection_options();
+      "standard error shows the sample rate, missed samples and read latency.");
   syntax.options.push_back({"count", "N", "stop after N samples"});
   syntax.options.push_back({"duration", "S", "stop after S seconds"});
   syntax.options.push_back({"rate", "HZ", "reads per second (default 200; 0 reads as fast as the camera answers)"});
@@ -50,16 +47,16 @@ CommandSyntax imu_syntax() {
   syntax.options.push_back({"plot", "FILE",
                             "write an SVG plot of the accelerometer and gyroscope traces when the\n"
                             "stream ends (FILE is checked before it starts)"});
-  syntax.details = camera_selection_help() +
-                   "Without --count or --duration the stream runs until Ctrl-C or SIGTERM, which end it cleanly:\n"
-                   "the last row complete, the plot written. A summary line goes to standard error at the end. Columns "
-                   "of --csv (and keys of --json): sample (read number), counter (the\n"
-                   "unwrapped sample counter), raw_counter (as the camera sent it), missed (samples skipped just\n"
-                   "before this one), time_s (host time since the first sample), latency_ms (time the read took),\n"
-                   "temperature_c, accel x/y/z in g, gyro x/y/z in deg/s.\n"
-                   "\n"
-                   "The plot keeps the first, lowest, highest and last values of each stretch of the stream in a\n"
-                   "fixed 1 MB, so a stream of any length can be plotted and its spikes still show.\n";
+  syntax.details +=
+      "Without --count or --duration the stream runs until Ctrl-C or SIGTERM, which end it cleanly:\n"
+      "the last row complete, the plot written. A summary line goes to standard error at the end. Columns "
+      "of --csv (and keys of --json): sample (read number), counter (the\n"
+      "unwrapped sample counter), raw_counter (as the camera sent it), missed (samples skipped just\n"
+      "before this one), time_s (host time since the first sample), latency_ms (time the read took),\n"
+      "temperature_c, accel x/y/z in g, gyro x/y/z in deg/s.\n"
+      "\n"
+      "The plot keeps the first, lowest, highest and last values of each stretch of the stream in a\n"
+      "fixed 1 MB, so a stream of any length can be plotted and its spikes still show.\n";
   return syntax;
 }
 
@@ -265,15 +262,11 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
       return report_file_error(error, console);
     }
   }
-  const Selection selection = select_camera("imu", arguments, console);
-  if (!selection.camera) {
-    return selection.exit_status;
-  }
-  const SelectedCamera& camera = *selection.camera;
-  OpenedCamera opened = open_camera(camera, 0, console);
+  OpenedSelection opened = open_selected_camera("imu", arguments, console);
   if (!opened.device) {
     return opened.exit_status;
   }
+  const SelectedCamera& camera = *opened.camera;
   Device& device = *opened.device;
   if (const Status open = device.open_imu(); !open.ok()) {
     return report_sdk_error(open, "opening the IMU of " + describe_camera(camera), console);

@@ -16,17 +16,13 @@ namespace tovanel::uvc_stereo::cli {
 namespace {
 
 CommandSyntax info_syntax() {
-  CommandSyntax syntax;
-  syntax.name = "info";
-  syntax.synopsis = "[options]";
-  syntax.summary =
+  CommandSyntax syntax = camera_command_syntax(
+      "info", "[options]",
       "Opens one camera and shows its firmware version, where its capabilities come from (its\n"
       "capability report, or the fixed defaults of a camera without one), its flash user space, IMU\n"
       "transport and conversion factors, and which transports it proves: the flash, and a valid JSON\n"
-      "record in it.";
-  syntax.options = camera_selection_options();
+      "record in it.");
   syntax.options.push_back({"json", "", "print the information as JSON"});
-  syntax.details = camera_selection_help();
   return syntax;
 }
 
@@ -294,15 +290,11 @@ void print_json(const SelectedCamera& camera, const Device& device, const Firmwa
 }
 
 int info_body(const ParsedArguments& arguments, Console& console) {
-  const Selection selection = select_camera("info", arguments, console);
-  if (!selection.camera) {
-    return selection.exit_status;
-  }
-  const SelectedCamera& camera = *selection.camera;
-  OpenedCamera opened = open_camera(camera, 0, console);
+  OpenedSelection opened = open_selected_camera("info", arguments, console);
   if (!opened.device) {
     return opened.exit_status;
   }
+  const SelectedCamera& camera = *opened.camera;
   const Device& device = *opened.device;
   Result<ImuConversionOptions> conversion = device.imu_conversion_options();
   if (!conversion.ok()) {
