@@ -52,8 +52,6 @@ JsonWriter& JsonWriter::add(Json&& value) {
     document_ = std::make_unique<Json>(std::move(value));
     if (document_->is_structured()) {
       open_.push_back(document_.get());
-    } else {
-      text_ = serialize(*document_);
     }
     return *this;
   }
@@ -73,15 +71,15 @@ JsonWriter& JsonWriter::add(Json&& value) {
   return *this;
 }
 
+// Serialized only when asked for, in the one form the caller wants.
+std::string JsonWriter::text() const { return complete() ? serialize(*document_) : std::string(); }
+
 std::string JsonWriter::pretty_text() const {
-  return text_.empty() ? std::string() : serialize(*document_, kPrettyIndent);
+  return complete() ? serialize(*document_, kPrettyIndent) : std::string();
 }
 
 JsonWriter& JsonWriter::close() {
   open_.pop_back();
-  if (open_.empty()) {
-    text_ = serialize(*document_);
-  }
   return *this;
 }
 

@@ -10,7 +10,7 @@
 namespace tovanel::uvc_stereo::cli {
 
 // Builds the tool's --json output as an nlohmann/json document, members in the order they are
-// written, and serializes it compactly once the outermost value is complete. The output is valid
+// written, and serializes it (compactly or laid out) once the outermost value is complete. The output is valid
 // UTF-8 JSON whatever bytes a camera reports: bytes that are not UTF-8 (in a name or a path)
 // become U+FFFD, control characters and DEL are escaped.
 class JsonWriter {
@@ -38,20 +38,19 @@ class JsonWriter {
   JsonWriter& null();
 
   // The compact text of the document; empty until its outermost value is complete.
-  [[nodiscard]] const std::string& text() const noexcept { return text_; }
+  [[nodiscard]] std::string text() const;
   // The same document laid out for people to read, two spaces a level; empty while `text` is.
   [[nodiscard]] std::string pretty_text() const;
 
  private:
   // Places `value` in the open container (under the pending key) or makes it the document.
   JsonWriter& add(nlohmann::ordered_json&& value);
-  JsonWriter& open(nlohmann::ordered_json&& container);
   JsonWriter& close();
+  [[nodiscard]] bool complete() const noexcept { return document_ && open_.empty(); }
 
   std::unique_ptr<nlohmann::ordered_json> document_;
   std::vector<nlohmann::ordered_json*> open_;
   std::string pending_key_;
-  std::string text_;
 };
 
 // `text` as a JSON string literal, quotes included, escaped as the writer does.
