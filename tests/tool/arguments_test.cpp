@@ -171,6 +171,13 @@ TEST(ParseArguments, HelpIsAnsweredOverSurplusPositionalsButNotOverAnUnknownOpti
 TEST(ParseArguments, NamesAnUnknownOptionWithoutItsValue) {
   EXPECT_EQ(parse({"--colour=red", "f"}).error, "unknown option '--colour'");
   EXPECT_EQ(parse({"f", "-hx"}).error, "unknown option '-x'");
+  // What follows "-h" in one word is read as the words it spells, so "-h-count" is "-h --count".
+  EXPECT_EQ(parse({"f", "-h-count"}).error, "option '--count' needs a value (N)");
+  EXPECT_EQ(parse({"-hh-count=", "f"}).error, "option '--count' needs a value (N)");
+  EXPECT_EQ(parse({"f", "-h-dry-run=1"}).error, "option '--dry-run' takes no value");
+  const ParseOutcome help = parse({"-h-count", "3"});
+  ASSERT_TRUE(help.arguments) << help.error;
+  EXPECT_TRUE(help.arguments->has("help"));
   // The unknown option is named even where the line is also short of its positional.
   EXPECT_EQ(parse({"--colour"}).error, "unknown option '--colour'");
 }
@@ -202,7 +209,8 @@ TEST(ParseArguments, TakesBetweenTheLeastAndTheMostPositionals) {
 TEST(ParseArguments, AnyShortLineIsAcceptedOrRefusedInTheToolsOwnWords) {
   const std::vector<std::string> words = {"--count", "--count=", "--count=2", "2", "--dry-run", "--dry-run=1", "--",
                                           "-", "-h", "--help", "--simulate", "-x", "-5", "--colour", "---", "--=",
-                                          "-hx", "[a,b]", "/x", "", "--count={}", "-count", "--version"};
+                                          "-hx", "[a,b]", "/x", "", "--count={}", "-count", "--version",
+                                          "-h-count", "-hh-count=", "-h-dry-run=1", "-hh", "-h--count"};
   const std::vector<std::string> our_refusals = {"unknown option '", "option '--", "missing argument: ",
                                                  "unexpected argument '"};
   CommandSyntax syntax = sample_syntax();

@@ -71,20 +71,37 @@ class CommandLine : public CLI::App {
   }
 };
 
+// The long option CLI11 reads out of a word, as "--name" or "--name=value": the word itself, or
+// what follows one or more "h" in a short-option cluster ("-h-out" is "-h" and then "--out").
+std::optional<std::string_view> long_option_read_from(std::string_view word) {
+  if (word.rfind("--", 0) == 0) {
+    return word;
+  }
+  if (word.size() < 3 || word[0] != '-' || word[1] != 'h') {
+    return std::nullopt;
+  }
+  const std::size_t rest = word.find_first_not_of('h', 1);
+  if (rest == std::string_view::npos || word[rest] != '-') {
+    return std::nullopt;
+  }
+  return word.substr(rest - 1);  // the last "h" stands in for the first "-"
+}
+
 // An option written with "=": CLI11 reads "--out=" as "--out" and would take the next word as
 // its value, and lets a flag take "=true"; both are refused here, before it reads them. The
 // words after "--" are positionals ("--" is never a value: see double_dash_value).
 std::optional<std::string> attached_value_error(const std::vector<OptionSyntax>& options,
                                                 const std::vector<std::string>& words) {
-  for (const std::string& word : words) {
-    if (word == "--") {
+  for (const std::string& typed : words) {
+    if (typed == "--") {
       break;
     }
-    const std::size_t equals = word.find('=');
-    if (word.rfind("--", 0) != 0 || equals == std::string::npos) {
+    const std::optional<std::string_view> word = long_option_read_from(typed);
+    const std::size_t equals = word ? word->find('=') : std::string_view::npos;
+    if (equals == std::string_view::npos) {
       continue;
     }
-    const std::string name = word.substr(2, equals - 2);
+    const std::string name(word->substr(2, equals - 2));
     const OptionSyntax* option = find_option(options, name);
     if (option == nullptr) {
       continue;  // an unknown option, which CLI11 reports
@@ -92,7 +109,7 @@ std::optional<std::string> attached_value_error(const std::vector<OptionSyntax>&
     if (option->value_name.empty()) {
       return "option '--" + name + "' takes no value";
     }
-    if (equals + 1 == word.size()) {
+    if (equals + 1 == word->size()) {
       return "option '--" + name + "' needs a value (" + option->value_name + ")";
     }
   }
@@ -157,13 +174,14 @@ struct ArgumentParser {
     return nullptr;
   }
 
-  // CLI11 refuses a value option that ends the line without its value; that option is the last word.
+  // CLI11 refuses a value option that ends the line without its value; that option is in the
+  // last word, alone or after "-h".
   [[nodiscard]] std::optional<std::string> missing_value() const {
-    if (args.empty() || args.back().rfind("--", 0) != 0) {
+    const std::optional<std::string_view> word = args.empty() ? std::nullopt : long_option_read_from(args.back());
+    if (!word) {
       return std::nullopt;
     }
-    const std::string_view word(args.back());
-    const OptionSyntax* option = find_option(syntax.options, word.substr(2, word.find('=') - 2));
+    const OptionSyntax* option = find_option(syntax.options, word->substr(2, word->find('=') - 2));
     if (option == nullptr || option->value_name.empty()) {
       return std::nullopt;
     }
