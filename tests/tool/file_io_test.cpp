@@ -28,25 +28,26 @@ TEST(BackupFileName, KeepsOnlyCharactersSafeInAnyFileName) {
   EXPECT_EQ(backup_file_name("", kMoment), "uvc-stereo-backup-camera-20240305T060708Z.json");
 }
 
-TEST(UnusedBackupFileName, NeverReusesTheNameOfAnEarlierBackup) {
+TEST(CreateBackupFile, NeverReusesTheNameOfAnEarlierBackup) {
   const ScratchDirectory scratch;
   const WorkingDirectory inside(scratch.path());
-  const std::string first = unused_backup_file_name("SN1", kMoment);
-  EXPECT_EQ(first, "uvc-stereo-backup-SN1-20240305T060708Z.json");
-  scratch.write(first, "{}");
-  const std::string second = unused_backup_file_name("SN1", kMoment);
-  EXPECT_EQ(second, "uvc-stereo-backup-SN1-20240305T060708Z-2.json");
-  scratch.write(second, "{}");
-  EXPECT_EQ(unused_backup_file_name("SN1", kMoment), "uvc-stereo-backup-SN1-20240305T060708Z-3.json");
+  std::string error;
+  EXPECT_EQ(create_backup_file("SN1", kMoment, "first", error), "uvc-stereo-backup-SN1-20240305T060708Z.json") << error;
+  EXPECT_EQ(create_backup_file("SN1", kMoment, "second", error), "uvc-stereo-backup-SN1-20240305T060708Z-2.json")
+      << error;
+  EXPECT_EQ(create_backup_file("SN1", kMoment, "third", error), "uvc-stereo-backup-SN1-20240305T060708Z-3.json")
+      << error;
+  EXPECT_EQ(scratch.read(scratch.file("uvc-stereo-backup-SN1-20240305T060708Z.json")), "first");
+  EXPECT_EQ(scratch.read(scratch.file("uvc-stereo-backup-SN1-20240305T060708Z-2.json")), "second");
 }
 
-TEST(CreateBackupFile, FollowsTheSameNamesAsUnusedBackupFileName) {
+TEST(CreateBackupFile, PassesOverAFileOfTheUsersOwnOfTheSameName) {
   const ScratchDirectory scratch;
   const WorkingDirectory inside(scratch.path());
   scratch.write(backup_file_name("SN1", kMoment), "earlier");
-  const std::string expected = unused_backup_file_name("SN1", kMoment);
   std::string error;
-  EXPECT_EQ(create_backup_file("SN1", kMoment, "{}", error), expected) << error;
+  EXPECT_EQ(create_backup_file("SN1", kMoment, "{}", error), "uvc-stereo-backup-SN1-20240305T060708Z-2.json")
+      << error;
   EXPECT_EQ(scratch.read(scratch.file(backup_file_name("SN1", kMoment))), "earlier");
 }
 

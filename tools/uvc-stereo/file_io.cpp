@@ -83,27 +83,6 @@ Claim create_exclusively(const std::string& path, std::string_view content, std:
   return Claim::Taken;
 }
 
-// The one place the default backup names are made: backup_file_name's, then the same with
-// "-2", "-3", ... before ".json", each offered to `claim` until it takes one (the name is
-// returned) or fails for another reason than the name being in use (empty).
-template <typename ClaimName>
-std::string first_backup_name_taken(std::string_view label, std::time_t when, ClaimName claim) {
-  const std::string base = backup_file_name(label, when);
-  const std::string stem = base.substr(0, base.size() - 5);
-  std::string name = base;
-  for (int attempt = 2;; ++attempt) {
-    switch (claim(name)) {
-      case Claim::Taken:
-        return name;
-      case Claim::Failed:
-        return {};
-      case Claim::InUse:
-        break;
-    }
-    name = stem + "-" + std::to_string(attempt) + ".json";
-  }
-}
-
 }  // namespace
 
 bool read_file(const std::string& path, std::string& content, std::string& error) {
@@ -150,8 +129,20 @@ bool create_new_file(const std::string& path, std::string_view content, std::str
 std::string create_backup_file(std::string_view label, std::time_t when, std::string_view content, std::string& error) {
   // The name is claimed by the creation itself, never by a look beforehand, so two runs
   // at the same second each get a name of their own.
-  return first_backup_name_taken(label, when,
-                                 [&](const std::string& name) { return create_exclusively(name, content, error); });
+  const std::string base = backup_file_name(label, when);
+  const std::string stem = base.substr(0, base.size() - 5);
+  std::string name = base;
+  for (int attempt = 2;; ++attempt) {
+    switch (create_exclusively(name, content, error)) {
+      case Claim::Taken:
+        return name;
+      case Claim::Failed:
+        return {};
+      case Claim::InUse:
+        break;
+    }
+    name = stem + "-" + std::to_string(attempt) + ".json";
+  }
 }
 
 bool file_exists(const std::string& path) {
@@ -173,11 +164,6 @@ std::string backup_file_name(std::string_view label, std::time_t when) {
   char stamp[32];
   std::strftime(stamp, sizeof(stamp), "%Y%m%dT%H%M%SZ", &parts);
   return "uvc-stereo-backup-" + safe + "-" + stamp + ".json";
-}
-
-std::string unused_backup_file_name(std::string_view label, std::time_t when) {
-  return first_backup_name_taken(
-      label, when, [](const std::string& name) { return file_exists(name) ? Claim::InUse : Claim::Taken; });
 }
 
 }  // namespace tovanel::uvc_stereo::cli

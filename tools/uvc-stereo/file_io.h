@@ -16,10 +16,11 @@ namespace tovanel::uvc_stereo::cli {
 // user holds is ever replaced; on failure `error` says why ("... already exists").
 [[nodiscard]] bool create_new_file(const std::string& path, std::string_view content, std::string& error);
 
-// Creates the backup `content` under the first name of unused_backup_file_name's scheme that
-// the exclusive creation itself can take, so the next free name is found even when another
-// run creates the same name at the same moment; returns the name used, or an empty string
-// with `error` set.
+// Creates the backup `content` under backup_file_name in the current directory, or, where a
+// file of that name exists already, the same with "-2", "-3", ... added before ".json", so an
+// earlier backup is never overwritten. The exclusive creation itself takes each name, so the
+// next free name is found even when another run creates the same name at the same moment;
+// returns the name used, or an empty string with `error` set.
 [[nodiscard]] std::string create_backup_file(std::string_view label, std::time_t when, std::string_view content,
                                              std::string& error);
 
@@ -28,11 +29,5 @@ namespace tovanel::uvc_stereo::cli {
 // "uvc-stereo-backup-<label>-<YYYYMMDDTHHMMSSZ>.json": the label is kept to letters, digits,
 // '.', '-' and '_' so that any serial number gives a valid file name on every system.
 [[nodiscard]] std::string backup_file_name(std::string_view label, std::time_t when);
-
-// backup_file_name in the current directory, with "-2", "-3", ... added before ".json"
-// when a file of that name exists already, so an earlier backup is never overwritten.
-// A name for showing only: another run may take it before it is used; create_backup_file
-// takes its names safely.
-[[nodiscard]] std::string unused_backup_file_name(std::string_view label, std::time_t when);
 
 }  // namespace tovanel::uvc_stereo::cli
