@@ -677,6 +677,30 @@ UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_rig_call_log_free(uvc_stereo_ri
 /* Forgets the calls seen so far. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_calls(uvc_stereo_rig_t* rig);
 
+/* Something to happen at the very moment a vendor call begins, such as a camera unplugged
+ * or the power cut just as its flash is erased. The hook runs on the thread that makes
+ * the call, each time the call begins, before it does its work or meets a fault. `call`
+ * describes it as recorded so far (name, arguments, camera; succeeded is false, as it has
+ * not run); it and every pointer in it are valid only while the hook runs. `context` is
+ * what was given to uvc_stereo_rig_on_call. The hook may use the rig's functions (unplug
+ * a camera, cut the power, set flash, add a fault or a hook, clear the hooks), but not the
+ * SDK's scan and device functions, nor create or destroy a rig: the call in progress still
+ * holds the camera backend. It returns 0 when all went well; any other value is a broken
+ * rule, listed in uvc_stereo_rig_violations as "a hook on <call name> threw", and the
+ * call goes on. */
+typedef int32_t(UVC_STEREO_CALL* uvc_stereo_rig_call_hook_t)(const uvc_stereo_rig_call_t* call, void* context);
+
+/* Runs `hook` with `context` (may be null) each time the vendor call named `call` begins
+ * ("SonixCam_SectorEraseSF"; "*" every call); the hooks a call matches run in the order
+ * they were added. The name is copied; whatever `context` points to must stay valid until
+ * the hooks are cleared or the rig is destroyed. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_on_call(uvc_stereo_rig_t* rig, const char* call,
+                                                                         uvc_stereo_rig_call_hook_t hook,
+                                                                         void* context);
+
+/* Removes every hook: calls that begin after this returns run none. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_call_hooks(uvc_stereo_rig_t* rig);
+
 /* A list of texts. */
 typedef struct uvc_stereo_string_list_t uvc_stereo_string_list_t;
 

@@ -12,11 +12,15 @@ uvc_stereo_error_t fail(const Status& status) noexcept {
   return static_cast<uvc_stereo_error_t>(status.code());
 }
 
-Status require(const void* pointer, const char* function, const char* name) {
-  if (pointer != nullptr) {
+Status require_given(bool given, const char* function, const char* name) {
+  if (given) {
     return Status();
   }
   return Status(ErrorCode::InvalidArgument, std::string(function) + ": " + name + " is null");
+}
+
+Status require(const void* pointer, const char* function, const char* name) {
+  return require_given(pointer != nullptr, function, name);
 }
 
 Status require_index(std::size_t index, std::size_t count, const char* function, const char* what) {

@@ -32,8 +32,15 @@ uvc_stereo_error_t guarded(const char* function, Body&& body) noexcept {
   }
 }
 
-// Null pointers are refused with "<function>: <name> is null".
+// A required argument that is missing is refused with "<function>: <name> is null".
+[[nodiscard]] Status require_given(bool given, const char* function, const char* name);
+// Null pointers are refused that way.
 [[nodiscard]] Status require(const void* pointer, const char* function, const char* name);
+// As require, for a function the caller hands in (a hook), which no object pointer can hold.
+template <typename Return, typename... Parameters>
+[[nodiscard]] Status require(Return (*pointer)(Parameters...), const char* function, const char* name) {
+  return require_given(pointer != nullptr, function, name);
+}
 
 // A struct the caller passes in or out must be null-free and at least as large as the
 // first released layout of its type.

@@ -7,6 +7,7 @@
 
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
+#include "c_api/rig_call.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/uvc_stereo_c.h"
 
@@ -51,14 +52,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_get(const uvc_stereo_
       checked = c_api::require_index(index, log->calls.size(), kFunction, "calls");
     }
     if (checked.ok()) {
-      const sim::VendorCall& seen = log->calls[index];
-      call->name = seen.name.c_str();
-      call->args = seen.args.empty() ? nullptr : seen.args.data();
-      call->arg_count = seen.args.size();
-      call->camera = seen.camera;
-      call->succeeded = seen.succeeded;
-      call->lock_held = seen.lock_held;
-      call->open_sessions = seen.open_sessions;
+      c_api::to_c(log->calls[index], *call);
     }
     return checked;
   });
