@@ -1,6 +1,7 @@
-"""The simulated rig from Python: cameras, flash, faults, the call log, and its lifetime."""
+"""The simulated rig from Python: cameras, flash, faults, hooks as calls begin, the call log, and its lifetime."""
 
 import gc
+import sys
 
 import pytest
 
@@ -212,3 +213,168 @@ def test_simulated_imu_settings_reach_the_camera(rig):
         assert counters == [100, 103, 106]
         assert device.convert_imu(device.read_imu()).temperature_c == pytest.approx(40.0, abs=0.1)
         device.close_imu()
+
+
+# --- hooks that run as a vendor call begins -----------------------------------------------
+
+USER_SPACE = 0x51000
+CHIP_SIZE = 0x100000
+
+
+def test_a_camera_unplugged_as_its_flash_is_erased_fails_the_write_and_touches_nothing(device, camera_rig):
+    device.write_json('{"kept": true}')
+    before = camera_rig.flash(0, 0, CHIP_SIZE)
+    camera_rig.on_call("SonixCam_SectorEraseSF", lambda call: camera_rig.unplug(call.camera))
+    with sdk_error(
+        E.EraseFailed, "SonixCam_SectorEraseSF failed: vendor_code=ecDeviceDisconnect(7) (address=0x00051000, length=4096)"
+    ):
+        device.write_json('{"kept": false}')
+    camera_rig.clear_call_hooks()
+    # The erase never began: every byte of the chip, in the user space and outside it, is as it was.
+    assert camera_rig.flash(0, 0, CHIP_SIZE) == before
+    camera_rig.plug(0)
+    assert device.read_json().json == '{"kept":true}'
+
+
+def test_a_hook_on_every_call_sees_each_call_the_log_records(device, camera_rig):
+    seen = []
+    camera_rig.clear_calls()
+    camera_rig.on_call("*", seen.append)
+    device.write_json('{"a": 1}')
+    device.read_json()
+    camera_rig.clear_call_hooks()
+    logged = camera_rig.calls()
+    assert len(seen) > 10
+    assert len(seen) == len(logged)
+    assert [call.name for call in seen] == [call.name for call in logged]
+
+
+def test_the_call_a_hook_is_given_is_the_one_the_log_records(device, camera_rig):
+    seen = []
+    camera_rig.on_call("SonixCam_SectorEraseSF", seen.append)
+    device.write_json('{"a": 1}')
+    camera_rig.clear_call_hooks()
+    (given,) = seen
+    (logged,) = [call for call in camera_rig.calls() if call.name == "SonixCam_SectorEraseSF"]
+    assert isinstance(given, sim.VendorCall)
+    assert (given.name, given.args, given.camera) == (logged.name, logged.args, logged.camera)
+    assert given.args[0] == USER_SPACE
+    assert (given.lock_held, given.open_sessions) == (logged.lock_held, logged.open_sessions) == (True, 1)
+    # It had not run yet when the hook saw it.
+    assert not given.succeeded and logged.succeeded
+
+
+def test_each_hook_keeps_its_own_state_and_they_run_in_the_order_added(camera_rig):
+    order = []
+    camera_rig.on_call("SonixCam_Init", lambda call: order.append(("first", call.name)))
+    camera_rig.on_call("*", lambda call: order.append(("every", call.name)) if call.name == "SonixCam_Init" else None)
+    camera_rig.on_call("SonixCam_Init", lambda call: order.append(("last", call.name)))
+    uvc.scan_devices()
+    camera_rig.clear_call_hooks()
+    assert order == [("first", "SonixCam_Init"), ("every", "SonixCam_Init"), ("last", "SonixCam_Init")]
+
+
+def test_a_hook_that_raises_is_a_broken_rule_and_goes_to_sys_unraisablehook(monkeypatch):
+    reported = []
+    monkeypatch.setattr(sys, "unraisablehook", reported.append)
+    error = RuntimeError("the hook failed")
+
+    def failing_hook(call):
+        raise error
+
+    with sim.SimulatedRig() as rig:
+        rig.add_camera(**supported_camera())
+        (info,) = uvc.scan_devices()
+        with uvc.open_device(info) as device:
+            rig.on_call("SonixCam_SectorEraseSF", failing_hook)
+            # The call goes on.
+            device.write_json('{"a": 1}')
+            assert device.read_json().json == '{"a":1}'
+        assert rig.violations() == ["a hook on SonixCam_SectorEraseSF threw"]
+        assert rig.open_sessions() == 0
+    (report,) = reported
+    assert report.exc_type is RuntimeError
+    assert report.exc_value is error
+    assert report.exc_traceback is not None
+    assert "SonixCam_SectorEraseSF" in repr(report.object) and "failing_hook" in repr(report.object)
+
+
+def test_even_a_keyboard_interrupt_in_a_hook_stays_on_the_python_side(monkeypatch):
+    reported = []
+    monkeypatch.setattr(sys, "unraisablehook", reported.append)
+
+    def interrupted(call):
+        raise KeyboardInterrupt
+
+    with sim.SimulatedRig() as rig:
+        rig.add_camera(**supported_camera())
+        rig.on_call("SonixCam_Init", interrupted)
+        assert len(uvc.scan_devices()) == 1
+        assert rig.violations() == ["a hook on SonixCam_Init threw"]
+    assert [report.exc_type for report in reported] == [KeyboardInterrupt]
+
+
+def test_cleared_hooks_run_no_more(camera_rig):
+    named, every = [], []
+    camera_rig.on_call("SonixCam_Init", named.append)
+    camera_rig.on_call("*", every.append)
+    uvc.scan_devices()
+    assert len(named) == 1 and len(every) > 1
+    runs = len(every)
+    camera_rig.clear_call_hooks()
+    uvc.scan_devices()
+    assert len(named) == 1 and len(every) == runs
+
+
+def test_a_hook_may_clear_the_hooks_itself(camera_rig):
+    runs = []
+
+    def once(call):
+        runs.append(call.name)
+        camera_rig.clear_call_hooks()
+
+    camera_rig.on_call("SonixCam_Init", once)
+    uvc.scan_devices()
+    gc.collect()
+    uvc.scan_devices()
+    assert runs == ["SonixCam_Init"]
+
+
+def test_a_hook_outlives_the_last_reference_to_its_function(camera_rig):
+    seen = []
+
+    def make_hook():
+        def hook(call):
+            seen.append(call.name)
+
+        return hook
+
+    hook = make_hook()
+    camera_rig.on_call("SonixCam_Init", hook)
+    del hook
+    gc.collect()
+    uvc.scan_devices()
+    gc.collect()
+    uvc.scan_devices()
+    camera_rig.clear_call_hooks()
+    assert seen == ["SonixCam_Init", "SonixCam_Init"]
+
+
+def test_hook_arguments_are_checked():
+    with sim.SimulatedRig() as rig:
+        with sdk_error(E.InvalidArgument, "uvc_stereo_rig_on_call: call is null"):
+            rig.on_call(None, lambda call: None)
+        with pytest.raises(TypeError, match="hook must be callable, not int"):
+            rig.on_call("*", 5)
+        # A hook on a name no vendor call has, the empty one among them, is kept and never runs.
+        runs = []
+        rig.on_call("", runs.append)
+        rig.on_call("SonixCam_NoSuchCall", runs.append)
+        rig.add_camera(**supported_camera())
+        uvc.scan_devices()
+        assert rig.calls() and runs == []
+        assert rig.violations() == []
+    with pytest.raises(ValueError, match="the simulated rig is closed"):
+        rig.on_call("*", runs.append)
+    with pytest.raises(ValueError, match="the simulated rig is closed"):
+        rig.clear_call_hooks()

@@ -224,6 +224,10 @@ class rig_call_t(Sized):
     ]
 
 
+# A hook the rig runs as a vendor call begins: (the call so far, context) -> 0 when all went well.
+rig_call_hook_t = ctypes.CFUNCTYPE(c_int32, POINTER(rig_call_t), c_void_p)
+
+
 # Opaque handles travel as plain pointers.
 handle_t = c_void_p
 P = POINTER
@@ -294,6 +298,8 @@ _PROTOTYPES = {
     "uvc_stereo_rig_call_log_get": (error_t, [handle_t, c_size_t, P(rig_call_t)]),
     "uvc_stereo_rig_call_log_free": (None, [handle_t]),
     "uvc_stereo_rig_clear_calls": (error_t, [handle_t]),
+    "uvc_stereo_rig_on_call": (error_t, [handle_t, c_char_p, rig_call_hook_t, c_void_p]),
+    "uvc_stereo_rig_clear_call_hooks": (error_t, [handle_t]),
     "uvc_stereo_rig_violations": (error_t, [handle_t, P(handle_t)]),
     "uvc_stereo_string_list_count": (error_t, [handle_t, P(c_size_t)]),
     "uvc_stereo_string_list_get": (error_t, [handle_t, c_size_t, P(c_char_p)]),

@@ -9,9 +9,10 @@
 
 While a rig is open every camera operation of the process talks to it. Its cameras behave
 like the real ones (NOR flash, descriptors in either byte order, a capability report, an IMU
-sample stream); any vendor call can be made to fail, and every call is logged with its
-arguments. Closing the rig (leaving its ``with`` block) first closes the devices opened
-while it was in force, then restores the platform's camera backend.
+sample stream); any vendor call can be made to fail, or met by a hook of your own at the
+moment it begins, and every call is logged with its arguments. Closing the rig (leaving its
+``with`` block) first closes the devices opened while it was in force, then restores the
+platform's camera backend.
 """
 
 from __future__ import annotations
@@ -20,7 +21,7 @@ import ctypes
 import enum
 from ctypes import byref, c_bool, c_char_p, c_int32, c_size_t, c_uint32
 from dataclasses import dataclass, field
-from typing import Any, List, Optional, Sequence, Tuple, Union
+from typing import Any, Callable, List, Optional, Sequence, Tuple, Union
 
 from . import _c, _convert, _device
 from ._handle import OwnedHandle
@@ -119,6 +120,58 @@ _TEXT_FIELDS = ("device_path", "device_name", "firmware_version")
 _OPTIONAL_TEXT_FIELDS = ("product_string", "descriptor_3", "serial_number")
 
 
+def _vendor_call(record: _c.rig_call_t) -> VendorCall:
+    """A vendor call as the C interface describes it, copied out of the SDK's memory."""
+    return VendorCall(
+        name=_c.text(record.name),
+        args=tuple(record.args[: record.arg_count]) if record.arg_count else (),
+        camera=record.camera,
+        succeeded=bool(record.succeeded),
+        lock_held=bool(record.lock_held),
+        open_sessions=record.open_sessions,
+    )
+
+
+# A C callback without a result: ctypes hands an exception raised in one to sys.unraisablehook.
+_UNRAISABLE_CALLBACK = ctypes.CFUNCTYPE(None)
+
+
+class _HookFailure:
+    """What a hook raised, named for sys.unraisablehook by the hook and the call it met."""
+
+    def __init__(self, error: BaseException, call: str, hook: Callable[[VendorCall], None]) -> None:
+        self.error = error
+        self.call = call
+        self.hook = hook
+
+    def __call__(self) -> None:
+        raise self.error
+
+    def __repr__(self) -> str:
+        return f"the simulated rig's hook on {self.call}: {self.hook!r}"
+
+
+def _report_unraisable(error: BaseException, call: str, hook: Callable[[VendorCall], None]) -> None:
+    """Hands an exception that cannot cross back into the SDK to ``sys.unraisablehook``, through
+    the interpreter's own route for exceptions raised in C callbacks."""
+    _UNRAISABLE_CALLBACK(_HookFailure(error, call, hook))()
+
+
+def _call_hook(call: str, hook: Callable[[VendorCall], None]) -> Any:
+    """The C hook that runs ``hook``: nothing it raises may cross into the SDK, so an exception is
+    answered with a non-zero result (the rig's broken rule) and reported as unraisable."""
+
+    def run(record: Any, _context: Optional[int]) -> int:
+        try:
+            hook(_vendor_call(record.contents))
+        except BaseException as error:  # noqa: BLE001  (even KeyboardInterrupt cannot unwind through C)
+            _report_unraisable(error, call, hook)
+            return 1
+        return 0
+
+    return _c.rig_call_hook_t(run)
+
+
 def _report_bytes(name: str, value: Union[bytes, bytearray, Sequence[int]]) -> bytes:
     data = bytes(value)
     if len(data) != 64:
@@ -135,6 +188,8 @@ class SimulatedRig(OwnedHandle):
     def __init__(self) -> None:
         self._lib = _c.lib()
         self._opened_before = _device.current_open_order()
+        # The C hooks handed to the rig, kept until it is gone: see on_call.
+        self._hooks: List[Any] = []
         handle = _c.handle_t()
         _c.check(self._lib.uvc_stereo_rig_create(byref(handle)))
         self._handle: Optional[int] = handle.value
@@ -143,6 +198,7 @@ class SimulatedRig(OwnedHandle):
         # Devices opened on the rig go first: their sessions belong to it.
         _device.close_devices_opened_after(self._opened_before)
         self._lib.uvc_stereo_rig_destroy(handle)
+        self._hooks.clear()
 
     def _live(self) -> int:
         if self._handle is None:
@@ -390,19 +446,34 @@ class SimulatedRig(OwnedHandle):
             record = _c.rig_call_t()
             for index in range(count.value):
                 _c.check(self._lib.uvc_stereo_rig_call_log_get(log, index, byref(record)))
-                calls.append(
-                    VendorCall(
-                        name=_c.text(record.name),
-                        args=tuple(record.args[: record.arg_count]) if record.arg_count else (),
-                        camera=record.camera,
-                        succeeded=bool(record.succeeded),
-                        lock_held=bool(record.lock_held),
-                        open_sessions=record.open_sessions,
-                    )
-                )
+                calls.append(_vendor_call(record))
             return calls
         finally:
             self._lib.uvc_stereo_rig_call_log_free(log)
+
+    def on_call(self, call: str, hook: Callable[[VendorCall], None]) -> None:
+        """Runs ``hook`` at the very moment the vendor call named ``call`` begins ("SonixCam_SectorEraseSF";
+        "*": every call), such as to unplug a camera just as its flash is erased.
+
+        The hook runs on the thread that makes the call, each time it begins, before it does its work or
+        meets a fault, and is given the call as recorded so far (a :class:`VendorCall` whose ``succeeded``
+        is False, as it has not run). The hooks a call matches run in the order they were added. The hook
+        may use this rig's methods, but not the SDK's scan and device functions, nor create or close a rig:
+        the call in progress still holds the camera backend. An exception it raises cannot cross back into
+        the SDK: the rig lists "a hook on <call> threw" in :meth:`violations`, the exception goes to
+        ``sys.unraisablehook``, and the call goes on. The rig keeps ``hook`` until it is closed.
+        """
+        if not callable(hook):
+            raise TypeError(f"hook must be callable, not {type(hook).__name__}")
+        c_hook = _call_hook(call, hook)
+        _c.check(self._lib.uvc_stereo_rig_on_call(self._live(), _c.encode(call), c_hook, None))
+        # Kept until the rig is closed, even past clear_call_hooks: a call that had already begun, or a
+        # hook that clears the hooks itself, may still be running it, and freed code cannot be run.
+        self._hooks.append(c_hook)
+
+    def clear_call_hooks(self) -> None:
+        """Removes every hook: calls that begin after this returns run none."""
+        _c.check(self._lib.uvc_stereo_rig_clear_call_hooks(self._live()))
 
     def call_names(self) -> List[str]:
         """The names of every vendor call seen so far, in order."""
