@@ -12,6 +12,7 @@
 #include "c_api/handles.h"
 #include "c_api/records.h"
 #include "c_api/rig_camera.h"
+#include "c_api/rig_change.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/uvc_stereo_c.h"
 
@@ -38,18 +39,6 @@ template <typename Change>
 uvc_stereo_error_t on_camera(uvc_stereo_rig_t* rig, std::int32_t camera, const char* function, Change&& change) {
   return c_api::guarded(function, [&] {
     Status checked = camera_arguments(rig, camera, function);
-    if (checked.ok()) {
-      change(rig->rig);
-    }
-    return checked;
-  });
-}
-
-// Runs `change` on the rig once it is known not to be null.
-template <typename Change>
-uvc_stereo_error_t on_rig(uvc_stereo_rig_t* rig, const char* function, Change&& change) {
-  return c_api::guarded(function, [&] {
-    Status checked = c_api::require(rig, function, "rig");
     if (checked.ok()) {
       change(rig->rig);
     }
@@ -125,13 +114,13 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_plug(uvc_stereo_rig_t* rig, st
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_library_present(uvc_stereo_rig_t* rig, bool present) {
-  return on_rig(rig, "uvc_stereo_rig_set_library_present",
-                [&](sim::SimulatedRig& held) { held.set_library_present(present); });
+  return c_api::on_rig(rig, "uvc_stereo_rig_set_library_present",
+                       [&](sim::SimulatedRig& held) { held.set_library_present(present); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_init_fails_without_cameras(uvc_stereo_rig_t* rig, bool fails) {
-  return on_rig(rig, "uvc_stereo_rig_set_init_fails_without_cameras",
-                [&](sim::SimulatedRig& held) { held.set_init_fails_without_cameras(fails); });
+  return c_api::on_rig(rig, "uvc_stereo_rig_set_init_fails_without_cameras",
+                       [&](sim::SimulatedRig& held) { held.set_init_fails_without_cameras(fails); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_flash(const uvc_stereo_rig_t* rig, std::int32_t camera,
@@ -296,7 +285,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_devices(uvc_stereo
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_listing_fails(uvc_stereo_rig_t* rig,
                                                                           std::int32_t backend, bool fails) {
-  return on_rig(rig, "uvc_stereo_rig_set_capture_listing_fails", [&](sim::SimulatedRig& held) {
+  return c_api::on_rig(rig, "uvc_stereo_rig_set_capture_listing_fails", [&](sim::SimulatedRig& held) {
     held.set_capture_listing_fails(static_cast<OpenCvBackend>(backend), fails);
   });
 }
@@ -322,7 +311,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_fault(uvc_stereo_rig_t* ri
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_faults(uvc_stereo_rig_t* rig) {
-  return on_rig(rig, "uvc_stereo_rig_clear_faults", [](sim::SimulatedRig& held) { held.clear_faults(); });
+  return c_api::on_rig(rig, "uvc_stereo_rig_clear_faults", [](sim::SimulatedRig& held) { held.clear_faults(); });
 }
 
 }  // extern "C"

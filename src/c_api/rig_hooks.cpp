@@ -8,6 +8,7 @@
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
 #include "c_api/rig_call.h"
+#include "c_api/rig_change.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/uvc_stereo_c.h"
 
@@ -39,14 +40,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_on_call(uvc_stereo_rig_t* rig,
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_call_hooks(uvc_stereo_rig_t* rig) {
-  constexpr const char* kFunction = "uvc_stereo_rig_clear_call_hooks";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::require(rig, kFunction, "rig");
-    if (checked.ok()) {
-      rig->rig.clear_call_hooks();
-    }
-    return checked;
-  });
+  return c_api::on_rig(rig, "uvc_stereo_rig_clear_call_hooks",
+                       [](sim::SimulatedRig& held) { held.clear_call_hooks(); });
 }
 
 }  // extern "C"

@@ -8,6 +8,7 @@
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
 #include "c_api/rig_call.h"
+#include "c_api/rig_change.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/uvc_stereo_c.h"
 
@@ -61,14 +62,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_get(const uvc_stereo_
 void UVC_STEREO_CALL uvc_stereo_rig_call_log_free(uvc_stereo_rig_call_log_t* log) { delete log; }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_calls(uvc_stereo_rig_t* rig) {
-  constexpr const char* kFunction = "uvc_stereo_rig_clear_calls";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::require(rig, kFunction, "rig");
-    if (checked.ok()) {
-      rig->rig.clear_calls();
-    }
-    return checked;
-  });
+  return c_api::on_rig(rig, "uvc_stereo_rig_clear_calls", [](sim::SimulatedRig& held) { held.clear_calls(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_violations(const uvc_stereo_rig_t* rig,
