@@ -306,22 +306,29 @@ static void a_hook_on_every_call_sees_each_call_the_log_records(void) {
   finish_rig(rig);
 }
 
+/* Plugs a camera in, opens it, hooks `probe` (made ready by the caller) on its flash erase and
+ * writes a small configuration; returns the device, still open. */
+static uvc_stereo_device_t* write_with_the_erase_hooked(uvc_stereo_rig_t* rig, test_camera* camera, const char* serial,
+                                                        hook_probe* probe) {
+  uvc_stereo_device_t* device = NULL;
+  test_camera_init(camera, 0, serial);
+  device = plug_and_open(rig, camera, UVC_STEREO_TRANSPORT_FLASH);
+  CHECK_OK(uvc_stereo_rig_on_call(rig, "SonixCam_SectorEraseSF", probing_hook, probe));
+  CHECK_OK(uvc_stereo_device_write_json(device, "{\"a\":1}", 7));
+  return device;
+}
+
 static void the_call_a_hook_is_given_is_the_one_the_log_records(void) {
   uvc_stereo_rig_t* rig = test_rig();
   test_camera camera;
-  uvc_stereo_device_t* device = NULL;
   uvc_stereo_rig_call_log_t* log = NULL;
   uvc_stereo_rig_call_t logged;
   hook_probe probe;
   size_t count = 0;
   size_t i;
   size_t erases = 0;
-  test_camera_init(&camera, 0, "SN-SAME");
-  device = plug_and_open(rig, &camera, UVC_STEREO_TRANSPORT_FLASH);
   hook_probe_init(&probe, rig);
-  CHECK_OK(uvc_stereo_rig_on_call(rig, "SonixCam_SectorEraseSF", probing_hook, &probe));
-  CHECK_OK(uvc_stereo_device_write_json(device, "{\"a\":1}", 7));
-  uvc_stereo_device_close(device);
+  uvc_stereo_device_close(write_with_the_erase_hooked(rig, &camera, "SN-SAME", &probe));
   CHECK_EQ(probe.runs, 1);
   CHECK(probe.context_seen == &probe);
   CHECK_EQ(probe.struct_size, sizeof(uvc_stereo_rig_call_t));
@@ -380,12 +387,9 @@ static void a_hook_that_answers_non_zero_is_a_broken_rule_and_the_call_goes_on(v
   size_t count = 0;
   const char* text = NULL;
   char read_back[16];
-  test_camera_init(&camera, 0, "SN-ANSWER");
-  device = plug_and_open(rig, &camera, UVC_STEREO_TRANSPORT_FLASH);
   hook_probe_init(&probe, rig);
   probe.answer = -3;
-  CHECK_OK(uvc_stereo_rig_on_call(rig, "SonixCam_SectorEraseSF", probing_hook, &probe));
-  CHECK_OK(uvc_stereo_device_write_json(device, "{\"a\":1}", 7));
+  device = write_with_the_erase_hooked(rig, &camera, "SN-ANSWER", &probe);
   CHECK_OK(uvc_stereo_device_read_json(device, read_back, sizeof(read_back), NULL, NULL));
   CHECK_TEXT(read_back, "{\"a\":1}");
   uvc_stereo_device_close(device);
