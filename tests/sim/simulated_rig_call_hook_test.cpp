@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -14,25 +13,17 @@
 namespace tovanel::uvc_stereo::sim {
 namespace {
 
-using rig_testing::enumerate_records;
-using rig_testing::LockedSession;
 using rig_testing::reported_vendor_code;
 using rig_testing::supported_camera;
 
 constexpr std::uint32_t kUserSpace = 0x51000;
 
-class SimulatedRigCallHookTest : public ::testing::Test {
+class SimulatedRigCallHookTest : public rig_testing::OneCameraSessionTest {
  protected:
   void SetUp() override {
-    camera_ = rig_.add_camera(supported_camera("H1"));
+    ASSERT_NO_FATAL_FAILURE(open_session_on(supported_camera("H1")));
     rig_.set_flash(camera_, kUserSpace, {0x12, 0x34});
-    session_ = std::make_unique<LockedSession>();
-    ASSERT_TRUE(session_->opened());
-    auto records = enumerate_records();
-    ASSERT_EQ(records.size(), 1u);
-    record_ = records[0];
-    ASSERT_TRUE(SonixCam_SetStatusRegBitWP(&record_, 2, 5, 1, 6, 2, 3));
-    ASSERT_TRUE(SonixCam_SetWriteProtectedSF(&record_, 1, 1));
+    ASSERT_NO_FATAL_FAILURE(unlock_flash());
   }
 
   void TearDown() override {
@@ -43,11 +34,6 @@ class SimulatedRigCallHookTest : public ::testing::Test {
   }
 
   bool erase_user_space() { return SonixCam_SectorEraseSF(&record_, kUserSpace, 0x20); }
-
-  SimulatedRig rig_;
-  int camera_ = -1;
-  std::unique_ptr<LockedSession> session_;
-  SonixLib::scDevice_t record_{};
 };
 
 TEST_F(SimulatedRigCallHookTest, AHookSeesTheCallBeforeItsWorkAndMayUseTheRig) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -65,5 +66,33 @@ inline std::int32_t reported_vendor_code(SonixLib::scDevice_t* device = nullptr)
   EXPECT_TRUE(SonixCam_GetErrorCode(device, &code));
   return code;
 }
+
+// A rig with one camera and a library session open on it, as every call the SDK makes on a
+// camera has; `record_` is the camera as the library lists it. Tests close the session in
+// their TearDown, where they also check what the rig saw.
+class OneCameraSessionTest : public ::testing::Test {
+ protected:
+  // Plugs `camera` in, opens the session and lists the camera; a failure stops the test.
+  void open_session_on(const SimulatedCamera& camera) {
+    camera_ = rig_.add_camera(camera);
+    session_ = std::make_unique<LockedSession>();
+    ASSERT_TRUE(session_->opened());
+    const std::vector<SonixLib::scDevice_t> records = enumerate_records();
+    ASSERT_EQ(records.size(), 1u);
+    record_ = records[0];
+  }
+
+  // Lifts the flash's write protection with the calls the SDK makes before it writes.
+  void unlock_flash() {
+    ASSERT_TRUE(SonixCam_SetStatusRegBitWP(&record_, 2, 5, 1, 6, 2, 3));
+    ASSERT_TRUE(SonixCam_SetWriteProtectedSF(&record_, 1, 1));
+    ASSERT_FALSE(rig_.write_protected(camera_));
+  }
+
+  SimulatedRig rig_;
+  int camera_ = -1;
+  std::unique_ptr<LockedSession> session_;
+  SonixLib::scDevice_t record_{};
+};
 
 }  // namespace tovanel::uvc_stereo::sim::rig_testing

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "simulated_rig_fixture.h"
@@ -18,27 +17,14 @@ using rig_testing::supported_camera;
 constexpr std::uint32_t kUserSpace = 0x51000;
 
 // A rig with one camera and an open session on it, as every flash operation of the SDK has.
-class SimulatedFlashTest : public ::testing::Test {
+class SimulatedFlashTest : public rig_testing::OneCameraSessionTest {
  protected:
-  void SetUp() override {
-    camera_ = rig_.add_camera(supported_camera("FL1"));
-    session_ = std::make_unique<LockedSession>();
-    ASSERT_TRUE(session_->opened());
-    auto records = enumerate_records();
-    ASSERT_EQ(records.size(), 1u);
-    record_ = records[0];
-  }
+  void SetUp() override { ASSERT_NO_FATAL_FAILURE(open_session_on(supported_camera("FL1"))); }
 
   void TearDown() override {
     session_.reset();
     EXPECT_TRUE(rig_.violations().empty()) << ::testing::PrintToString(rig_.violations());
     EXPECT_EQ(rig_.open_sessions(), 0);
-  }
-
-  void unlock_flash() {
-    ASSERT_TRUE(SonixCam_SetStatusRegBitWP(&record_, 2, 5, 1, 6, 2, 3));
-    ASSERT_TRUE(SonixCam_SetWriteProtectedSF(&record_, 1, 1));
-    ASSERT_FALSE(rig_.write_protected(camera_));
   }
 
   std::vector<std::uint8_t> read(std::uint32_t address, std::uint32_t length) {
@@ -50,11 +36,6 @@ class SimulatedFlashTest : public ::testing::Test {
   bool write(std::uint32_t address, const std::vector<std::uint8_t>& bytes) {
     return SonixCam_WriteToSF(&record_, address, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
   }
-
-  SimulatedRig rig_;
-  int camera_ = -1;
-  std::unique_ptr<LockedSession> session_;
-  SonixLib::scDevice_t record_{};
 };
 
 TEST_F(SimulatedFlashTest, ChipStartsErased) {

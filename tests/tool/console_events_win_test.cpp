@@ -83,6 +83,17 @@ class ConsoleEvents : public ScenarioTest {
     return run;
   }
 
+  // What every held event ends in: "finishing" said, the write finished and verified, exit 130;
+  // then the old record is restored, with the command the tool printed, for the next event.
+  void expect_finished_then_restore(const ToolRun& run) {
+    EXPECT_EQ(run.status, 130) << run.err;
+    EXPECT_EQ(handler_said_, kFinishingLine);
+    EXPECT_EQ(lines_of(run.err).back(), kFinished);
+    EXPECT_EQ(stored_configuration(), kNewJson);
+    const ToolRun undo = run_tool({"config", "set", "saved.json", "--serial", "TVS2-00417", "--no-backup"});
+    ASSERT_EQ(undo.status, 0) << undo.err;
+  }
+
   const ScratchDirectory scratch_;
   const WorkingDirectory inside_{scratch_.path()};
   std::unique_ptr<ConsoleEvent> event_;
@@ -96,13 +107,7 @@ TEST_F(ConsoleEvents, CtrlCAndCtrlBreakAreHeldUntilTheWriteIsVerified) {
     const ToolRun run = run_with_event_at_erase(event);
     event_->join();
     EXPECT_EQ(event_->answer(), TRUE) << "the event was passed on to a handler that ends the process";
-    EXPECT_EQ(run.status, 130) << run.err;
-    EXPECT_EQ(handler_said_, kFinishingLine);
-    EXPECT_EQ(lines_of(run.err).back(), kFinished);
-    EXPECT_EQ(stored_configuration(), kNewJson);
-    // Restore for the next event, with the command the tool printed.
-    const ToolRun undo = run_tool({"config", "set", "saved.json", "--serial", "TVS2-00417", "--no-backup"});
-    ASSERT_EQ(undo.status, 0) << undo.err;
+    ASSERT_NO_FATAL_FAILURE(expect_finished_then_restore(run));
   }
 }
 
@@ -115,12 +120,7 @@ TEST_F(ConsoleEvents, AClosedConsoleLogoffOrShutdownWaitsForTheCommandToFinish) 
     event_->join();
     // Windows ends the process when the handler returns: it returned only after the last vendor call.
     EXPECT_EQ(event_->calls_when_answered(), rig_.calls().size());
-    EXPECT_EQ(run.status, 130) << run.err;
-    EXPECT_EQ(handler_said_, kFinishingLine);
-    EXPECT_EQ(lines_of(run.err).back(), kFinished);
-    EXPECT_EQ(stored_configuration(), kNewJson);
-    const ToolRun undo = run_tool({"config", "set", "saved.json", "--serial", "TVS2-00417", "--no-backup"});
-    ASSERT_EQ(undo.status, 0) << undo.err;
+    ASSERT_NO_FATAL_FAILURE(expect_finished_then_restore(run));
   }
 }
 
