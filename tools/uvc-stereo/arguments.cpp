@@ -71,11 +71,12 @@ class CommandLine : public CLI::App {
   }
 };
 
-// The long option CLI11 reads out of a word, as "--name" or "--name=value": the word itself, or
-// what follows one or more "h" in a short-option cluster ("-h-out" is "-h" and then "--out").
+// The long option CLI11 reads out of a word, without its two dashes ("name" or "name=value"):
+// from the word itself, or from what follows one or more "h" in a short-option cluster
+// ("-h-out" is "-h" and then "--out").
 std::optional<std::string_view> long_option_read_from(std::string_view word) {
   if (word.rfind("--", 0) == 0) {
-    return word;
+    return word.substr(2);
   }
   if (word.size() < 3 || word[0] != '-' || word[1] != 'h') {
     return std::nullopt;
@@ -84,7 +85,7 @@ std::optional<std::string_view> long_option_read_from(std::string_view word) {
   if (rest == std::string_view::npos || word[rest] != '-') {
     return std::nullopt;
   }
-  return word.substr(rest - 1);  // the last "h" stands in for the first "-"
+  return word.substr(rest + 1);
 }
 
 // An option written with "=": CLI11 reads "--out=" as "--out" and would take the next word as
@@ -101,7 +102,7 @@ std::optional<std::string> attached_value_error(const std::vector<OptionSyntax>&
     if (equals == std::string_view::npos) {
       continue;
     }
-    const std::string name(word->substr(2, equals - 2));
+    const std::string name(word->substr(0, equals));
     const OptionSyntax* option = find_option(options, name);
     if (option == nullptr) {
       continue;  // an unknown option, which CLI11 reports
@@ -181,7 +182,7 @@ struct ArgumentParser {
     if (!word) {
       return std::nullopt;
     }
-    const OptionSyntax* option = find_option(syntax.options, word->substr(2, word->find('=') - 2));
+    const OptionSyntax* option = find_option(syntax.options, word->substr(0, word->find('=')));
     if (option == nullptr || option->value_name.empty()) {
       return std::nullopt;
     }
