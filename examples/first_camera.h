@@ -13,8 +13,7 @@ namespace examples {
 
 // Prints a failed step as "<what>: <ErrorName>: <message>" and gives the exit status 1.
 inline int fail(const char* what, const tovanel::uvc_stereo::Status& status) {
-  std::cerr << what << ": " << tovanel::uvc_stereo::error_code_name(status.code()) << ": " << status.message()
-            << "\n";
+  std::cerr << what << ": " << tovanel::uvc_stereo::error_code_name(status.code()) << ": " << status.message() << "\n";
   return 1;
 }
 

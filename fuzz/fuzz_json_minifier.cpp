@@ -13,8 +13,8 @@
 namespace {
 
 namespace sdk = tovanel::uvc_stereo;
-using uvc_stereo_fuzz::escaped;
 using tovanel::uvc_stereo::test_support::ReferenceJsonMinifier;
+using uvc_stereo_fuzz::escaped;
 
 bool is_json_whitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 

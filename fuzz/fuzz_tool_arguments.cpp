@@ -69,8 +69,8 @@ void check_command(const cli::CommandSyntax& syntax, const std::vector<std::stri
   if (parsed.has("help")) {
     // Help is all the command will do; CLI11 reads what follows "-h" in one word ("-h-x") as more
     // words, so the rest of such a line is not compared with what was typed.
-    FUZZ_CHECK(contains(words, "--help") || std::any_of(words.begin(), words.end(),
-                                                         [](const std::string& w) { return starts_with(w, "-h"); }),
+    FUZZ_CHECK(contains(words, "--help") ||
+                   std::any_of(words.begin(), words.end(), [](const std::string& w) { return starts_with(w, "-h"); }),
                show(words));
     return;
   }
@@ -110,8 +110,8 @@ void check_global(const std::vector<std::string>& words) {
   }
   // The command and its words are handed on exactly as typed, from the end of the line.
   FUZZ_CHECK(global.command.size() <= words.size(), show(words));
-  FUZZ_CHECK(std::equal(global.command.begin(), global.command.end(), words.end() - static_cast<std::ptrdiff_t>(
-                                                                                      global.command.size())),
+  FUZZ_CHECK(std::equal(global.command.begin(), global.command.end(),
+                        words.end() - static_cast<std::ptrdiff_t>(global.command.size())),
              show(words));
 }
 

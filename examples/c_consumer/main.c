@@ -44,8 +44,7 @@ int main(void) {
   memset(&info, 0, sizeof(info));
   info.struct_size = sizeof(info);
   require(uvc_stereo_device_list_get(list, 0, &info), "uvc_stereo_device_list_get");
-  printf("camera %04x:%04x serial %s (%s)\n", info.vendor_id, info.product_id, info.serial_number,
-         info.friendly_name);
+  printf("camera %04x:%04x serial %s (%s)\n", info.vendor_id, info.product_id, info.serial_number, info.friendly_name);
   require(uvc_stereo_open_device(list, 0, NULL, &device), "uvc_stereo_open_device");
   uvc_stereo_device_list_free(list);
 

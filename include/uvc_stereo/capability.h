@@ -10,15 +10,15 @@ namespace tovanel::uvc_stereo {
 
 // The IMU block of a capability report: where to read a sample and how to scale it.
 struct UVC_STEREO_API ReportedImuInfo {
-  std::string model;                    ///< printable ASCII, 0 to 8 characters
-  std::uint8_t xu_unit = 0;             ///< unit id of the IMU extension unit
-  std::uint8_t xu_selector = 0;         ///< control selector of the IMU extension unit
-  std::uint8_t xu_length = 0;           ///< bytes per IMU read, at least 17
-  std::uint8_t decimal_exponent = 0;    ///< 1, 2 or 3
-  double temperature_offset_c = 25.0;   ///< degrees Celsius added after scaling
-  double temperature_lsb_per_c = 128.0; ///< raw counts per degree Celsius
-  double accel_lsb_per_g = 2048.0;      ///< raw counts per g
-  double gyro_lsb_per_dps = 16.4;       ///< raw counts per degree per second
+  std::string model;                     ///< printable ASCII, 0 to 8 characters
+  std::uint8_t xu_unit = 0;              ///< unit id of the IMU extension unit
+  std::uint8_t xu_selector = 0;          ///< control selector of the IMU extension unit
+  std::uint8_t xu_length = 0;            ///< bytes per IMU read, at least 17
+  std::uint8_t decimal_exponent = 0;     ///< 1, 2 or 3
+  double temperature_offset_c = 25.0;    ///< degrees Celsius added after scaling
+  double temperature_lsb_per_c = 128.0;  ///< raw counts per degree Celsius
+  double accel_lsb_per_g = 2048.0;       ///< raw counts per g
+  double gyro_lsb_per_dps = 16.4;        ///< raw counts per degree per second
 
   ReportedImuInfo() = default;
   ~ReportedImuInfo();

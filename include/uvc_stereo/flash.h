@@ -25,22 +25,22 @@ struct FlashBlob {
 
 // Builds a record with config.min_header_size as header size.
 [[nodiscard]] UVC_STEREO_API Result<FlashBlob> build_blob(std::uint16_t format_version,
-                                                         const std::vector<std::uint8_t>& payload,
-                                                         const FlashConfig& config);
+                                                          const std::vector<std::uint8_t>& payload,
+                                                          const FlashConfig& config);
 
 // Checks bytes read from flash and splits them into header fields and payload.
 // Bytes after the record are dropped.
 [[nodiscard]] UVC_STEREO_API Result<FlashBlob> parse_and_validate_raw_blob(const std::vector<std::uint8_t>& raw,
-                                                                          const FlashConfig& config);
+                                                                           const FlashConfig& config);
 
 // Allows a read or write of [address, address + length) only inside the user space.
 // `what` names the request in the message; null reads "Flash transfer".
 [[nodiscard]] UVC_STEREO_API Status validate_flash_transfer_range(const FlashConfig& config, std::uint32_t address,
-                                                                 std::uint64_t length, const char* what);
+                                                                  std::uint64_t length, const char* what);
 
 // As validate_flash_transfer_range, and also the range widened to whole erase sectors.
 [[nodiscard]] UVC_STEREO_API Status validate_flash_erase_range(const FlashConfig& config, std::uint32_t address,
-                                                              std::uint64_t length);
+                                                               std::uint64_t length);
 
 // Opens a vendor session on the selected camera and reads one byte of its user space.
 [[nodiscard]] UVC_STEREO_API Status probe_flash_transport(const FlashConfig& config);

@@ -14,15 +14,15 @@ namespace tovanel::uvc_stereo {
 
 // One camera as a scan found it.
 struct UVC_STEREO_API DeviceInfo {
-  std::uint16_t vendor_id = 0;    ///< USB vendor id; 0 = unknown
-  std::uint16_t product_id = 0;   ///< USB product id; 0 = unknown
-  bool aux_flag_a = false;        ///< carried unchanged into the device's FlashConfig
-  bool aux_flag_b = false;        ///< carried unchanged into the device's FlashConfig
-  std::string serial_number;      ///< string descriptor 4; a selector
-  std::string descriptor_text;    ///< string descriptor 3; informational
-  std::string friendly_name;      ///< display name; string descriptor 2 when that is non-empty
-  std::string extra_text;         ///< informational; a scan leaves it empty
-  std::string device_path;        ///< Windows device path; a selector
+  std::uint16_t vendor_id = 0;                   ///< USB vendor id; 0 = unknown
+  std::uint16_t product_id = 0;                  ///< USB product id; 0 = unknown
+  bool aux_flag_a = false;                       ///< carried unchanged into the device's FlashConfig
+  bool aux_flag_b = false;                       ///< carried unchanged into the device's FlashConfig
+  std::string serial_number;                     ///< string descriptor 4; a selector
+  std::string descriptor_text;                   ///< string descriptor 3; informational
+  std::string friendly_name;                     ///< display name; string descriptor 2 when that is non-empty
+  std::string extra_text;                        ///< informational; a scan leaves it empty
+  std::string device_path;                       ///< Windows device path; a selector
   std::map<OpenCvBackend, int> backend_indices;  ///< capture index per backend that sees the camera
 
   DeviceInfo();

@@ -44,9 +44,7 @@ class [[nodiscard]] Status {
   Status(const Status&) = default;
   Status& operator=(const Status&) = default;
   // A moved-from Status keeps its code and loses its text.
-  Status(Status&& other) noexcept : code_(other.code_), message_(std::move(other.message_)) {
-    other.message_.clear();
-  }
+  Status(Status&& other) noexcept : code_(other.code_), message_(std::move(other.message_)) { other.message_.clear(); }
   Status& operator=(Status&& other) noexcept {
     if (this != &other) {
       code_ = other.code_;
@@ -80,10 +78,10 @@ class BadResultAccess : public std::bad_optional_access {
 template <typename T>
 class [[nodiscard]] Result {
  public:
-  Result(T&& value) : value_(std::move(value)) {}           // NOLINT(google-explicit-constructor)
-  Result(const T& value) : value_(value) {}                 // NOLINT(google-explicit-constructor)
-  Result(Status&& status) : status_(std::move(status)) {}   // NOLINT(google-explicit-constructor)
-  Result(const Status& status) : status_(status) {}         // NOLINT(google-explicit-constructor)
+  Result(T&& value) : value_(std::move(value)) {}          // NOLINT(google-explicit-constructor)
+  Result(const T& value) : value_(value) {}                // NOLINT(google-explicit-constructor)
+  Result(Status&& status) : status_(std::move(status)) {}  // NOLINT(google-explicit-constructor)
+  Result(const Status& status) : status_(status) {}        // NOLINT(google-explicit-constructor)
 
   [[nodiscard]] bool ok() const noexcept { return value_.has_value(); }
   [[nodiscard]] const Status& status() const noexcept { return status_; }

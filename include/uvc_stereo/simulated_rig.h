@@ -31,10 +31,10 @@ enum class ImuMotion : std::uint8_t {
 // per degree per second, 128 counts per degree Celsius around 25 degrees).
 struct SimulatedImu {
   ImuMotion motion = ImuMotion::AtRest;
-  std::uint32_t first_counter = 0;   ///< counter of the first sample (wraps at 2^20)
-  std::uint32_t counter_step = 1;    ///< counter increment per read; larger values model missed samples
-  double temperature_c = 31.5;       ///< die temperature
-  std::uint32_t seed = 1;            ///< noise seed, so runs are repeatable
+  std::uint32_t first_counter = 0;  ///< counter of the first sample (wraps at 2^20)
+  std::uint32_t counter_step = 1;   ///< counter increment per read; larger values model missed samples
+  double temperature_c = 31.5;      ///< die temperature
+  std::uint32_t seed = 1;           ///< noise seed, so runs are repeatable
 };
 
 // One camera on the rig.
@@ -49,9 +49,9 @@ struct SimulatedCamera {
   std::optional<std::string> descriptor_3;
   std::optional<std::string> serial_number;
   std::string firmware_version = "V1.0.0";
-  std::int32_t flash_type = 1;                     ///< 0 is the library's "unknown flash"
-  std::uint32_t flash_size = 0x100000;             ///< the whole chip; every address below it exists
-  std::uint32_t flash_sector_size = 4096;          ///< erase granularity of the chip
+  std::int32_t flash_type = 1;             ///< 0 is the library's "unknown flash"
+  std::uint32_t flash_size = 0x100000;     ///< the whole chip; every address below it exists
+  std::uint32_t flash_sector_size = 4096;  ///< erase granularity of the chip
   // The region the SDK may erase and write; anything else touched is a violation.
   std::uint32_t user_space_address = 0x51000;
   std::uint32_t user_space_size = 0x10000;
@@ -76,20 +76,20 @@ struct SimulatedCaptureDevice {
 
 // One vendor call as the rig saw it.
 struct VendorCall {
-  std::string name;                   ///< "SonixCam_Init", "SonixCam_CstmReadFromSF", ...
-  std::vector<std::int64_t> args;     ///< the integer arguments, in order (addresses, lengths, constants)
-  int camera = -1;                    ///< the camera the device record named; -1 for none or unknown
+  std::string name;                ///< "SonixCam_Init", "SonixCam_CstmReadFromSF", ...
+  std::vector<std::int64_t> args;  ///< the integer arguments, in order (addresses, lengths, constants)
+  int camera = -1;                 ///< the camera the device record named; -1 for none or unknown
   bool succeeded = false;
-  bool lock_held = false;             ///< the calling thread held the vendor lock
-  int open_sessions = 0;              ///< sessions open when the call was made (before Init/UnInit took effect)
+  bool lock_held = false;  ///< the calling thread held the vendor lock
+  int open_sessions = 0;   ///< sessions open when the call was made (before Init/UnInit took effect)
 };
 
 // Makes any vendor call fail. Calls are counted per name from the moment the fault is added.
 struct VendorFault {
-  std::string call;                  ///< e.g. "SonixCam_XuRead"; "*" counts every call
-  std::uint32_t nth = 1;             ///< the first use that fails (1 = the next one)
-  std::uint32_t times = 1;           ///< how many consecutive uses fail; 0 = every use from then on
-  std::int32_t vendor_code = 0;      ///< what SonixCam_GetErrorCode reports afterwards
+  std::string call;                     ///< e.g. "SonixCam_XuRead"; "*" counts every call
+  std::uint32_t nth = 1;                ///< the first use that fails (1 = the next one)
+  std::uint32_t times = 1;              ///< how many consecutive uses fail; 0 = every use from then on
+  std::int32_t vendor_code = 0;         ///< what SonixCam_GetErrorCode reports afterwards
   bool error_code_query_fails = false;  ///< SonixCam_GetErrorCode then returns false (but still writes the code)
   // The failing call first does its work and writes its out-values as a successful one
   // would (the count and records of SonixCam_EnumCameras, the bytes of a read, the flash

@@ -125,7 +125,7 @@ UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_version(void);
  * length 0, when `data` may be null. Null `data` with a non-zero length, or null `crc`,
  * is InvalidArgument. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_crc32_ieee(const void* data, size_t length,
-                                                                        uint32_t* crc);
+                                                                          uint32_t* crc);
 
 /* Checks that the `json_length` bytes at `json` are exactly one well-formed JSON value and
  * copies it, every whitespace byte outside strings removed and NUL-terminated, into
@@ -135,9 +135,9 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_crc32_ieee(const 
  * N", "unexpected trailing characters at offset N"). `json` may be null only when
  * json_length is 0. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_minify_and_validate_json(const char* json,
-                                                                                      size_t json_length,
-                                                                                      char* out, size_t out_size,
-                                                                                      size_t* required_size);
+                                                                                        size_t json_length, char* out,
+                                                                                        size_t out_size,
+                                                                                        size_t* required_size);
 
 /* The USB identity of one supported camera model. */
 typedef struct uvc_stereo_camera_model_t {
@@ -150,8 +150,8 @@ typedef struct uvc_stereo_camera_model_t {
  * number into *count; when capacity is smaller than the number (models may then be null
  * with capacity 0) nothing is copied, *count is still set and the result is
  * InvalidArgument. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_supported_camera_models(uvc_stereo_camera_model_t* models,
-                                                                                     size_t capacity, size_t* count);
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
+uvc_stereo_supported_camera_models(uvc_stereo_camera_model_t* models, size_t capacity, size_t* count);
 
 /* ------------------------------------------------------------------------------------ */
 /* Capture backends                                                                     */
@@ -281,10 +281,10 @@ typedef struct uvc_stereo_capability_info_t {
  * lies in the camera's serial flash. Strings owned by the device. */
 typedef struct uvc_stereo_flash_config_t {
   uint32_t struct_size;
-  const char* vidpid;          /* "%04x%04x", vendor first; "" = any */
-  bool auto_select;            /* select the first device when no other selector is set */
-  uint16_t vendor_id;          /* narrows the enumeration; 0 = any */
-  uint16_t product_id;         /* narrows the enumeration; 0 = any */
+  const char* vidpid;  /* "%04x%04x", vendor first; "" = any */
+  bool auto_select;    /* select the first device when no other selector is set */
+  uint16_t vendor_id;  /* narrows the enumeration; 0 = any */
+  uint16_t product_id; /* narrows the enumeration; 0 = any */
   bool aux_flag_a;
   bool aux_flag_b;
   const char* serial_number;   /* preferred serial number; "" = not set */
@@ -356,16 +356,16 @@ typedef struct uvc_stereo_device_list_t uvc_stereo_device_list_t;
 /* Lists the supported cameras attached now. `filter` may be null (every supported
  * camera). On success *list is a new list, freed with uvc_stereo_device_list_free. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_scan_devices(const uvc_stereo_scan_filter_t* filter,
-                                                                          uvc_stereo_device_list_t** list);
+                                                                            uvc_stereo_device_list_t** list);
 
 /* How many cameras the list holds. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_count(const uvc_stereo_device_list_t* list,
-                                                                               size_t* count);
+                                                                                 size_t* count);
 
 /* The camera at `index` (InvalidArgument when index >= count). Strings owned by the list. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_get(const uvc_stereo_device_list_t* list,
-                                                                             size_t index,
-                                                                             uvc_stereo_device_info_t* info);
+                                                                               size_t index,
+                                                                               uvc_stereo_device_info_t* info);
 
 /* Frees a list and its strings; null is harmless. Devices opened from it stay open. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_list_free(uvc_stereo_device_list_t* list);
@@ -381,15 +381,14 @@ typedef struct uvc_stereo_device_t uvc_stereo_device_t;
  * and proves what `options` require (null = defaults). On success *device is a new handle,
  * closed with uvc_stereo_device_close. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device(const uvc_stereo_device_list_t* list,
-                                                                         size_t index,
-                                                                         const uvc_stereo_open_options_t* options,
-                                                                         uvc_stereo_device_t** device);
+                                                                           size_t index,
+                                                                           const uvc_stereo_open_options_t* options,
+                                                                           uvc_stereo_device_t** device);
 
 /* As uvc_stereo_open_device, from a device info the caller filled (for example only a
  * serial number or device path as selector, with vendor and product id). */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_open_device_info(const uvc_stereo_device_info_t* info, const uvc_stereo_open_options_t* options,
-                            uvc_stereo_device_t** device);
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device_info(
+    const uvc_stereo_device_info_t* info, const uvc_stereo_open_options_t* options, uvc_stereo_device_t** device);
 
 /* Closes the device (and its IMU reader, which ends its camera session) and frees the
  * handle and its strings; null is harmless. */
@@ -397,23 +396,23 @@ UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_close(uvc_stereo_device_
 
 /* The scanned record the device was opened from. Strings owned by the device. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_info(const uvc_stereo_device_t* device,
-                                                                         uvc_stereo_device_info_t* info);
+                                                                           uvc_stereo_device_info_t* info);
 
 /* What the capability probe found. Pointers owned by the device. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_device_capability_info(const uvc_stereo_device_t* device, uvc_stereo_capability_info_t* info);
 
 /* The flash configuration derived for this camera. Strings owned by the device. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_device_flash_config(const uvc_stereo_device_t* device, uvc_stereo_flash_config_t* config);
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_flash_config(const uvc_stereo_device_t* device,
+                                                                                   uvc_stereo_flash_config_t* config);
 
 /* Where IMU samples are read. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_device_imu_transport(const uvc_stereo_device_t* device, uvc_stereo_imu_transport_t* transport);
 
 /* Transports proven or opened: UVC_STEREO_TRANSPORT_* bits. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_device_transport_flags(const uvc_stereo_device_t* device, uint32_t* flags);
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_transport_flags(const uvc_stereo_device_t* device,
+                                                                                      uint32_t* flags);
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_device_has_flash_transport(const uvc_stereo_device_t* device, bool* has);
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
@@ -426,16 +425,15 @@ uvc_stereo_device_has_imu_transport(const uvc_stereo_device_t* device, bool* has
  * again on the next call). The text never needs more than flash_config.user_space_size + 1
  * bytes. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_json(uvc_stereo_device_t* device,
-                                                                              char* buffer, size_t buffer_size,
-                                                                              size_t* required_size,
-                                                                              uint16_t* format_version);
+                                                                                char* buffer, size_t buffer_size,
+                                                                                size_t* required_size,
+                                                                                uint16_t* format_version);
 
 /* Validates, minifies and writes the `json_length` bytes at `json` as the configuration
  * record (format version 0). Invalid JSON is InvalidJson with the offset, and touches
  * nothing. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_write_json(uvc_stereo_device_t* device,
-                                                                               const char* json,
-                                                                               size_t json_length);
+                                                                                 const char* json, size_t json_length);
 
 /* Opens the IMU reader (a no-op when one is open). Flash JSON access is refused until
  * uvc_stereo_device_close_imu. */
@@ -443,28 +441,26 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_open_imu(u
 
 /* Reads one raw sample into *sample. Allocates nothing. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu(uvc_stereo_device_t* device,
-                                                                             uvc_stereo_imu_sample_t* sample);
+                                                                               uvc_stereo_imu_sample_t* sample);
 
 /* Reads up to `count` raw samples into samples[0..count), one after another; each
  * element's struct_size must be set. Stops at the first failure and returns it;
  * *samples_read receives how many were read, also on failure. Allocates nothing. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu_samples(uvc_stereo_device_t* device,
-                                                                                     uvc_stereo_imu_sample_t* samples,
-                                                                                     size_t count,
-                                                                                     size_t* samples_read);
+                                                                                       uvc_stereo_imu_sample_t* samples,
+                                                                                       size_t count,
+                                                                                       size_t* samples_read);
 
 /* Closes the IMU reader, if any. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_close_imu(uvc_stereo_device_t* device);
 
 /* The conversion factors in force for this camera (its report's, else the defaults). */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_device_imu_conversion_options(const uvc_stereo_device_t* device,
-                                         uvc_stereo_imu_conversion_options_t* options);
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_conversion_options(
+    const uvc_stereo_device_t* device, uvc_stereo_imu_conversion_options_t* options);
 
 /* Converts a raw sample with this camera's conversion factors. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_convert_imu(const uvc_stereo_device_t* device,
-                                                                                const uvc_stereo_imu_sample_t* raw,
-                                                                                uvc_stereo_imu_converted_t* converted);
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_convert_imu(
+    const uvc_stereo_device_t* device, const uvc_stereo_imu_sample_t* raw, uvc_stereo_imu_converted_t* converted);
 
 /* ------------------------------------------------------------------------------------ */
 /* The simulated camera rig                                                             */
@@ -519,11 +515,11 @@ typedef struct uvc_stereo_rig_camera_t {
   uint8_t imu_unit; /* where the IMU answers */
   uint8_t imu_selector;
   uint8_t imu_length;
-  int32_t imu_motion;          /* UVC_STEREO_IMU_* */
-  uint32_t imu_first_counter;  /* counter of the first sample (wraps at 2^20) */
-  uint32_t imu_counter_step;   /* counter increment per read; larger values model missed samples */
-  double imu_temperature_c;    /* die temperature */
-  uint32_t imu_seed;           /* noise seed, so runs are repeatable */
+  int32_t imu_motion;         /* UVC_STEREO_IMU_* */
+  uint32_t imu_first_counter; /* counter of the first sample (wraps at 2^20) */
+  uint32_t imu_counter_step;  /* counter increment per read; larger values model missed samples */
+  double imu_temperature_c;   /* die temperature */
+  uint32_t imu_seed;          /* noise seed, so runs are repeatable */
 } uvc_stereo_rig_camera_t;
 
 /* Fills a camera with the C++ defaults (a supported model, 1 MiB flash, user space
@@ -540,12 +536,12 @@ UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_rig_destroy(uvc_stereo_rig_t* r
 /* Plugs a camera in; *index receives its rig index (0, 1, ...; may be null). Its flash
  * starts erased (0xFF). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_camera(uvc_stereo_rig_t* rig,
-                                                                            const uvc_stereo_rig_camera_t* camera,
-                                                                            int32_t* index);
+                                                                              const uvc_stereo_rig_camera_t* camera,
+                                                                              int32_t* index);
 
 /* How many cameras were added. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_camera_count(const uvc_stereo_rig_t* rig,
-                                                                              size_t* count);
+                                                                                size_t* count);
 
 /* An unplugged camera vanishes from scans and every call on it fails ("ecDeviceDisconnect");
  * plugging it back restores it (write protection comes back on). */
@@ -554,68 +550,67 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_plug(uvc_ster
 
 /* Whether the vendor library can start (false: as on a machine without the camera driver). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_library_present(uvc_stereo_rig_t* rig,
-                                                                                     bool present);
+                                                                                       bool present);
 
 /* When true (the default) starting a session fails ("ecNotFindDevice") while no camera is plugged. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_init_fails_without_cameras(uvc_stereo_rig_t* rig,
-                                                                                                bool fails);
+                                                                                                  bool fails);
 
 /* Copies the camera's flash [address, address + length) into `buffer` (`buffer_size`
  * bytes, at least `length`); *copied (may be null) receives the bytes copied, fewer than
  * `length` where the range runs off the chip. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_flash(const uvc_stereo_rig_t* rig, int32_t camera,
-                                                                       uint32_t address, uint32_t length,
-                                                                       uint8_t* buffer, size_t buffer_size,
-                                                                       size_t* copied);
+                                                                         uint32_t address, uint32_t length,
+                                                                         uint8_t* buffer, size_t buffer_size,
+                                                                         size_t* copied);
 
 /* Overwrites the camera's flash at `address` with `length` bytes, as a programmer would
  * (no erase rules, no write protection); bytes off the chip are dropped. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_flash(uvc_stereo_rig_t* rig, int32_t camera,
-                                                                           uint32_t address, const uint8_t* bytes,
-                                                                           size_t length);
+                                                                             uint32_t address, const uint8_t* bytes,
+                                                                             size_t length);
 
 /* Whether the camera's flash is write-protected now. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_write_protected(const uvc_stereo_rig_t* rig,
-                                                                                 int32_t camera, bool* is_protected);
+                                                                                   int32_t camera, bool* is_protected);
 
 /* The next flash write programs only its first `bytes` bytes, then fails ("ecWriteFlashFail"). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_cut_power_during_write(uvc_stereo_rig_t* rig,
-                                                                                        int32_t camera,
-                                                                                        uint32_t bytes);
+                                                                                          int32_t camera,
+                                                                                          uint32_t bytes);
 
 /* The next sector erase sets only its first `bytes` bytes to 0xFF, then fails ("ecSectorEraseFail"). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_cut_power_during_erase(uvc_stereo_rig_t* rig,
-                                                                                        int32_t camera,
-                                                                                        uint32_t bytes);
+                                                                                          int32_t camera,
+                                                                                          uint32_t bytes);
 
 /* A worn cell: the bits of `mask` at `address` read 0 whatever is erased or written. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_stuck_zero_bits(uvc_stereo_rig_t* rig,
-                                                                                     int32_t camera,
-                                                                                     uint32_t address, uint8_t mask);
+                                                                                       int32_t camera, uint32_t address,
+                                                                                       uint8_t mask);
 
 /* The camera's capability answer from now on: a record (encoded as a camera sends it)... */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_rig_set_capability_report(uvc_stereo_rig_t* rig, int32_t camera, const uvc_stereo_capability_report_t* report);
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_report(
+    uvc_stereo_rig_t* rig, int32_t camera, const uvc_stereo_capability_report_t* report);
 
 /* ...or any 64 raw bytes (all zero: no capability reporting). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_bytes(uvc_stereo_rig_t* rig,
-                                                                                      int32_t camera,
-                                                                                      const uint8_t report[64]);
+                                                                                        int32_t camera,
+                                                                                        const uint8_t report[64]);
 
 /* The camera's firmware version text from now on. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stereo_rig_t* rig,
-                                                                                      int32_t camera,
-                                                                                      const char* version);
+                                                                                        int32_t camera,
+                                                                                        const char* version);
 
 /* The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_rig_t* rig,
-                                                                                  int32_t camera,
-                                                                                  uint8_t status_byte);
+                                                                                    int32_t camera,
+                                                                                    uint8_t status_byte);
 
 /* The counter the camera's next IMU sample will carry. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_next_imu_counter(const uvc_stereo_rig_t* rig,
-                                                                                  int32_t camera,
-                                                                                  uint32_t* counter);
+                                                                                    int32_t camera, uint32_t* counter);
 
 /* One device a capture backend lists. Strings copied. */
 typedef struct uvc_stereo_rig_capture_device_t {
@@ -626,23 +621,22 @@ typedef struct uvc_stereo_rig_capture_device_t {
 
 /* The listing of a capture backend (UVC_STEREO_BACKEND_MSMF or _DSHOW) that scans match
  * cameras against: `count` devices at `devices` (may be null when count is 0). */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_rig_set_capture_devices(uvc_stereo_rig_t* rig, int32_t backend,
-                                   const uvc_stereo_rig_capture_device_t* devices, size_t count);
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_devices(
+    uvc_stereo_rig_t* rig, int32_t backend, const uvc_stereo_rig_capture_device_t* devices, size_t count);
 
 /* The listing of `backend` fails (a scan then reports no index for it). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_listing_fails(uvc_stereo_rig_t* rig,
-                                                                                           int32_t backend,
-                                                                                           bool fails);
+                                                                                             int32_t backend,
+                                                                                             bool fails);
 
 /* Makes a vendor call fail: `call` names it ("SonixCam_XuRead"; "*" counts every call);
  * uses are counted from now, the `nth` (1 = the next one) and the `times - 1` after it
  * fail (times 0: every use from then on); the library then reports `vendor_code`, and
  * with error_code_query_fails asking for the code fails too (though it is still given). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_fault(uvc_stereo_rig_t* rig, const char* call,
-                                                                           uint32_t nth, uint32_t times,
-                                                                           int32_t vendor_code,
-                                                                           bool error_code_query_fails);
+                                                                             uint32_t nth, uint32_t times,
+                                                                             int32_t vendor_code,
+                                                                             bool error_code_query_fails);
 
 /* Removes every fault. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_faults(uvc_stereo_rig_t* rig);
@@ -653,7 +647,7 @@ typedef struct uvc_stereo_rig_call_t {
   const char* name;    /* "SonixCam_Init", "SonixCam_CstmReadFromSF", ... */
   const int64_t* args; /* the integer arguments, in order (addresses, lengths, constants) */
   size_t arg_count;
-  int32_t camera;        /* the camera the device record named; -1 for none or unknown */
+  int32_t camera; /* the camera the device record named; -1 for none or unknown */
   bool succeeded;
   bool lock_held;        /* the calling thread held the vendor lock */
   int32_t open_sessions; /* sessions open when the call was made */
@@ -664,13 +658,13 @@ typedef struct uvc_stereo_rig_call_log_t uvc_stereo_rig_call_log_t;
 
 /* Takes a snapshot of every vendor call seen so far; freed with uvc_stereo_rig_call_log_free. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_calls(const uvc_stereo_rig_t* rig,
-                                                                       uvc_stereo_rig_call_log_t** log);
+                                                                         uvc_stereo_rig_call_log_t** log);
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_count(const uvc_stereo_rig_call_log_t* log,
-                                                                                size_t* count);
+                                                                                  size_t* count);
 /* The call at `index` (InvalidArgument when index >= count). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_get(const uvc_stereo_rig_call_log_t* log,
-                                                                              size_t index,
-                                                                              uvc_stereo_rig_call_t* call);
+                                                                                size_t index,
+                                                                                uvc_stereo_rig_call_t* call);
 /* Null is harmless. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_rig_call_log_free(uvc_stereo_rig_call_log_t* log);
 
@@ -695,8 +689,8 @@ typedef int32_t(UVC_STEREO_CALL* uvc_stereo_rig_call_hook_t)(const uvc_stereo_ri
  * they were added. The name is copied; whatever `context` points to must stay valid until
  * the hooks are cleared or the rig is destroyed. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_on_call(uvc_stereo_rig_t* rig, const char* call,
-                                                                         uvc_stereo_rig_call_hook_t hook,
-                                                                         void* context);
+                                                                           uvc_stereo_rig_call_hook_t hook,
+                                                                           void* context);
 
 /* Removes every hook: calls that begin after this returns run none. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_call_hooks(uvc_stereo_rig_t* rig);
@@ -708,18 +702,18 @@ typedef struct uvc_stereo_string_list_t uvc_stereo_string_list_t;
  * without opening, erases or writes outside a camera's user space): a new list, empty
  * when all was well, freed with uvc_stereo_string_list_free. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_violations(const uvc_stereo_rig_t* rig,
-                                                                            uvc_stereo_string_list_t** violations);
+                                                                              uvc_stereo_string_list_t** violations);
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_count(const uvc_stereo_string_list_t* list,
-                                                                               size_t* count);
+                                                                                 size_t* count);
 /* The text at `index` (InvalidArgument when index >= count), owned by the list. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_get(const uvc_stereo_string_list_t* list,
-                                                                             size_t index, const char** text);
+                                                                               size_t index, const char** text);
 /* Null is harmless. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_string_list_free(uvc_stereo_string_list_t* list);
 
 /* Sessions opened and not yet closed. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_open_sessions(const uvc_stereo_rig_t* rig,
-                                                                               int32_t* sessions);
+                                                                                 int32_t* sessions);
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -11,8 +11,8 @@
 #include <limits>
 #include <string>
 
-#include "uvc_stereo/uvc_stereo.h"
 #include "uvc_stereo/simulated_rig.h"
+#include "uvc_stereo/uvc_stereo.h"
 
 namespace uvc = tovanel::uvc_stereo;
 
@@ -26,7 +26,8 @@ int main(int argc, char** argv) {
   const uvc::CameraModelId model = uvc::supported_camera_models().front();
   camera.vendor_id = model.vendor_id;
   camera.product_id = model.product_id;
-  camera.device_path = "\\\\?\\usb#vid_0c45&pid_6366&mi_00#7&1a2b3c4d&0&0000#{e5323777-f976-4f5b-9b55-b94699c46e44}\\global";
+  camera.device_path =
+      "\\\\?\\usb#vid_0c45&pid_6366&mi_00#7&1a2b3c4d&0&0000#{e5323777-f976-4f5b-9b55-b94699c46e44}\\global";
   camera.device_name = "Tovanel Stereo Camera";
   camera.serial_number = "BENCH-0001";
   camera.imu.motion = uvc::sim::ImuMotion::Moving;

@@ -1,12 +1,17 @@
 #!/usr/bin/env bash
-# Static checks: clang-tidy (the checks in .clang-tidy) over the SDK and the command-line tool, through the
+# Static checks: clang-format over every C and C++ file, clang-tidy (the checks in .clang-tidy) over the SDK and the command-line tool, through the
 # compile commands of a clang configuration, and cppcheck over the SDK. Any finding fails the stage.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
 
-ensure_packages cmake ninja-build clang-14 clang-tidy-14 cppcheck "${UVC_STEREO_TOOL_PACKAGES[@]}"
+ensure_packages cmake ninja-build clang-14 clang-tidy-14 clang-format-14 cppcheck "${UVC_STEREO_TOOL_PACKAGES[@]}"
+
+echo "--- clang-format: every C and C++ file git tracks"
+# The tree is kept formatted as .clang-format says; a file that differs names itself and fails the stage.
+(cd "$root" && git ls-files -z '*.c' '*.cpp' '*.h' | xargs -0 clang-format-14 --dry-run -Werror)
+echo "clang-format: $(cd "$root" && git ls-files '*.c' '*.cpp' '*.h' | wc -l) files formatted"
 
 build="$root/build/ci-lint"
 rm -rf "$build"

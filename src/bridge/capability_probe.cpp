@@ -6,13 +6,13 @@
 #include <string>
 #include <utility>
 
-#include "uvc_stereo/flash_config.h"
 #include "bridge/device_resolution.h"
 #include "bridge/device_selector.h"
 #include "bridge/extension_unit.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
+#include "uvc_stereo/flash_config.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {

@@ -8,10 +8,10 @@
 #include <unordered_set>
 #include <utility>
 
-#include "imu/model_table.h"
 #include "bridge/backend_matching.h"
 #include "bridge/device_record_text.h"
 #include "bridge/vendor_status.h"
+#include "imu/model_table.h"
 #include "win/capture_listing.h"
 #include "win/device_path.h"
 

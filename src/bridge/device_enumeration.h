@@ -2,9 +2,9 @@
 
 #include <vector>
 
+#include "bridge/sonix_camera.h"
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/result.h"
-#include "bridge/sonix_camera.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

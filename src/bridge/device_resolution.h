@@ -1,8 +1,8 @@
 #pragma once
 
+#include "bridge/device_enumeration.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/result.h"
-#include "bridge/device_enumeration.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

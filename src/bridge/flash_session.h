@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "uvc_stereo/flash_config.h"
-#include "uvc_stereo/result.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
+#include "uvc_stereo/flash_config.h"
+#include "uvc_stereo/result.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

@@ -4,11 +4,11 @@
 #include <exception>
 #include <vector>
 
+#include "bridge/flash_session.h"
 #include "flash/readback_verify.h"
 #include "flash/record_preview.h"
 #include "flash/write_record.h"
 #include "uvc_stereo/flash.h"
-#include "bridge/flash_session.h"
 #include "win/debug_output.h"
 
 // The four flash operations. Each opens its own session on the selected camera, does its

@@ -7,15 +7,15 @@
 #include <utility>
 #include <vector>
 
-#include "imu/imu_payload.h"
-#include "uvc_stereo/flash_config.h"
-#include "uvc_stereo/vendor_lock.h"
 #include "bridge/device_resolution.h"
 #include "bridge/device_selector.h"
 #include "bridge/extension_unit.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
+#include "imu/imu_payload.h"
+#include "uvc_stereo/flash_config.h"
+#include "uvc_stereo/vendor_lock.h"
 #include "win/host_clock.h"
 
 namespace tovanel::uvc_stereo::detail {
@@ -35,8 +35,7 @@ class VendorImuReader final : public ImuReader::Impl {
     win_detail::SonixGlobalLock lock;
     const std::uint64_t t0 = now_ns();
     std::memset(buffer_.data(), 0, buffer_.size());
-    if (!SonixCam_XuRead(&handle_, buffer_.data(), transport_.xu_length, transport_.xu_selector,
-                         transport_.xu_unit)) {
+    if (!SonixCam_XuRead(&handle_, buffer_.data(), transport_.xu_length, transport_.xu_selector, transport_.xu_unit)) {
       return win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_XuRead", &handle_);
     }
     const std::uint64_t t1 = now_ns();
@@ -96,8 +95,7 @@ Result<ReadImuResult> ImuReader::read() {
 }
 
 Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport) {
-  if (device.serial_number.empty() && device.device_path.empty() &&
-      (device.vendor_id == 0 || device.product_id == 0)) {
+  if (device.serial_number.empty() && device.device_path.empty() && (device.vendor_id == 0 || device.product_id == 0)) {
     return Status(ErrorCode::InvalidArgument, "selected device has no Windows device_path, serial_number, or vid/pid");
   }
   if (transport.xu_unit == 0 || transport.xu_selector == 0 || transport.xu_length < kImuPayloadSize) {

@@ -1,5 +1,5 @@
-#include "uvc_stereo/vendor_lock.h"
 #include "bridge/process_lock.h"
+#include "uvc_stereo/vendor_lock.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "uvc_stereo/result.h"
 #include "bridge/sonix_camera.h"
+#include "uvc_stereo/result.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

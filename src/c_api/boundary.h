@@ -61,8 +61,7 @@ template <typename Struct>
 
 // As require_struct, for an optional struct: null passes.
 template <typename Struct>
-[[nodiscard]] Status allow_struct(const Struct* value, const char* function, const char* name,
-                                  const char* type_name) {
+[[nodiscard]] Status allow_struct(const Struct* value, const char* function, const char* name, const char* type_name) {
   return value == nullptr ? Status() : require_struct(value, function, name, type_name);
 }
 

@@ -1,8 +1,9 @@
 // The capability record family of the C interface.
 
+#include "uvc_stereo/capability.h"
+
 #include "c_api/boundary.h"
 #include "c_api/records.h"
-#include "uvc_stereo/capability.h"
 #include "uvc_stereo/uvc_stereo_c.h"
 
 using namespace tovanel::uvc_stereo;

@@ -1,5 +1,7 @@
 // The device family of the C interface: opening, closing and the accessors of an open camera.
 
+#include "uvc_stereo/device.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -8,7 +10,6 @@
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
 #include "c_api/records.h"
-#include "uvc_stereo/device.h"
 #include "uvc_stereo/uvc_stereo_c.h"
 
 using namespace tovanel::uvc_stereo;
@@ -67,8 +68,8 @@ uvc_stereo_error_t answer_value(const uvc_stereo_device_t* device, Value* out, c
 extern "C" {
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device(const uvc_stereo_device_list_t* list, std::size_t index,
-                                                        const uvc_stereo_open_options_t* options,
-                                                        uvc_stereo_device_t** device) {
+                                                          const uvc_stereo_open_options_t* options,
+                                                          uvc_stereo_device_t** device) {
   constexpr const char* kFunction = "uvc_stereo_open_device";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -83,8 +84,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device(const uvc_stereo_devic
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device_info(const uvc_stereo_device_info_t* info,
-                                                             const uvc_stereo_open_options_t* options,
-                                                             uvc_stereo_device_t** device) {
+                                                               const uvc_stereo_open_options_t* options,
+                                                               uvc_stereo_device_t** device) {
   constexpr const char* kFunction = "uvc_stereo_open_device_info";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -98,15 +99,14 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device_info(const uvc_stereo_
 void UVC_STEREO_CALL uvc_stereo_device_close(uvc_stereo_device_t* device) { delete device; }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_info(const uvc_stereo_device_t* device,
-                                                        uvc_stereo_device_info_t* info) {
-  return fill_struct(device, info, "uvc_stereo_device_info", "info", "uvc_stereo_device_info_t",
-                     [](const uvc_stereo_device_t& held, uvc_stereo_device_info_t& out) {
-                       c_api::to_c(held.device.info(), out);
-                     });
+                                                          uvc_stereo_device_info_t* info) {
+  return fill_struct(
+      device, info, "uvc_stereo_device_info", "info", "uvc_stereo_device_info_t",
+      [](const uvc_stereo_device_t& held, uvc_stereo_device_info_t& out) { c_api::to_c(held.device.info(), out); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_capability_info(const uvc_stereo_device_t* device,
-                                                                   uvc_stereo_capability_info_t* info) {
+                                                                     uvc_stereo_capability_info_t* info) {
   return fill_struct(device, info, "uvc_stereo_device_capability_info", "info", "uvc_stereo_capability_info_t",
                      [](const uvc_stereo_device_t& held, uvc_stereo_capability_info_t& out) {
                        const DeviceCapabilityInfo& capability = held.device.capability_info();
@@ -117,7 +117,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_capability_info(const uvc_s
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_flash_config(const uvc_stereo_device_t* device,
-                                                                uvc_stereo_flash_config_t* config) {
+                                                                  uvc_stereo_flash_config_t* config) {
   return fill_struct(device, config, "uvc_stereo_device_flash_config", "config", "uvc_stereo_flash_config_t",
                      [](const uvc_stereo_device_t& held, uvc_stereo_flash_config_t& out) {
                        c_api::to_c(held.device.flash_config(), out);
@@ -125,7 +125,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_flash_config(const uvc_ster
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_transport(const uvc_stereo_device_t* device,
-                                                                 uvc_stereo_imu_transport_t* transport) {
+                                                                   uvc_stereo_imu_transport_t* transport) {
   return fill_struct(device, transport, "uvc_stereo_device_imu_transport", "transport", "uvc_stereo_imu_transport_t",
                      [](const uvc_stereo_device_t& held, uvc_stereo_imu_transport_t& out) {
                        const detail::ImuTransportConfig config = held.device.imu_transport();
@@ -136,13 +136,12 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_transport(const uvc_ste
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_transport_flags(const uvc_stereo_device_t* device,
-                                                                   std::uint32_t* flags) {
+                                                                     std::uint32_t* flags) {
   return answer_value(device, flags, "uvc_stereo_device_transport_flags", "flags",
                       [](const Device& held) { return held.transport_flags(); });
 }
 
-uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_has_flash_transport(const uvc_stereo_device_t* device,
-                                                                       bool* has) {
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_has_flash_transport(const uvc_stereo_device_t* device, bool* has) {
   return answer_value(device, has, "uvc_stereo_device_has_flash_transport", "has",
                       [](const Device& held) { return held.has_flash_transport(); });
 }

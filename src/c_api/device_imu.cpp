@@ -35,7 +35,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_open_imu(uvc_stereo_device_
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu(uvc_stereo_device_t* device,
-                                                            uvc_stereo_imu_sample_t* sample) {
+                                                              uvc_stereo_imu_sample_t* sample) {
   constexpr const char* kFunction = "uvc_stereo_device_read_imu";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -46,8 +46,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu(uvc_stereo_device_
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu_samples(uvc_stereo_device_t* device,
-                                                                    uvc_stereo_imu_sample_t* samples,
-                                                                    std::size_t count, std::size_t* samples_read) {
+                                                                      uvc_stereo_imu_sample_t* samples,
+                                                                      std::size_t count, std::size_t* samples_read) {
   constexpr const char* kFunction = "uvc_stereo_device_read_imu_samples";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::first_failure(c_api::require(device, kFunction, "device"),
@@ -80,9 +80,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_close_imu(uvc_stereo_device
   });
 }
 
-uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_device_imu_conversion_options(const uvc_stereo_device_t* device,
-                                         uvc_stereo_imu_conversion_options_t* options) {
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_conversion_options(
+    const uvc_stereo_device_t* device, uvc_stereo_imu_conversion_options_t* options) {
   constexpr const char* kFunction = "uvc_stereo_device_imu_conversion_options";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::first_failure(
@@ -101,8 +100,8 @@ uvc_stereo_device_imu_conversion_options(const uvc_stereo_device_t* device,
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_convert_imu(const uvc_stereo_device_t* device,
-                                                               const uvc_stereo_imu_sample_t* raw,
-                                                               uvc_stereo_imu_converted_t* converted) {
+                                                                 const uvc_stereo_imu_sample_t* raw,
+                                                                 uvc_stereo_imu_converted_t* converted) {
   constexpr const char* kFunction = "uvc_stereo_device_convert_imu";
   return c_api::guarded(kFunction, [&] {
     Status checked =

@@ -14,8 +14,8 @@ using namespace tovanel::uvc_stereo;
 extern "C" {
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_json(uvc_stereo_device_t* device, char* buffer,
-                                                             std::size_t buffer_size, std::size_t* required_size,
-                                                             std::uint16_t* format_version) {
+                                                               std::size_t buffer_size, std::size_t* required_size,
+                                                               std::uint16_t* format_version) {
   constexpr const char* kFunction = "uvc_stereo_device_read_json";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::require(device, kFunction, "device");
@@ -35,7 +35,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_json(uvc_stereo_device
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_write_json(uvc_stereo_device_t* device, const char* json,
-                                                              std::size_t json_length) {
+                                                                std::size_t json_length) {
   constexpr const char* kFunction = "uvc_stereo_device_write_json";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::require(device, kFunction, "device");

@@ -15,12 +15,11 @@ using namespace tovanel::uvc_stereo;
 extern "C" {
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_scan_devices(const uvc_stereo_scan_filter_t* filter,
-                                                         uvc_stereo_device_list_t** list) {
+                                                           uvc_stereo_device_list_t** list) {
   constexpr const char* kFunction = "uvc_stereo_scan_devices";
   return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::allow_struct(filter, kFunction, "filter", "uvc_stereo_scan_filter_t"),
-                             c_api::require(list, kFunction, "list"));
+    Status checked = c_api::first_failure(c_api::allow_struct(filter, kFunction, "filter", "uvc_stereo_scan_filter_t"),
+                                          c_api::require(list, kFunction, "list"));
     if (!checked.ok()) {
       return checked;
     }
@@ -37,7 +36,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_scan_devices(const uvc_stereo_scan
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_count(const uvc_stereo_device_list_t* list,
-                                                              std::size_t* count) {
+                                                                std::size_t* count) {
   constexpr const char* kFunction = "uvc_stereo_device_list_count";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -49,13 +48,12 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_count(const uvc_stereo
   });
 }
 
-uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_get(const uvc_stereo_device_list_t* list,
-                                                            std::size_t index, uvc_stereo_device_info_t* info) {
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_get(const uvc_stereo_device_list_t* list, std::size_t index,
+                                                              uvc_stereo_device_info_t* info) {
   constexpr const char* kFunction = "uvc_stereo_device_list_get";
   return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(list, kFunction, "list"),
-                             c_api::require_struct(info, kFunction, "info", "uvc_stereo_device_info_t"));
+    Status checked = c_api::first_failure(c_api::require(list, kFunction, "list"),
+                                          c_api::require_struct(info, kFunction, "info", "uvc_stereo_device_info_t"));
     if (checked.ok()) {
       checked = c_api::require_index(index, list->devices.size(), kFunction, "devices");
     }

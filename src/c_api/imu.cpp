@@ -1,8 +1,9 @@
 // The IMU record family of the C interface: conversion options and the conversion itself.
 
+#include "uvc_stereo/imu.h"
+
 #include "c_api/boundary.h"
 #include "c_api/records.h"
-#include "uvc_stereo/imu.h"
 #include "uvc_stereo/uvc_stereo_c.h"
 
 using namespace tovanel::uvc_stereo;
@@ -22,8 +23,8 @@ uvc_stereo_imu_conversion_options_defaults(uvc_stereo_imu_conversion_options_t* 
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_convert_imu(const uvc_stereo_imu_sample_t* raw,
-                                                        const uvc_stereo_imu_conversion_options_t* options,
-                                                        uvc_stereo_imu_converted_t* converted) {
+                                                          const uvc_stereo_imu_conversion_options_t* options,
+                                                          uvc_stereo_imu_converted_t* converted) {
   constexpr const char* kFunction = "uvc_stereo_convert_imu";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::first_failure(

@@ -42,8 +42,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_crc32_ieee(const void* data, std::
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_minify_and_validate_json(const char* json, std::size_t json_length,
-                                                                     char* out, std::size_t out_size,
-                                                                     std::size_t* required_size) {
+                                                                       char* out, std::size_t out_size,
+                                                                       std::size_t* required_size) {
   constexpr const char* kFunction = "uvc_stereo_minify_and_validate_json";
   return c_api::guarded(kFunction, [&] {
     if (json_length != 0) {
@@ -52,7 +52,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_minify_and_validate_json(const cha
         return present;
       }
     }
-    Result<std::string> minified = minify_and_validate_json(std::string_view(json_length == 0 ? "" : json, json_length));
+    Result<std::string> minified =
+        minify_and_validate_json(std::string_view(json_length == 0 ? "" : json, json_length));
     if (!minified.ok()) {
       return minified.status();
     }
@@ -66,7 +67,7 @@ const char* UVC_STEREO_CALL uvc_stereo_opencv_backend_name(std::int32_t backend)
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_supported_camera_models(uvc_stereo_camera_model_t* models,
-                                                                    std::size_t capacity, std::size_t* count) {
+                                                                      std::size_t capacity, std::size_t* count) {
   constexpr const char* kFunction = "uvc_stereo_supported_camera_models";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::require(count, kFunction, "count");

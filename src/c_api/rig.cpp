@@ -75,8 +75,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_create(uvc_stereo_rig_t** rig)
 void UVC_STEREO_CALL uvc_stereo_rig_destroy(uvc_stereo_rig_t* rig) { delete rig; }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_camera(uvc_stereo_rig_t* rig,
-                                                           const uvc_stereo_rig_camera_t* camera,
-                                                           std::int32_t* index) {
+                                                             const uvc_stereo_rig_camera_t* camera,
+                                                             std::int32_t* index) {
   constexpr const char* kFunction = "uvc_stereo_rig_add_camera";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -124,9 +124,9 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_init_fails_without_cameras
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_flash(const uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                      std::uint32_t address, std::uint32_t length,
-                                                      std::uint8_t* buffer, std::size_t buffer_size,
-                                                      std::size_t* copied) {
+                                                        std::uint32_t address, std::uint32_t length,
+                                                        std::uint8_t* buffer, std::size_t buffer_size,
+                                                        std::size_t* copied) {
   constexpr const char* kFunction = "uvc_stereo_rig_flash";
   return c_api::guarded(kFunction, [&] {
     Status checked = camera_arguments(rig, camera, kFunction);
@@ -151,8 +151,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_flash(const uvc_stereo_rig_t* 
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_flash(uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                          std::uint32_t address, const std::uint8_t* bytes,
-                                                          std::size_t length) {
+                                                            std::uint32_t address, const std::uint8_t* bytes,
+                                                            std::size_t length) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_flash";
   return c_api::guarded(kFunction, [&] {
     Status checked = camera_arguments(rig, camera, kFunction);
@@ -168,11 +168,11 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_flash(uvc_stereo_rig_t* ri
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_write_protected(const uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                                bool* is_protected) {
+                                                                  bool* is_protected) {
   constexpr const char* kFunction = "uvc_stereo_rig_write_protected";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                                                c_api::require(is_protected, kFunction, "is_protected"));
+                                          c_api::require(is_protected, kFunction, "is_protected"));
     if (checked.ok()) {
       *is_protected = rig->rig.write_protected(camera);
     }
@@ -181,25 +181,25 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_write_protected(const uvc_ster
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_cut_power_during_write(uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                                       std::uint32_t bytes) {
+                                                                         std::uint32_t bytes) {
   return on_camera(rig, camera, "uvc_stereo_rig_cut_power_during_write",
                    [&](sim::SimulatedRig& held) { held.cut_power_during_write(camera, bytes); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_cut_power_during_erase(uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                                       std::uint32_t bytes) {
+                                                                         std::uint32_t bytes) {
   return on_camera(rig, camera, "uvc_stereo_rig_cut_power_during_erase",
                    [&](sim::SimulatedRig& held) { held.cut_power_during_erase(camera, bytes); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_stuck_zero_bits(uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                                    std::uint32_t address, std::uint8_t mask) {
+                                                                      std::uint32_t address, std::uint8_t mask) {
   return on_camera(rig, camera, "uvc_stereo_rig_set_stuck_zero_bits",
                    [&](sim::SimulatedRig& held) { held.set_stuck_zero_bits(camera, address, mask); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_report(uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                                      const uvc_stereo_capability_report_t* report) {
+                                                                        const uvc_stereo_capability_report_t* report) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_capability_report";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -213,7 +213,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_report(uvc_ster
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_bytes(uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                                     const std::uint8_t report[64]) {
+                                                                       const std::uint8_t report[64]) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_capability_bytes";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -228,7 +228,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_bytes(uvc_stere
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                                     const char* version) {
+                                                                       const char* version) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_firmware_version";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -241,13 +241,13 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stere
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                                 std::uint8_t status_byte) {
+                                                                   std::uint8_t status_byte) {
   return on_camera(rig, camera, "uvc_stereo_rig_queue_imu_status",
                    [&](sim::SimulatedRig& held) { held.queue_imu_status(camera, status_byte); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_next_imu_counter(const uvc_stereo_rig_t* rig, std::int32_t camera,
-                                                                 std::uint32_t* counter) {
+                                                                   std::uint32_t* counter) {
   constexpr const char* kFunction = "uvc_stereo_rig_next_imu_counter";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -260,8 +260,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_next_imu_counter(const uvc_ste
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_devices(uvc_stereo_rig_t* rig, std::int32_t backend,
-                                                                    const uvc_stereo_rig_capture_device_t* devices,
-                                                                    std::size_t count) {
+                                                                      const uvc_stereo_rig_capture_device_t* devices,
+                                                                      std::size_t count) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_capture_devices";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::require(rig, kFunction, "rig");
@@ -272,8 +272,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_devices(uvc_stereo
     for (std::size_t i = 0; checked.ok() && i < count; ++i) {
       checked = c_api::require_struct(devices + i, kFunction, "devices[i]", "uvc_stereo_rig_capture_device_t");
       if (checked.ok()) {
-        listing.push_back(
-            sim::SimulatedCaptureDevice{c_api::or_empty(devices[i].friendly_name), c_api::or_empty(devices[i].device_path)});
+        listing.push_back(sim::SimulatedCaptureDevice{c_api::or_empty(devices[i].friendly_name),
+                                                      c_api::or_empty(devices[i].device_path)});
       }
     }
     if (checked.ok()) {
@@ -283,16 +283,16 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_devices(uvc_stereo
   });
 }
 
-uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_listing_fails(uvc_stereo_rig_t* rig,
-                                                                          std::int32_t backend, bool fails) {
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_listing_fails(uvc_stereo_rig_t* rig, std::int32_t backend,
+                                                                            bool fails) {
   return c_api::on_rig(rig, "uvc_stereo_rig_set_capture_listing_fails", [&](sim::SimulatedRig& held) {
     held.set_capture_listing_fails(static_cast<OpenCvBackend>(backend), fails);
   });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_fault(uvc_stereo_rig_t* rig, const char* call, std::uint32_t nth,
-                                                          std::uint32_t times, std::int32_t vendor_code,
-                                                          bool error_code_query_fails) {
+                                                            std::uint32_t times, std::int32_t vendor_code,
+                                                            bool error_code_query_fails) {
   constexpr const char* kFunction = "uvc_stereo_rig_add_fault";
   return c_api::guarded(kFunction, [&] {
     Status checked =

@@ -16,9 +16,7 @@ std::optional<std::string> optional_text(const char* text) {
   return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }
 
-const char* optional_pointer(const std::optional<std::string>& text) noexcept {
-  return text ? text->c_str() : nullptr;
-}
+const char* optional_pointer(const std::optional<std::string>& text) noexcept { return text ? text->c_str() : nullptr; }
 
 }  // namespace
 

@@ -19,8 +19,7 @@ extern "C" {
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_calls(const uvc_stereo_rig_t* rig, uvc_stereo_rig_call_log_t** log) {
   constexpr const char* kFunction = "uvc_stereo_rig_calls";
   return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(log, kFunction, "log"));
+    Status checked = c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(log, kFunction, "log"));
     if (checked.ok()) {
       auto made = std::make_unique<uvc_stereo_rig_call_log_t>();
       made->calls = rig->rig.calls();
@@ -31,7 +30,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_calls(const uvc_stereo_rig_t* 
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_count(const uvc_stereo_rig_call_log_t* log,
-                                                               std::size_t* count) {
+                                                                 std::size_t* count) {
   constexpr const char* kFunction = "uvc_stereo_rig_call_log_count";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -43,8 +42,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_count(const uvc_stere
   });
 }
 
-uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_get(const uvc_stereo_rig_call_log_t* log,
-                                                             std::size_t index, uvc_stereo_rig_call_t* call) {
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_get(const uvc_stereo_rig_call_log_t* log, std::size_t index,
+                                                               uvc_stereo_rig_call_t* call) {
   constexpr const char* kFunction = "uvc_stereo_rig_call_log_get";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::first_failure(c_api::require(log, kFunction, "log"),
@@ -66,11 +65,11 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_calls(uvc_stereo_rig_t* 
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_violations(const uvc_stereo_rig_t* rig,
-                                                           uvc_stereo_string_list_t** violations) {
+                                                             uvc_stereo_string_list_t** violations) {
   constexpr const char* kFunction = "uvc_stereo_rig_violations";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::first_failure(c_api::require(rig, kFunction, "rig"),
-                                                c_api::require(violations, kFunction, "violations"));
+                                          c_api::require(violations, kFunction, "violations"));
     if (checked.ok()) {
       auto made = std::make_unique<uvc_stereo_string_list_t>();
       made->texts = rig->rig.violations();
@@ -81,7 +80,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_violations(const uvc_stereo_ri
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_count(const uvc_stereo_string_list_t* list,
-                                                              std::size_t* count) {
+                                                                std::size_t* count) {
   constexpr const char* kFunction = "uvc_stereo_string_list_count";
   return c_api::guarded(kFunction, [&] {
     Status checked =
@@ -94,7 +93,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_count(const uvc_stereo
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_get(const uvc_stereo_string_list_t* list, std::size_t index,
-                                                            const char** text) {
+                                                              const char** text) {
   constexpr const char* kFunction = "uvc_stereo_string_list_get";
   return c_api::guarded(kFunction, [&] {
     Status checked =

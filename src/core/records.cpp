@@ -1,6 +1,7 @@
+#include "uvc_stereo/records.h"
+
 #include "uvc_stereo/capability.h"
 #include "uvc_stereo/flash_config.h"
-#include "uvc_stereo/records.h"
 
 // The records' special members are defined here, out of line, so that the shared
 // library exports one copy of each.

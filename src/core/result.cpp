@@ -6,12 +6,11 @@ namespace tovanel::uvc_stereo {
 namespace {
 
 constexpr std::array<std::string_view, 15> kErrorCodeNames = {
-    "Ok",           "InvalidArgument", "PlatformError",   "DeviceUnavailable", "ReadFailed",
-    "WriteFailed",  "EraseFailed",     "BadMagic",        "UnsupportedVersion", "InvalidHeader",
-    "InvalidLength", "ChecksumMismatch", "InvalidJson",   "InternalError",     "NotSupported",
+    "Ok",          "InvalidArgument", "PlatformError",      "DeviceUnavailable", "ReadFailed",    "WriteFailed",
+    "EraseFailed", "BadMagic",        "UnsupportedVersion", "InvalidHeader",     "InvalidLength", "ChecksumMismatch",
+    "InvalidJson", "InternalError",   "NotSupported",
 };
-static_assert(kErrorCodeNames.size() == static_cast<std::size_t>(kLastErrorCode) + 1,
-              "every ErrorCode has a name");
+static_assert(kErrorCodeNames.size() == static_cast<std::size_t>(kLastErrorCode) + 1, "every ErrorCode has a name");
 
 }  // namespace
 

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "bridge/imu_reader.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/records.h"
-#include "bridge/imu_reader.h"
 
 namespace tovanel::uvc_stereo {
 

@@ -2,12 +2,12 @@
 #include <memory>
 #include <utility>
 
+#include "bridge/imu_reader.h"
 #include "device/capability_not_supported.h"
 #include "device/device_impl.h"
 #include "imu/firmware_gate.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/imu.h"
-#include "bridge/imu_reader.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -3,6 +3,8 @@
 #include <memory>
 #include <utility>
 
+#include "bridge/capability_probe.h"
+#include "bridge/device_selector.h"
 #include "capability/capability_probe_result.h"
 #include "device/capability_not_supported.h"
 #include "device/device_impl.h"
@@ -10,8 +12,6 @@
 #include "imu/model_table.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
-#include "bridge/capability_probe.h"
-#include "bridge/device_selector.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

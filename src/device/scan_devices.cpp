@@ -1,8 +1,8 @@
 #include <exception>
 #include <vector>
 
-#include "uvc_stereo/device.h"
 #include "bridge/camera_scan.h"
+#include "uvc_stereo/device.h"
 
 namespace tovanel::uvc_stereo {
 

@@ -33,8 +33,8 @@ bool inside_user_space(const FlashConfig& config, std::uint32_t address, std::ui
 Status outside_user_space(const FlashConfig& config, const char* what, std::uint32_t address, std::uint64_t length) {
   return Status(ErrorCode::InvalidArgument,
                 detail::format_fixed<kRangeMessageBufferSize>(
-                    "%s range is outside Flash user space (address=0x%08X, length=%llu, allowed=[0x%08X,0x%llX))",
-                    what, static_cast<unsigned int>(address), static_cast<unsigned long long>(length),
+                    "%s range is outside Flash user space (address=0x%08X, length=%llu, allowed=[0x%08X,0x%llX))", what,
+                    static_cast<unsigned int>(address), static_cast<unsigned long long>(length),
                     static_cast<unsigned int>(config.user_space_address),
                     static_cast<unsigned long long>(user_space_end(config))));
 }

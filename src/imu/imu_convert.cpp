@@ -1,7 +1,7 @@
-#include "uvc_stereo/imu.h"
-
 #include <cstddef>
 #include <utility>
+
+#include "uvc_stereo/imu.h"
 
 namespace tovanel::uvc_stereo {
 
@@ -11,8 +11,8 @@ Result<ConvertedImuResult> convert_imu(const ReadImuResult& raw, const ImuConver
   }
   ConvertedImuResult converted;
   converted.host_timestamp_ns = raw.host_timestamp_ns;
-  converted.temperature_c = static_cast<double>(raw.temperature_raw) / options.temperature_lsb_per_c +
-                            options.temperature_offset_c;
+  converted.temperature_c =
+      static_cast<double>(raw.temperature_raw) / options.temperature_lsb_per_c + options.temperature_offset_c;
   // A zero scale means the sensor's output is not wanted, not that the options are broken.
   for (std::size_t axis = 0; axis < 3; ++axis) {
     converted.accel_g[axis] =

@@ -43,13 +43,12 @@ Result<ReadImuResult> decode_imu_payload(const std::uint8_t* data, std::size_t l
   const std::uint32_t counter = (static_cast<std::uint32_t>(data[kCounterHighOffset] & 0x0Fu) << 16) |
                                 (static_cast<std::uint32_t>(data[kCounterMiddleOffset]) << 8) |
                                 static_cast<std::uint32_t>(data[kCounterLowOffset]);
-  return ReadImuResult{0,
-                       counter,
-                       load_be_i16(data + kTemperatureOffset),
-                       {load_be_i16(data + kAccelOffset), load_be_i16(data + kAccelOffset + 2),
-                        load_be_i16(data + kAccelOffset + 4)},
-                       {load_be_i16(data + kGyroOffset), load_be_i16(data + kGyroOffset + 2),
-                        load_be_i16(data + kGyroOffset + 4)}};
+  return ReadImuResult{
+      0,
+      counter,
+      load_be_i16(data + kTemperatureOffset),
+      {load_be_i16(data + kAccelOffset), load_be_i16(data + kAccelOffset + 2), load_be_i16(data + kAccelOffset + 4)},
+      {load_be_i16(data + kGyroOffset), load_be_i16(data + kGyroOffset + 2), load_be_i16(data + kGyroOffset + 4)}};
 }
 
 void encode_imu_payload(const ReadImuResult& sample, std::array<std::uint8_t, kImuPayloadSize>& out) {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "sim/registry.h"
 #include "bridge/sonix_camera.h"
+#include "sim/registry.h"
 
 namespace tovanel::uvc_stereo::sim {
 

@@ -1,5 +1,3 @@
-#include "uvc_stereo/simulated_rig.h"
-
 #include <algorithm>
 #include <mutex>
 #include <utility>
@@ -9,6 +7,7 @@
 #include "sim/capture_listing.h"
 #include "sim/registry.h"
 #include "sim/rig_state.h"
+#include "uvc_stereo/simulated_rig.h"
 
 namespace tovanel::uvc_stereo::sim {
 namespace {

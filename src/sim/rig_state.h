@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "uvc_stereo/simulated_rig.h"
 #include "bridge/platform.h"
 #include "sim/faults.h"
 #include "sim/flash.h"
 #include "sim/imu.h"
+#include "uvc_stereo/simulated_rig.h"
 
 namespace tovanel::uvc_stereo::sim {
 

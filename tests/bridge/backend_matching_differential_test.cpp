@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "uvc_stereo/backend.h"
-#include "uvc_stereo/records.h"
 #include "bridge/ascii_case.h"
 #include "bridge/backend_matching.h"
+#include "uvc_stereo/backend.h"
+#include "uvc_stereo/records.h"
 #include "win/backend_candidate.h"
 #include "win/device_path.h"
 

@@ -9,15 +9,15 @@
 #include <thread>
 #include <vector>
 
+#include "bridge/process_lock.h"
+#include "bridge/vendor_backend.h"
 #include "capability/capability_report_encoder.h"
+#include "support/reported_imu.h"
 #include "uvc_stereo/capability.h"
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
-#include "bridge/process_lock.h"
-#include "bridge/vendor_backend.h"
 #include "vendor_backend_override.h"
 #include "xu_rig_fixture.h"
-#include "support/reported_imu.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
@@ -28,9 +28,9 @@ using sim::VendorFault;
 using vendor_testing::BackendOverride;
 using vendor_testing::rig_backend;
 using xu_testing::calls_named;
-using xu_testing::supported_camera;
 using xu_testing::info_of;
 using xu_testing::names_of;
+using xu_testing::supported_camera;
 
 constexpr char kNoSelector[] = "no device selector available (check config.vidpid or auto_select filter)";
 
@@ -62,8 +62,7 @@ void expect_failed_probe(const XuCapabilityProbeResult& result, ErrorCode code, 
 class CapabilityProbe : public xu_testing::XuRigTest {
  protected:
   // Plugs in a camera of model `model_index` answering with `report`; returns its record as a scan gives it.
-  DeviceInfo plug(std::size_t model_index, const std::string& serial,
-                  const std::array<std::uint8_t, 64>& report = {}) {
+  DeviceInfo plug(std::size_t model_index, const std::string& serial, const std::array<std::uint8_t, 64>& report = {}) {
     SimulatedCamera camera = supported_camera(model_index, serial);
     camera.capability_report = report;
     rig_.add_camera(camera);

@@ -19,9 +19,9 @@ namespace tovanel::uvc_stereo::win_detail {
 namespace {
 
 using enumeration_testing::calls_named;
-using enumeration_testing::supported_camera;
 using enumeration_testing::model;
 using enumeration_testing::OpenSession;
+using enumeration_testing::supported_camera;
 using enumeration_testing::usb_path;
 using test_support::lower;
 using Indices = std::map<OpenCvBackend, int>;

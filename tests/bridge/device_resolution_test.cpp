@@ -18,9 +18,9 @@ namespace tovanel::uvc_stereo::win_detail {
 namespace {
 
 using enumeration_testing::calls_named;
-using enumeration_testing::supported_camera;
 using enumeration_testing::model;
 using enumeration_testing::OpenSession;
+using enumeration_testing::supported_camera;
 
 constexpr const char* kNoSelector = "no device selector available (check config.vidpid or auto_select filter)";
 

@@ -11,15 +11,15 @@
 #include <utility>
 #include <vector>
 
-#include "capability/capability_report_encoder.h"
-#include "imu/model_table.h"
-#include "uvc_stereo/records.h"
-#include "uvc_stereo/simulated_rig.h"
-#include "uvc_stereo/vendor_lock.h"
 #include "bridge/capability_probe.h"
 #include "bridge/process_lock.h"
 #include "bridge/vendor_backend.h"
+#include "capability/capability_report_encoder.h"
+#include "imu/model_table.h"
 #include "support/allocation_counter.h"
+#include "uvc_stereo/records.h"
+#include "uvc_stereo/simulated_rig.h"
+#include "uvc_stereo/vendor_lock.h"
 #include "vendor_backend_override.h"
 #include "win/host_clock.h"
 #include "xu_rig_fixture.h"
@@ -28,15 +28,15 @@ namespace tovanel::uvc_stereo::detail {
 namespace {
 
 using sim::SimulatedCamera;
-using test_support::AllocationCount;
 using sim::VendorCall;
 using sim::VendorFault;
+using test_support::AllocationCount;
 using vendor_testing::BackendOverride;
 using vendor_testing::rig_backend;
 using xu_testing::calls_named;
-using xu_testing::supported_camera;
 using xu_testing::info_of;
 using xu_testing::names_of;
+using xu_testing::supported_camera;
 
 constexpr char kNoSelector[] = "selected device has no Windows device_path, serial_number, or vid/pid";
 constexpr char kBadTransport[] = "invalid IMU transport configuration";

@@ -1,10 +1,11 @@
 // Reading a UVC camera's raw USB descriptors: portable code, tested on every platform.
+#include "bridge/backends/linux_descriptors.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <vector>
 
-#include "bridge/backends/linux_descriptors.h"
 #include "bridge/extension_unit.h"
 #include "linux/uvc_descriptor_builder.h"
 

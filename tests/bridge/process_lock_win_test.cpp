@@ -5,8 +5,8 @@
 #include <optional>
 #include <thread>
 
-#include "uvc_stereo/vendor_lock.h"
 #include "bridge/process_lock.h"
+#include "uvc_stereo/vendor_lock.h"
 
 // The global lock as a Win32 critical section: recursive for its owner, and held by the
 // owner until the last of its nested holds is let go.

@@ -7,8 +7,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "uvc_stereo/vendor_lock.h"
 #include "bridge/process_lock.h"
+#include "uvc_stereo/vendor_lock.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {

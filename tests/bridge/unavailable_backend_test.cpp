@@ -4,10 +4,10 @@
 #include <optional>
 #include <vector>
 
-#include "uvc_stereo/vendor_lock.h"
 #include "bridge/platform.h"
 #include "bridge/vendor_backend.h"
 #include "bridge/vendor_status.h"
+#include "uvc_stereo/vendor_lock.h"
 
 namespace tovanel::uvc_stereo::vendor {
 namespace {

@@ -4,9 +4,9 @@
 
 #include <string>
 
+#include "bridge/vendor_error_names.h"
 #include "sim/simulated_rig_fixture.h"
 #include "uvc_stereo/simulated_rig.h"
-#include "bridge/vendor_error_names.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {

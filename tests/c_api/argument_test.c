@@ -76,8 +76,7 @@ static void null_handles_and_out_pointers_are_refused(void) {
              "device");
   CHECK_NULL(uvc_stereo_device_convert_imu(NULL, &sample, &converted), "uvc_stereo_device_convert_imu", "device");
 
-  CHECK_NULL(uvc_stereo_imu_conversion_options_defaults(NULL), "uvc_stereo_imu_conversion_options_defaults",
-             "options");
+  CHECK_NULL(uvc_stereo_imu_conversion_options_defaults(NULL), "uvc_stereo_imu_conversion_options_defaults", "options");
   CHECK_NULL(uvc_stereo_convert_imu(NULL, &options, &converted), "uvc_stereo_convert_imu", "raw");
   CHECK_NULL(uvc_stereo_convert_imu(&sample, NULL, &converted), "uvc_stereo_convert_imu", "options");
   CHECK_NULL(uvc_stereo_convert_imu(&sample, &options, NULL), "uvc_stereo_convert_imu", "converted");
@@ -185,14 +184,14 @@ static void null_out_pointers_on_live_handles_are_refused(void) {
 }
 
 /* Checks that a struct one byte smaller than its first layout is refused by `call`. */
-#define CHECK_TOO_SMALL(call, function, name, type, value)                                                      \
-  do {                                                                                                        \
-    char expected_[256];                                                                                      \
-    (value).struct_size = (uint32_t)sizeof(type) - 1u;                                                        \
-    CHECK_FAILS(call, UVC_STEREO_ERROR_INVALID_ARGUMENT,                                                      \
+#define CHECK_TOO_SMALL(call, function, name, type, value)                                                        \
+  do {                                                                                                            \
+    char expected_[256];                                                                                          \
+    (value).struct_size = (uint32_t)sizeof(type) - 1u;                                                            \
+    CHECK_FAILS(call, UVC_STEREO_ERROR_INVALID_ARGUMENT,                                                          \
                 too_small_message(expected_, sizeof(expected_), function, name, (unsigned long)sizeof(type) - 1u, \
-                                  #type, (unsigned long)sizeof(type)));                                       \
-    (value).struct_size = (uint32_t)sizeof(type);                                                             \
+                                  #type, (unsigned long)sizeof(type)));                                           \
+    (value).struct_size = (uint32_t)sizeof(type);                                                                 \
   } while (0)
 
 static void structs_smaller_than_their_first_layout_are_refused(void) {
@@ -245,8 +244,8 @@ static void structs_smaller_than_their_first_layout_are_refused(void) {
   CHECK_EQ(count, 0);
   CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
 
-  CHECK_TOO_SMALL(uvc_stereo_scan_devices(&filter, &list), "uvc_stereo_scan_devices", "filter", uvc_stereo_scan_filter_t,
-                  filter);
+  CHECK_TOO_SMALL(uvc_stereo_scan_devices(&filter, &list), "uvc_stereo_scan_devices", "filter",
+                  uvc_stereo_scan_filter_t, filter);
   CHECK(list == NULL);
   list = scan_all();
   CHECK_TOO_SMALL(uvc_stereo_device_list_get(list, 0, &info), "uvc_stereo_device_list_get", "info",

@@ -16,7 +16,8 @@ void check_result(uvc_stereo_error_t got, uvc_stereo_error_t want, const char* w
                   const char* file, int line, const char* expression);
 
 #define CHECK(condition) check_true((condition) ? 1 : 0, __FILE__, __LINE__, #condition)
-#define CHECK_EQ(got, want) check_unsigned((unsigned long long)(got), (unsigned long long)(want), __FILE__, __LINE__, #got)
+#define CHECK_EQ(got, want) \
+  check_unsigned((unsigned long long)(got), (unsigned long long)(want), __FILE__, __LINE__, #got)
 #define CHECK_TEXT(got, want) check_text((got), (want), __FILE__, __LINE__, #got)
 #define CHECK_OK(call) check_result((call), UVC_STEREO_OK, "", 0, __FILE__, __LINE__, #call)
 /* The call fails with `code`, and the calling thread's last failure is exactly `code`

@@ -271,6 +271,7 @@ void device_tests(void) {
   run_case("Device.ACameraWithoutAReportOpensOnTheFallbackDefaults",
            a_camera_without_a_report_opens_on_the_fallback_defaults);
   run_case("Device.AHandMadeDeviceInfoOpensItsCamera", a_hand_made_device_info_opens_its_camera);
-  run_case("Device.OpenRefusesUnknownCapabilityBitsAndBadIndices", open_refuses_unknown_capability_bits_and_bad_indices);
+  run_case("Device.OpenRefusesUnknownCapabilityBitsAndBadIndices",
+           open_refuses_unknown_capability_bits_and_bad_indices);
   run_case("Device.AnUnpluggedCameraFailsToOpen", an_unplugged_camera_fails_to_open);
 }

@@ -82,8 +82,7 @@ static void reading_before_opening_is_refused(void) {
   test_camera_init(&camera, 3, "SN-IMU-CLOSED");
   device = plug_and_open(rig, &camera, 0);
   prepare_samples();
-  CHECK_FAILS(uvc_stereo_device_read_imu(device, &g_samples[0]), UVC_STEREO_ERROR_INVALID_ARGUMENT,
-              "IMU is not open");
+  CHECK_FAILS(uvc_stereo_device_read_imu(device, &g_samples[0]), UVC_STEREO_ERROR_INVALID_ARGUMENT, "IMU is not open");
   CHECK_FAILS(uvc_stereo_device_read_imu_samples(device, g_samples, kBatch, &read), UVC_STEREO_ERROR_INVALID_ARGUMENT,
               "IMU is not open");
   CHECK_EQ(read, 0);

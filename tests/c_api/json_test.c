@@ -49,7 +49,8 @@ static void written_json_reads_back_minified(void) {
   required = 0;
   format_version = 99;
   CHECK_FAILS(uvc_stereo_device_read_json(device, text, sizeof(minified) - 1, &required, &format_version),
-              UVC_STEREO_ERROR_INVALID_ARGUMENT, "uvc_stereo_device_read_json: the buffer holds 39 bytes, the text needs 40");
+              UVC_STEREO_ERROR_INVALID_ARGUMENT,
+              "uvc_stereo_device_read_json: the buffer holds 39 bytes, the text needs 40");
   CHECK_EQ(required, sizeof(minified));
   CHECK_EQ(text[0], 'z');
   CHECK_EQ(format_version, 99);

@@ -5,10 +5,10 @@
 #include "check.h"
 
 static void error_names_are_the_cpp_names(void) {
-  static const char* const names[] = {"Ok",          "InvalidArgument",    "PlatformError",   "DeviceUnavailable",
-                                      "ReadFailed",  "WriteFailed",        "EraseFailed",     "BadMagic",
-                                      "UnsupportedVersion", "InvalidHeader", "InvalidLength", "ChecksumMismatch",
-                                      "InvalidJson", "InternalError",      "NotSupported"};
+  static const char* const names[] = {
+      "Ok",          "InvalidArgument", "PlatformError",      "DeviceUnavailable", "ReadFailed",    "WriteFailed",
+      "EraseFailed", "BadMagic",        "UnsupportedVersion", "InvalidHeader",     "InvalidLength", "ChecksumMismatch",
+      "InvalidJson", "InternalError",   "NotSupported"};
   int code;
   for (code = 0; code <= UVC_STEREO_ERROR_NOT_SUPPORTED; ++code) {
     CHECK_TEXT(uvc_stereo_error_name(code), names[code]);
@@ -98,8 +98,8 @@ static void minify_refuses_invalid_json_with_the_cpp_messages(void) {
               UVC_STEREO_ERROR_INVALID_JSON, "invalid JSON value at offset 11");
   CHECK_FAILS(uvc_stereo_minify_and_validate_json("{} x", 4, out, sizeof(out), NULL), UVC_STEREO_ERROR_INVALID_JSON,
               "unexpected trailing characters at offset 3");
-  CHECK_FAILS(uvc_stereo_minify_and_validate_json(NULL, 4, out, sizeof(out), NULL),
-              UVC_STEREO_ERROR_INVALID_ARGUMENT, "uvc_stereo_minify_and_validate_json: json is null");
+  CHECK_FAILS(uvc_stereo_minify_and_validate_json(NULL, 4, out, sizeof(out), NULL), UVC_STEREO_ERROR_INVALID_ARGUMENT,
+              "uvc_stereo_minify_and_validate_json: json is null");
 }
 
 static void backend_names_are_opencvs(void) {

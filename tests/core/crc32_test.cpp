@@ -1,5 +1,3 @@
-#include "uvc_stereo/checksum.h"
-
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -7,6 +5,8 @@
 #include <random>
 #include <string>
 #include <vector>
+
+#include "uvc_stereo/checksum.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -29,11 +29,11 @@ std::uint32_t reference_crc(const std::uint8_t* data, std::size_t length, std::u
   return ~reg;
 }
 
-std::vector<std::uint8_t> bytes_of(const std::string& text) { return std::vector<std::uint8_t>(text.begin(), text.end()); }
-
-TEST(Crc32Ieee, OfTheNineCheckDigitsIsCbf43926) {
-  EXPECT_EQ(crc32_ieee(bytes_of("123456789")), 0xCBF43926u);
+std::vector<std::uint8_t> bytes_of(const std::string& text) {
+  return std::vector<std::uint8_t>(text.begin(), text.end());
 }
+
+TEST(Crc32Ieee, OfTheNineCheckDigitsIsCbf43926) { EXPECT_EQ(crc32_ieee(bytes_of("123456789")), 0xCBF43926u); }
 
 TEST(Crc32Ieee, OfTheQuickBrownFoxIs414fa339) {
   EXPECT_EQ(crc32_ieee(bytes_of("The quick brown fox jumps over the lazy dog")), 0x414FA339u);

@@ -1,5 +1,3 @@
-#include "core/crc32c_inline.h"
-
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -7,6 +5,7 @@
 #include <random>
 #include <vector>
 
+#include "core/crc32c_inline.h"
 #include "crc32_kernel_reference.h"
 #include "uvc_stereo/checksum.h"
 

@@ -34,9 +34,7 @@ TEST(DeviceScanFilter, DefaultNarrowsNothing) {
   EXPECT_FALSE(filter.require_serial_number);
 }
 
-TEST(OpenDeviceOptions, DefaultRequiresNoCapabilities) {
-  EXPECT_EQ(OpenDeviceOptions{}.required_capabilities, 0u);
-}
+TEST(OpenDeviceOptions, DefaultRequiresNoCapabilities) { EXPECT_EQ(OpenDeviceOptions{}.required_capabilities, 0u); }
 
 TEST(CapabilitySource, ValuesAreNoneReportedFallbackInAByte) {
   static_assert(std::is_same_v<std::underlying_type_t<CapabilitySource>, std::uint8_t>);

@@ -30,7 +30,7 @@ TEST(Status, MoveAssignmentTakesCodeAndMessageAndEmptiesSource) {
   a = std::move(b);
   EXPECT_EQ(a.code(), ErrorCode::ReadFailed);
   EXPECT_EQ(a.message(), "a long enough message to live on the heap, not in SSO");
-  EXPECT_TRUE(b.message().empty());  // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(b.message().empty());            // NOLINT(bugprone-use-after-move)
   EXPECT_EQ(b.code(), ErrorCode::ReadFailed);  // NOLINT(bugprone-use-after-move)
 }
 
@@ -38,7 +38,7 @@ TEST(Status, MoveConstructionKeepsSourceCodeAndEmptiesItsMessage) {
   Status b(ErrorCode::BadMagic, "short");
   const Status a(std::move(b));
   EXPECT_EQ(a.message(), "short");
-  EXPECT_TRUE(b.message().empty());  // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(b.message().empty());          // NOLINT(bugprone-use-after-move)
   EXPECT_EQ(b.code(), ErrorCode::BadMagic);  // NOLINT(bugprone-use-after-move)
 }
 
@@ -88,10 +88,10 @@ TEST(Result, FromConstStatusCopiesIt) {
 }
 
 TEST(ErrorCodeNames, TableAndEnumStayInStep) {
-  const char* expected[] = {"Ok",           "InvalidArgument", "PlatformError",      "DeviceUnavailable",
-                            "ReadFailed",   "WriteFailed",     "EraseFailed",        "BadMagic",
-                            "UnsupportedVersion", "InvalidHeader", "InvalidLength",  "ChecksumMismatch",
-                            "InvalidJson",  "InternalError",   "NotSupported"};
+  const char* expected[] = {
+      "Ok",          "InvalidArgument", "PlatformError",      "DeviceUnavailable", "ReadFailed",    "WriteFailed",
+      "EraseFailed", "BadMagic",        "UnsupportedVersion", "InvalidHeader",     "InvalidLength", "ChecksumMismatch",
+      "InvalidJson", "InternalError",   "NotSupported"};
   for (int i = 0; i <= static_cast<int>(kLastErrorCode); ++i) {
     EXPECT_EQ(error_code_name(static_cast<ErrorCode>(i)), expected[i]) << i;
   }

@@ -8,16 +8,16 @@
 
 #include "capability/capability_report_encoder.h"
 #include "device/device_rig_support.h"
-#include "uvc_stereo/device.h"
 #include "support/reported_imu.h"
+#include "uvc_stereo/device.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
 
 using device_testing::calls_named;
 using device_testing::DeviceRigTest;
-using device_testing::text_record;
 using device_testing::supported_camera;
+using device_testing::text_record;
 
 class DeviceJourney : public DeviceRigTest {};
 

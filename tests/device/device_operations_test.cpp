@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "capability/capability_report_encoder.h"
 #include "bridge/platform.h"
+#include "capability/capability_report_encoder.h"
 #include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "uvc_stereo/device.h"
@@ -21,9 +21,9 @@ using device_testing::bytes_of;
 using device_testing::calls_named;
 using device_testing::count_calls;
 using device_testing::DeviceRigTest;
-using device_testing::text_record;
 using device_testing::ms;
 using device_testing::supported_camera;
+using device_testing::text_record;
 
 constexpr char kClosed[] = "device is closed or moved-from";
 constexpr char kImuOpen[] = "IMU must be closed before flash JSON access";

@@ -6,19 +6,19 @@
 #include <string>
 #include <utility>
 
-#include "device/device_rig_support.h"
-#include "uvc_stereo/device.h"
-#include "uvc_stereo/simulated_rig.h"
 #include "bridge/platform.h"
 #include "bridge/vendor_backend.h"
+#include "device/device_rig_support.h"
 #include "support/allocation_counter.h"
+#include "uvc_stereo/device.h"
+#include "uvc_stereo/simulated_rig.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
 
 using device_testing::DeviceRigTest;
-using test_support::AllocationCount;
 using device_testing::supported_camera;
+using test_support::AllocationCount;
 
 // The rig in use when a test began, which the uncounted read forwards to.
 const vendor::VendorBackend* g_rig_backend = nullptr;

@@ -5,10 +5,10 @@
 #include <chrono>
 #include <string>
 
+#include "bridge/device_selector.h"
 #include "device/device_rig_support.h"
 #include "imu/model_table.h"
 #include "uvc_stereo/device.h"
-#include "bridge/device_selector.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

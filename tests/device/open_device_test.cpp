@@ -7,8 +7,8 @@
 #include "capability/capability_report_encoder.h"
 #include "device/device_rig_support.h"
 #include "imu/model_table.h"
-#include "uvc_stereo/device.h"
 #include "support/reported_imu.h"
+#include "uvc_stereo/device.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -16,10 +16,10 @@ namespace {
 using device_testing::calls_named;
 using device_testing::count_calls;
 using device_testing::DeviceRigTest;
-using device_testing::text_record;
 using device_testing::ms;
 using device_testing::requiring;
 using device_testing::supported_camera;
+using device_testing::text_record;
 
 constexpr char kFlashNotDeclared[] = "valid capability XU report does not declare Flash";
 

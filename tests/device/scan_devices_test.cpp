@@ -13,16 +13,16 @@
 #include <thread>
 #include <vector>
 
+#include "bridge/platform.h"
+#include "bridge/process_lock.h"
 #include "imu/model_table.h"
+#include "support/rig_cameras.h"
+#include "support/rig_checks.h"
 #include "uvc_stereo/backend.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "bridge/platform.h"
-#include "bridge/process_lock.h"
-#include "support/rig_cameras.h"
-#include "support/rig_checks.h"
 #include "win/capture_listing.h"
 
 namespace tovanel::uvc_stereo {

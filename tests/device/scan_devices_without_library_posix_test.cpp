@@ -2,11 +2,11 @@
 
 #include <vector>
 
-#include "uvc_stereo/device.h"
-#include "uvc_stereo/records.h"
 #include "bridge/platform.h"
 #include "bridge/process_lock.h"
 #include "bridge/vendor_backend.h"
+#include "uvc_stereo/device.h"
+#include "uvc_stereo/records.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <vector>
 
+#include "bridge/process_lock.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/records.h"
-#include "bridge/process_lock.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -78,11 +78,11 @@ TEST(BuildBlob, LaysOutTheHeaderLittleEndianByteByByteFollowedByThePayload) {
   const Result<FlashBlob> result = build_blob(0x0102, bytes_of("{\"a\":1}"), FlashConfig());
   ASSERT_TRUE(result.ok()) << result.status().message();
   const Bytes expected = {
-      0x54, 0x4F, 0x56, 0x41,              // "TOVA"
-      0x02, 0x01,                          // format_version 0x0102
-      0x10, 0x00,                          // header_size 16
-      0x07, 0x00, 0x00, 0x00,              // payload_length 7
-      0xAF, 0xAC, 0x1B, 0x56,              // CRC-32 of {"a":1} = 0x561BACAF
+      0x54, 0x4F, 0x56, 0x41,  // "TOVA"
+      0x02, 0x01,              // format_version 0x0102
+      0x10, 0x00,              // header_size 16
+      0x07, 0x00, 0x00, 0x00,  // payload_length 7
+      0xAF, 0xAC, 0x1B, 0x56,  // CRC-32 of {"a":1} = 0x561BACAF
       '{',  '"',  'a',  '"',  ':', '1', '}',
   };
   EXPECT_EQ(result.value().raw, expected);
@@ -198,8 +198,8 @@ TEST(BuildBlob, ChecksTheMinimumHeaderSizeBeforeThePayloadSize) {
 // ---- parse_and_validate_raw_blob ----
 
 TEST(ParseRawBlob, ReadsBackWhatBuildBlobWroteForManyPayloadSizes) {
-  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{7}, std::size_t{16}, std::size_t{1000},
-                                 std::size_t{65520}}) {
+  for (const std::size_t size :
+       {std::size_t{0}, std::size_t{1}, std::size_t{7}, std::size_t{16}, std::size_t{1000}, std::size_t{65520}}) {
     Bytes payload(size);
     for (std::size_t i = 0; i < size; ++i) {
       payload[i] = static_cast<std::uint8_t>(i * 31 + 7);
@@ -361,7 +361,8 @@ TEST(ParseRawBlob, IgnoresNonZeroPaddingToo) {
 }
 
 TEST(ParseRawBlob, DoesNotValidateTheFormatVersion) {
-  for (const std::uint16_t version : {std::uint16_t{0}, std::uint16_t{1}, std::uint16_t{0x7FFF}, std::uint16_t{0xFFFF}}) {
+  for (const std::uint16_t version :
+       {std::uint16_t{0}, std::uint16_t{1}, std::uint16_t{0x7FFF}, std::uint16_t{0xFFFF}}) {
     HandRecord record = record_for("{}");
     record.format_version = version;
     const Result<FlashBlob> parsed = parse_and_validate_raw_blob(record.lay_out(), FlashConfig());

@@ -120,9 +120,9 @@ TEST(FlashConfig, MoveConstructionTakesTheStringsAndLeavesTheSourceNumbersUnchan
   const FlashConfig moved(std::move(source));
   expect_same_strings_as_non_default(moved);
   expect_same_numbers_as_non_default(moved);
-  EXPECT_TRUE(source.vidpid.empty());         // NOLINT(bugprone-use-after-move)
-  EXPECT_TRUE(source.serial_number.empty());  // NOLINT(bugprone-use-after-move)
-  EXPECT_TRUE(source.device_path.empty());    // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(source.vidpid.empty());          // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(source.serial_number.empty());   // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(source.device_path.empty());     // NOLINT(bugprone-use-after-move)
   expect_same_numbers_as_non_default(source);  // NOLINT(bugprone-use-after-move)
 }
 
@@ -133,9 +133,9 @@ TEST(FlashConfig, MoveAssignmentTakesTheStringsAndLeavesTheSourceNumbersUnchange
   target = std::move(source);
   expect_same_strings_as_non_default(target);
   expect_same_numbers_as_non_default(target);
-  EXPECT_TRUE(source.vidpid.empty());         // NOLINT(bugprone-use-after-move)
-  EXPECT_TRUE(source.serial_number.empty());  // NOLINT(bugprone-use-after-move)
-  EXPECT_TRUE(source.device_path.empty());    // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(source.vidpid.empty());          // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(source.serial_number.empty());   // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(source.device_path.empty());     // NOLINT(bugprone-use-after-move)
   expect_same_numbers_as_non_default(source);  // NOLINT(bugprone-use-after-move)
 }
 

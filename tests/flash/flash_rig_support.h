@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "uvc_stereo/flash_config.h"
-#include "uvc_stereo/result.h"
-#include "uvc_stereo/simulated_rig.h"
 #include "support/call_views.h"
 #include "support/debug_capture.h"
 #include "support/flash_records.h"
 #include "support/rig_cameras.h"
 #include "support/rig_checks.h"
+#include "uvc_stereo/flash_config.h"
+#include "uvc_stereo/result.h"
+#include "uvc_stereo/simulated_rig.h"
 
 // The flash transport tests' rig: one supported camera, and a failure checked as both its caller and a debugger
 // see it. Records laid out by hand, the debug-output recorder and the call views come from the test support.

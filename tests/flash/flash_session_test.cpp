@@ -1,13 +1,14 @@
+#include "bridge/flash_session.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "bridge/process_lock.h"
 #include "flash_rig_support.h"
 #include "uvc_stereo/simulated_rig.h"
-#include "bridge/flash_session.h"
-#include "bridge/process_lock.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

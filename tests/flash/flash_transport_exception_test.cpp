@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "flash/flash_transport.h"
-#include "flash_rig_support.h"
-#include "uvc_stereo/flash.h"
 #include "bridge/platform.h"
 #include "bridge/process_lock.h"
 #include "bridge/vendor_backend.h"
+#include "flash/flash_transport.h"
+#include "flash_rig_support.h"
+#include "uvc_stereo/flash.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -1,10 +1,11 @@
+#include "flash/flash_transport.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "flash/flash_transport.h"
 #include "flash_rig_support.h"
 #include "uvc_stereo/checksum.h"
 #include "uvc_stereo/flash.h"

@@ -55,7 +55,6 @@ ReferenceOutcome reference_outcome(std::string_view text) {
   return outcome;
 }
 
-
 ::testing::AssertionResult agrees_with_reference(std::string_view text) {
   // An exactly sized copy, with no terminator behind it, lets a memory checker catch any read past the end.
   const std::unique_ptr<char[]> exact(new char[text.size() + (text.empty() ? 1 : 0)]);
@@ -111,8 +110,7 @@ TEST(JsonMinifierDifferential, AgreesWithTheReferenceOnGeneratedDocuments) {
   for (int i = 0; i < kDocuments; ++i) {
     const std::string document = random.document();
     ASSERT_TRUE(agrees_with_reference(document)) << "document " << i;
-    ASSERT_TRUE(reference_outcome(document).ok)
-        << "generator produced an invalid document " << printable(document);
+    ASSERT_TRUE(reference_outcome(document).ok) << "generator produced an invalid document " << printable(document);
   }
 }
 

@@ -17,21 +17,13 @@ TEST(FirmwareVersionAllowsImu, EmptyRequirementAllowsAnyFirmware) {
   EXPECT_TRUE(firmware_version_allows_imu("", " "));
 }
 
-TEST(FirmwareVersionAllowsImu, ExactFirmwareIsAllowed) {
-  EXPECT_TRUE(firmware_version_allows_imu("A1", "A1"));
-}
+TEST(FirmwareVersionAllowsImu, ExactFirmwareIsAllowed) { EXPECT_TRUE(firmware_version_allows_imu("A1", "A1")); }
 
-TEST(FirmwareVersionAllowsImu, TrailingBlankIsNotTrimmed) {
-  EXPECT_FALSE(firmware_version_allows_imu("A1", "A1 "));
-}
+TEST(FirmwareVersionAllowsImu, TrailingBlankIsNotTrimmed) { EXPECT_FALSE(firmware_version_allows_imu("A1", "A1 ")); }
 
-TEST(FirmwareVersionAllowsImu, LeadingBlankIsNotTrimmed) {
-  EXPECT_FALSE(firmware_version_allows_imu("A1", " A1"));
-}
+TEST(FirmwareVersionAllowsImu, LeadingBlankIsNotTrimmed) { EXPECT_FALSE(firmware_version_allows_imu("A1", " A1")); }
 
-TEST(FirmwareVersionAllowsImu, ComparisonIsCaseSensitive) {
-  EXPECT_FALSE(firmware_version_allows_imu("A1", "a1"));
-}
+TEST(FirmwareVersionAllowsImu, ComparisonIsCaseSensitive) { EXPECT_FALSE(firmware_version_allows_imu("A1", "a1")); }
 
 TEST(FirmwareVersionAllowsImu, PrefixesAndExtensionsAreNotEqual) {
   EXPECT_FALSE(firmware_version_allows_imu("A1", "A"));

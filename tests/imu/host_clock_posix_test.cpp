@@ -1,6 +1,5 @@
-#include <time.h>
-
 #include <gtest/gtest.h>
+#include <time.h>
 
 #include <cstdint>
 

@@ -1,9 +1,9 @@
-#include "uvc_stereo/imu.h"
-
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdint>
+
+#include "uvc_stereo/imu.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -107,7 +107,8 @@ int FakeKernel::add_camera(const FakeUvcCamera& camera) {
   if (model.serial_number) {
     write_file(added.usb_directory / "serial", *model.serial_number + "\n");
   }
-  fs::create_directory_symlink(fs::path("../../..") / relative_usb, sysfs_ / "bus" / "usb" / "devices" / camera.bus_name);
+  fs::create_directory_symlink(fs::path("../../..") / relative_usb,
+                               sysfs_ / "bus" / "usb" / "devices" / camera.bus_name);
 
   // Its two interfaces; the UVC driver registers the video nodes under the control interface.
   const std::string control_name = camera.bus_name + ":1.0";
@@ -215,7 +216,8 @@ int FakeKernel::open_locked(const std::string& path) {
   OpenNode node;
   for (std::size_t i = 0; i < cameras_.size(); ++i) {
     const FakeUvcCamera& config = cameras_[i].config;
-    if (path == dev_node(config.capture_node) || (config.metadata_node >= 0 && path == dev_node(config.metadata_node))) {
+    if (path == dev_node(config.capture_node) ||
+        (config.metadata_node >= 0 && path == dev_node(config.metadata_node))) {
       if (config.open_error != 0) {
         errno = config.open_error;
         return -1;
@@ -281,8 +283,8 @@ int FakeKernel::ioctl_locked(int fd, unsigned long request, void* argument) {
     // Every node of a UVC device reports what the device as a whole does; device_caps says what this node does.
     capability->capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_META_CAPTURE | V4L2_CAP_STREAMING |
                                V4L2_CAP_EXT_PIX_FORMAT | V4L2_CAP_DEVICE_CAPS;
-    capability->device_caps = (node.capture ? V4L2_CAP_VIDEO_CAPTURE : V4L2_CAP_META_CAPTURE) | V4L2_CAP_STREAMING |
-                              V4L2_CAP_EXT_PIX_FORMAT;
+    capability->device_caps =
+        (node.capture ? V4L2_CAP_VIDEO_CAPTURE : V4L2_CAP_META_CAPTURE) | V4L2_CAP_STREAMING | V4L2_CAP_EXT_PIX_FORMAT;
     return 0;
   }
   if (request != UVCIOC_CTRL_QUERY || camera == nullptr || !node.capture) {
@@ -314,8 +316,8 @@ int FakeKernel::ioctl_locked(int fd, unsigned long request, void* argument) {
     errno = ENOBUFS;
     return -1;
   }
-  if (query->data == nullptr || !sim::read_extension_unit(*camera->state, query->selector, query->unit, query->data,
-                                                          query->size)) {
+  if (query->data == nullptr ||
+      !sim::read_extension_unit(*camera->state, query->selector, query->unit, query->data, query->size)) {
     errno = EFAULT;
     return -1;
   }

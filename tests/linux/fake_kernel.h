@@ -21,14 +21,14 @@
 namespace tovanel::uvc_stereo::linux_testing {
 
 struct FakeUvcCamera {
-  sim::SimulatedCamera model;       ///< ids, texts, capability report and IMU; device_path and device_name unused
-  std::string bus_name = "1-2";     ///< the USB device's name on the bus ("1-2" is bus 1, port 2)
-  int capture_node = 0;             ///< N of its capture node /dev/videoN
-  int metadata_node = 1;            ///< N of its metadata node; -1 for none
-  bool video_control = true;        ///< false: a vendor-specific interface where UVC video control would be
+  sim::SimulatedCamera model;    ///< ids, texts, capability report and IMU; device_path and device_name unused
+  std::string bus_name = "1-2";  ///< the USB device's name on the bus ("1-2" is bus 1, port 2)
+  int capture_node = 0;          ///< N of its capture node /dev/videoN
+  int metadata_node = 1;         ///< N of its metadata node; -1 for none
+  bool video_control = true;     ///< false: a vendor-specific interface where UVC video control would be
   std::uint8_t extension_unit_id = 4;
   std::array<std::uint8_t, 16> extension_unit_guid = UvcDescriptorSpec{}.extension_unit_guid;
-  int open_error = 0;               ///< non-zero: opening its nodes fails with this errno (EACCES: no permission)
+  int open_error = 0;  ///< non-zero: opening its nodes fails with this errno (EACCES: no permission)
 };
 
 // One access to a device node as the fake kernel saw it.

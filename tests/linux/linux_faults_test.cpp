@@ -61,7 +61,8 @@ TEST_F(LinuxFaults, ANodeThisAccountMayNotOpenIsNamedWithTheSystemsReason) {
   EXPECT_EQ(info.backend_indices.at(OpenCvBackend::V4l2), 0);
   const std::vector<std::string> lines = diagnostics();
   ASSERT_FALSE(lines.empty());
-  EXPECT_NE(lines[0].find(kernel_.dev_node(0).substr(0, kernel_.dev_node(0).size() - 1)), std::string::npos) << lines[0];
+  EXPECT_NE(lines[0].find(kernel_.dev_node(0).substr(0, kernel_.dev_node(0).size() - 1)), std::string::npos)
+      << lines[0];
   EXPECT_NE(lines[0].find("Permission denied"), std::string::npos) << lines[0];
   // Opening the IMU needs the node itself.
   Result<Device> device = open_device(info);

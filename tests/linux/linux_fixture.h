@@ -34,8 +34,7 @@ void clear_audited_calls();
 [[nodiscard]] std::vector<std::string> audit_violations();
 
 // A camera of the first supported model with the capability report the rig's cameras carry.
-[[nodiscard]] FakeUvcCamera supported_camera(const std::string& serial, const std::string& bus_name,
-                                             int capture_node);
+[[nodiscard]] FakeUvcCamera supported_camera(const std::string& serial, const std::string& bus_name, int capture_node);
 
 class LinuxBackendTest : public ::testing::Test {
  protected:

@@ -91,11 +91,11 @@ inline std::vector<std::uint8_t> configuration_descriptors(const UvcDescriptorSp
   const std::uint8_t video = spec.video_control ? 0x0E : 0xFF;
   DescriptorBytes c;
   c.u8(9).u8(0x02).le16(0).u8(2).u8(1).u8(0).u8(0x80).u8(250);  // total length patched below, 500 mA
-  c.u8(8).u8(0x0B).u8(0).u8(2).u8(0x0E).u8(0x03).u8(0).u8(0);  // interface association: video, interfaces 0 and 1
+  c.u8(8).u8(0x0B).u8(0).u8(2).u8(0x0E).u8(0x03).u8(0).u8(0);   // interface association: video, interfaces 0 and 1
   c.u8(9).u8(0x04).u8(0).u8(0).u8(1).u8(video).u8(0x01).u8(0).u8(0);  // interface 0: video control, one endpoint
   c.bytes(video_control_descriptors(spec));
-  c.u8(7).u8(0x05).u8(0x83).u8(0x03).le16(16).u8(6);  // interrupt endpoint 3 IN, 16 bytes
-  c.u8(5).u8(0x25).u8(0x03).le16(16);                 // its class-specific descriptor
+  c.u8(7).u8(0x05).u8(0x83).u8(0x03).le16(16).u8(6);                 // interrupt endpoint 3 IN, 16 bytes
+  c.u8(5).u8(0x25).u8(0x03).le16(16);                                // its class-specific descriptor
   c.u8(9).u8(0x04).u8(1).u8(0).u8(0).u8(0x0E).u8(0x02).u8(0).u8(0);  // interface 1: video streaming, idle
   c.bytes(video_streaming_descriptors());
   c.u8(9).u8(0x04).u8(1).u8(1).u8(1).u8(0x0E).u8(0x02).u8(0).u8(0);  // alternate setting 1

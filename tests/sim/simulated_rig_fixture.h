@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "core/utf.h"
-#include "uvc_stereo/simulated_rig.h"
 #include "bridge/sonix_camera.h"
+#include "core/utf.h"
 #include "support/call_views.h"
 #include "support/locked_session.h"
 #include "support/rig_cameras.h"
+#include "uvc_stereo/simulated_rig.h"
 
 // Helpers for driving the simulated rig through the vendor functions the way the SDK
 // does: under the vendor lock, inside a library session.

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "bridge/vendor_backend.h"
 #include "simulated_rig_fixture.h"
 #include "support/rig_checks.h"
-#include "bridge/vendor_backend.h"
 #include "win/capture_listing.h"
 
 namespace tovanel::uvc_stereo::sim {

@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "bridge/process_lock.h"
 #include "flash/flash_rig_support.h"
 #include "support/call_views.h"
 #include "support/rig_checks.h"
 #include "sweeps/fault_sweep.h"
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/flash.h"
-#include "bridge/process_lock.h"
 
 // Random flash configurations, records and requests against cameras whose user space is the one configured: whatever
 // is asked, nothing outside the user space is ever erased or written, a request the user space cannot hold never

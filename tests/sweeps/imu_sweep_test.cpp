@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/capability_probe.h"
 #include "device/device_rig_support.h"
 #include "flash/flash_rig_support.h"
 #include "support/call_views.h"
@@ -15,7 +16,6 @@
 #include "sweeps/fault_sweep.h"
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/device.h"
-#include "bridge/capability_probe.h"
 
 // Every vendor call of the IMU operations and of the capability probe, failed in turn with each vendor code.
 namespace tovanel::uvc_stereo::sweeps {

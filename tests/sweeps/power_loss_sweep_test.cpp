@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/vendor_backend_override.h"
 #include "device/device_rig_support.h"
 #include "support/call_views.h"
 #include "support/rig_checks.h"
@@ -15,7 +16,6 @@
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
-#include "bridge/vendor_backend_override.h"
 
 // Power lost at every byte of a record write and in every sector of a multi-sector erase. After each cut, reading the
 // record gives a clear failure (or a whole record, the old or the new one, never another), and writing again restores

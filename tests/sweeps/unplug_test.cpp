@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bridge/platform.h"
+#include "bridge/vendor_backend_override.h"
 #include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "flash/flash_rig_support.h"
@@ -18,7 +19,6 @@
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
-#include "bridge/vendor_backend_override.h"
 
 // The camera pulled out in the middle of an operation: between two of its vendor calls, during the firmware pause
 // of an IMU open, and from another thread while its IMU streams. Every operation fails with its exact status, leaves

@@ -207,12 +207,13 @@ TEST(ParseArguments, TakesBetweenTheLeastAndTheMostPositionals) {
 // Every line of up to three words from awkward ones: the parsers never throw, a refusal is
 // always in the tool's own words (never the library's), and what they accept fits the syntax.
 TEST(ParseArguments, AnyShortLineIsAcceptedOrRefusedInTheToolsOwnWords) {
-  const std::vector<std::string> words = {"--count", "--count=", "--count=2", "2", "--dry-run", "--dry-run=1", "--",
-                                          "-", "-h", "--help", "--simulate", "-x", "-5", "--colour", "---", "--=",
-                                          "-hx", "[a,b]", "/x", "", "--count={}", "-count", "--version",
-                                          "-h-count", "-hh-count=", "-h-dry-run=1", "-hh", "-h--count"};
-  const std::vector<std::string> our_refusals = {"unknown option '", "option '--", "missing argument: ",
-                                                 "unexpected argument '"};
+  const std::vector<std::string> words = {
+      "--count",    "--count=",     "--count=2",  "2",        "--dry-run",  "--dry-run=1", "--",        "-",
+      "-h",         "--help",       "--simulate", "-x",       "-5",         "--colour",    "---",       "--=",
+      "-hx",        "[a,b]",        "/x",         "",         "--count={}", "-count",      "--version", "-h-count",
+      "-hh-count=", "-h-dry-run=1", "-hh",        "-h--count"};
+  const std::vector<std::string> our_refusals = {"unknown option '", "option '--",
+                                                 "missing argument: ", "unexpected argument '"};
   CommandSyntax syntax = sample_syntax();
   syntax.min_positionals = 0;
   const auto check = [&](const std::vector<std::string>& line) {

@@ -147,7 +147,8 @@ TEST_F(CliCommandLine, AnEmptyValueNeverTakesTheNextOptionAsItsValue) {
             "uvc-stereo: UsageError: option '--backup' needs a value (FILE) (see: uvc-stereo config set --help)\n");
   const ToolRun get = run_tool({"config", "get", "--index", "0", "--out=", "--pretty"});
   EXPECT_EQ(get.status, 2);
-  EXPECT_EQ(get.err, "uvc-stereo: UsageError: option '--out' needs a value (FILE) (see: uvc-stereo config get --help)\n");
+  EXPECT_EQ(get.err,
+            "uvc-stereo: UsageError: option '--out' needs a value (FILE) (see: uvc-stereo config get --help)\n");
   EXPECT_EQ(get.out, "");
   EXPECT_EQ(scratch_.names(), std::vector<std::string>{"new.json"});
   EXPECT_TRUE(rig_.calls().empty());
@@ -156,10 +157,12 @@ TEST_F(CliCommandLine, AnEmptyValueNeverTakesTheNextOptionAsItsValue) {
 TEST_F(CliCommandLine, AnOptionGivenTwiceIsRefusedRatherThanOneOfThemChosen) {
   const ToolRun run = run_tool({"info", "--index", "0", "--index=1"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "uvc-stereo: UsageError: option '--index' is given more than once (see: uvc-stereo info --help)\n");
+  EXPECT_EQ(run.err,
+            "uvc-stereo: UsageError: option '--index' is given more than once (see: uvc-stereo info --help)\n");
   const ToolRun flags = run_tool({"scan", "--json", "--require-serial", "--json"});
   EXPECT_EQ(flags.status, 2);
-  EXPECT_EQ(flags.err, "uvc-stereo: UsageError: option '--json' is given more than once (see: uvc-stereo scan --help)\n");
+  EXPECT_EQ(flags.err,
+            "uvc-stereo: UsageError: option '--json' is given more than once (see: uvc-stereo scan --help)\n");
   EXPECT_TRUE(rig_.calls().empty());
   // --simulate before the command and again after it is one wish, not a conflict.
   EXPECT_EQ(run_tool({"--simulate", "scan", "--simulate", "--json"}).status, 0);

@@ -28,10 +28,9 @@ class ConfigSetSize : public ScenarioTest {
   [[nodiscard]] std::string refusal(int camera, std::size_t json_size) const {
     const std::string described = camera == kReportingCamera ? "camera 0 (0c45:6368, serial TVS2-00417)"
                                                              : "camera 1 (0c45:6366, serial TVS1-01288)";
-    return "uvc-stereo: InvalidLength: the configuration record would take " +
-           std::to_string(kHeaderSize + json_size) + " bytes (16-byte header and " + std::to_string(json_size) +
-           " bytes of minified JSON), but " + described + " holds at most " + std::to_string(limit(camera)) +
-           " bytes in its flash user space; nothing was written\n";
+    return "uvc-stereo: InvalidLength: the configuration record would take " + std::to_string(kHeaderSize + json_size) +
+           " bytes (16-byte header and " + std::to_string(json_size) + " bytes of minified JSON), but " + described +
+           " holds at most " + std::to_string(limit(camera)) + " bytes in its flash user space; nothing was written\n";
   }
 
   const ScratchDirectory scratch_;

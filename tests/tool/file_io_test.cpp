@@ -46,8 +46,7 @@ TEST(CreateBackupFile, PassesOverAFileOfTheUsersOwnOfTheSameName) {
   const WorkingDirectory inside(scratch.path());
   scratch.write(backup_file_name("SN1", kMoment), "earlier");
   std::string error;
-  EXPECT_EQ(create_backup_file("SN1", kMoment, "{}", error), "uvc-stereo-backup-SN1-20240305T060708Z-2.json")
-      << error;
+  EXPECT_EQ(create_backup_file("SN1", kMoment, "{}", error), "uvc-stereo-backup-SN1-20240305T060708Z-2.json") << error;
   EXPECT_EQ(scratch.read(scratch.file(backup_file_name("SN1", kMoment))), "earlier");
 }
 

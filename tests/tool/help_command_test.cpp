@@ -9,10 +9,9 @@ namespace tovanel::uvc_stereo::tool_testing {
 namespace {
 
 TEST(HelpCommand, HelpWithACommandShowsThatCommandsHelp) {
-  for (const std::vector<std::string>& words : {std::vector<std::string>{"scan"}, std::vector<std::string>{"info"},
-                                                std::vector<std::string>{"imu"},
-                                                std::vector<std::string>{"config", "get"},
-                                                std::vector<std::string>{"config", "set"}}) {
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"scan"}, std::vector<std::string>{"info"}, std::vector<std::string>{"imu"},
+        std::vector<std::string>{"config", "get"}, std::vector<std::string>{"config", "set"}}) {
     std::vector<std::string> help{"help"};
     help.insert(help.end(), words.begin(), words.end());
     std::vector<std::string> option = words;
@@ -57,8 +56,7 @@ TEST(HelpCommand, HelpAnswersAHalfTypedCommandButNotAMisspelledOption) {
   EXPECT_EQ(half.out, run_tool({"help", "config", "set"}).out);
   const ToolRun misspelled = run_tool({"config", "set", "--dry-rn", "--help"});
   EXPECT_EQ(misspelled.status, 2);
-  EXPECT_EQ(misspelled.err,
-            "uvc-stereo: UsageError: unknown option '--dry-rn' (see: uvc-stereo config set --help)\n");
+  EXPECT_EQ(misspelled.err, "uvc-stereo: UsageError: unknown option '--dry-rn' (see: uvc-stereo config set --help)\n");
   EXPECT_EQ(run_tool({"--help=yes"}).err,
             "uvc-stereo: UsageError: option '--help' takes no value (see: uvc-stereo --help)\n");
 }

@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -36,7 +35,8 @@ TEST_F(OutputDescriptor, AFullDeviceIsNamedWithItsReason) {
   const ToolRun run = run_tool_into_descriptor({"config", "get", "--index", "0"}, full);
   ::close(full);
   EXPECT_EQ(run.status, 3);
-  EXPECT_EQ(run.err, "format version: 0\nuvc-stereo: FileError: cannot write standard output: No space left on device\n");
+  EXPECT_EQ(run.err,
+            "format version: 0\nuvc-stereo: FileError: cannot write standard output: No space left on device\n");
 }
 
 TEST_F(OutputDescriptor, ALongStreamToAFullDeviceFailsOnce) {

@@ -1,5 +1,3 @@
-#include "uvc_stereo/diagnostics.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -9,6 +7,7 @@
 #include <vector>
 
 #include "support/rig_cameras.h"
+#include "uvc_stereo/diagnostics.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/simulated_rig.h"

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "bridge/platform.h"
 #include "counting_capture_calls_win.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
-#include "bridge/platform.h"
 #include "win/capture_listing.h"
 
 // The listings against this system's own DirectShow and Media Foundation. A DirectShow

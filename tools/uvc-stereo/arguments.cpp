@@ -1,7 +1,6 @@
 #include "uvc-stereo/arguments.h"
 
 #include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -147,8 +146,8 @@ struct ArgumentParser {
 
   ArgumentParser(const CommandSyntax& command, const std::vector<std::string>& words) : syntax(command), args(words) {
     for (const OptionSyntax& option : syntax.options) {
-      CLI::Option* added = option.value_name.empty() ? line.add_flag("--" + option.name)
-                                                     : line.add_option("--" + option.name);
+      CLI::Option* added =
+          option.value_name.empty() ? line.add_flag("--" + option.name) : line.add_option("--" + option.name);
       added->description(option.help);
       // A second value would silently replace the first: twice is refused, flags included.
       added->multi_option_policy(CLI::MultiOptionPolicy::Throw);
@@ -305,8 +304,7 @@ GlobalOutcome parse_global_arguments(const std::vector<std::string>& args) {
   }
   GlobalArguments global;
   global.command = line.unplaced_words();
-  const std::vector<std::string> before(args.begin(),
-                                        args.end() - static_cast<std::ptrdiff_t>(global.command.size()));
+  const std::vector<std::string> before(args.begin(), args.end() - static_cast<std::ptrdiff_t>(global.command.size()));
   if (const std::optional<std::string> unknown = line.unknown_option()) {
     outcome.error = "unknown option '" + *unknown + "' before the command";
     return outcome;

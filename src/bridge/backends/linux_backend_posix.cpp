@@ -1,8 +1,6 @@
 // The vendor operations served by the Linux kernel's UVC driver. A session keeps the
 // cameras it listed and the capture nodes it opened until its last UnInit; every call
 // arrives under the process-wide vendor lock, which guards that state.
-#include "bridge/backends/linux_backend.h"
-
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -11,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "bridge/backends/linux_backend.h"
 #include "bridge/backends/linux_sysfs.h"
 #include "bridge/backends/linux_uvc_ioctl.h"
 #include "bridge/device_record_text.h"
@@ -334,9 +333,21 @@ bool linux_set_status_reg_bit_wp(SonixLib::scDevice_t*, std::uint8_t, std::uint8
 }
 
 constexpr VendorBackend kLinuxBackend = {
-    "Linux UVC",           linux_init,         linux_uninit,          linux_enum_cameras,          linux_get_error_code,
-    linux_get_dev_descriptor, linux_set_node_id, linux_xu_read,       linux_get_version,           linux_get_serial_flash_type,
-    linux_read_flash,      linux_write_flash,  linux_sector_erase,    linux_set_write_protected,   linux_set_status_reg_bit_wp,
+    "Linux UVC",
+    linux_init,
+    linux_uninit,
+    linux_enum_cameras,
+    linux_get_error_code,
+    linux_get_dev_descriptor,
+    linux_set_node_id,
+    linux_xu_read,
+    linux_get_version,
+    linux_get_serial_flash_type,
+    linux_read_flash,
+    linux_write_flash,
+    linux_sector_erase,
+    linux_set_write_protected,
+    linux_set_status_reg_bit_wp,
 };
 
 }  // namespace

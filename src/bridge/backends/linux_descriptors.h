@@ -29,7 +29,7 @@ struct UvcExtensionUnit {
 // descriptor with its interfaces, as sysfs's `descriptors` file holds them) say about UVC.
 struct UvcDescriptorSummary {
   UsbDeviceDescriptor device;
-  bool has_video_control = false;  ///< some interface is class 0x0E (video), subclass 0x01 (control)
+  bool has_video_control = false;                 ///< some interface is class 0x0E (video), subclass 0x01 (control)
   std::vector<UvcExtensionUnit> extension_units;  ///< of the video-control interfaces, in descriptor order
 };
 
@@ -41,7 +41,6 @@ struct UvcDescriptorSummary {
 // Reads a whole raw descriptor blob; nothing when it does not start with a device
 // descriptor. A descriptor that claims more bytes than remain, or fewer than two, ends the
 // walk: what came before it still counts.
-[[nodiscard]] std::optional<UvcDescriptorSummary> summarize_uvc_descriptors(const std::uint8_t* data,
-                                                                          std::size_t size);
+[[nodiscard]] std::optional<UvcDescriptorSummary> summarize_uvc_descriptors(const std::uint8_t* data, std::size_t size);
 
 }  // namespace tovanel::uvc_stereo::vendor

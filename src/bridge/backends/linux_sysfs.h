@@ -11,18 +11,18 @@ namespace tovanel::uvc_stereo::vendor {
 
 // One USB camera driven by the kernel's UVC driver, as sysfs and its capture node show it.
 struct LinuxUvcCamera {
-  std::string device_path;    ///< the USB device's sysfs bus path, e.g. "/sys/bus/usb/devices/1-2"
+  std::string device_path;  ///< the USB device's sysfs bus path, e.g. "/sys/bus/usb/devices/1-2"
   UvcDescriptorSummary descriptors;
   std::optional<std::string> manufacturer;  ///< the USB device's string texts; absent when it has none
   std::optional<std::string> product;
   std::optional<std::string> serial;
-  std::string node_name;      ///< the capture node's V4L2 name
-  int capture_index = -1;     ///< N of the capture node /dev/videoN
-  std::string capture_node;   ///< the capture node's path, e.g. "/dev/video0"
+  std::string node_name;     ///< the capture node's V4L2 name
+  int capture_index = -1;    ///< N of the capture node /dev/videoN
+  std::string capture_node;  ///< the capture node's path, e.g. "/dev/video0"
 };
 
 struct LinuxUvcListing {
-  bool sysfs_present = false;  ///< false: sysfs itself cannot be read, so the kernel cannot be asked at all
+  bool sysfs_present = false;           ///< false: sysfs itself cannot be read, so the kernel cannot be asked at all
   std::vector<LinuxUvcCamera> cameras;  ///< ordered by capture index
 };
 

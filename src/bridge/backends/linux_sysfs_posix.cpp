@@ -1,5 +1,3 @@
-#include "bridge/backends/linux_sysfs.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
@@ -8,6 +6,7 @@
 #include <map>
 #include <system_error>
 
+#include "bridge/backends/linux_sysfs.h"
 #include "bridge/backends/linux_uvc_ioctl.h"
 #include "win/debug_output.h"
 

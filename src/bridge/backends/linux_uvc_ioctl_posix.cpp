@@ -1,5 +1,3 @@
-#include "bridge/backends/linux_uvc_ioctl.h"
-
 #include <fcntl.h>
 #include <linux/usb/video.h>
 #include <linux/uvcvideo.h>
@@ -9,6 +7,8 @@
 #include <cstring>
 #include <system_error>
 #include <utility>
+
+#include "bridge/backends/linux_uvc_ioctl.h"
 
 namespace tovanel::uvc_stereo::vendor {
 namespace {
@@ -36,7 +36,9 @@ LinuxVideoNode::~LinuxVideoNode() {
 }
 
 LinuxVideoNode::LinuxVideoNode(LinuxVideoNode&& other) noexcept
-    : kernel_(other.kernel_), path_(std::move(other.path_)), fd_(std::exchange(other.fd_, -1)),
+    : kernel_(other.kernel_),
+      path_(std::move(other.path_)),
+      fd_(std::exchange(other.fd_, -1)),
       open_error_(other.open_error_) {}
 
 int LinuxVideoNode::query_captures_video(bool& captures) const noexcept {

@@ -37,9 +37,9 @@ bool fail_status_reg(SonixLib::scDevice_t*, std::uint8_t, std::uint8_t, std::uin
 }
 
 constexpr VendorBackend kUnavailable = {
-    "unavailable",  fail_init,  fail_uninit,   fail_enum,        report_lib_init_fail,
-    fail_descriptor, fail_node, fail_xu,       fail_version,     fail_flash_type,
-    fail_read,      fail_write, fail_erase,    fail_protect,     fail_status_reg,
+    "unavailable",   fail_init,  fail_uninit, fail_enum,    report_lib_init_fail,
+    fail_descriptor, fail_node,  fail_xu,     fail_version, fail_flash_type,
+    fail_read,       fail_write, fail_erase,  fail_protect, fail_status_reg,
 };
 
 }  // namespace
