@@ -14,6 +14,7 @@ install(TARGETS tovanel_uvc_stereo_sdk
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/uvc_stereo
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   FILES_MATCHING PATTERN "*.h")
+install(FILES ${UVC_STEREO_GENERATED_INCLUDE}/uvc_stereo/version.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/uvc_stereo)
 install(EXPORT ${UVC_STEREO_PACKAGE}Targets
   NAMESPACE tovanel::
   FILE ${UVC_STEREO_PACKAGE}Targets.cmake

@@ -59,16 +59,19 @@
 #define UVC_STEREO_C_API __declspec(dllimport)
 #endif
 #define UVC_STEREO_CALL __cdecl
-#else
+#elif defined(TOVANEL_UVC_STEREO_BUILDING)
 #define UVC_STEREO_C_API __attribute__((visibility("default")))
+#define UVC_STEREO_CALL
+#else
+/* A program using the library sees plain declarations, which binding generators (cffi,
+   ctypesgen, bindgen) read as they stand; only building the library needs the attribute. */
+#define UVC_STEREO_C_API
 #define UVC_STEREO_CALL
 #endif
 
-/* The version of the SDK this header belongs to; uvc_stereo_version() gives the library's. */
-#define UVC_STEREO_VERSION_MAJOR 0
-#define UVC_STEREO_VERSION_MINOR 1
-#define UVC_STEREO_VERSION_PATCH 0
-#define UVC_STEREO_VERSION_STRING "0.1.0"
+/* The version of the SDK this header belongs to (UVC_STEREO_VERSION_MAJOR, _MINOR, _PATCH,
+   _STRING); uvc_stereo_version() gives the library's. */
+#include "uvc_stereo/version.h"
 
 #ifdef __cplusplus
 extern "C" {

@@ -6,7 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
 
-ensure_packages cmake ninja-build g++ make libgtest-dev libgmock-dev "${UVC_STEREO_TOOL_PACKAGES[@]}"
+ensure_packages cmake ninja-build g++ make libgtest-dev libgmock-dev python3-cffi "${UVC_STEREO_TOOL_PACKAGES[@]}"
 
 build="$root/build/ci-sanitizers"
 rm -rf "$build"

@@ -12,7 +12,7 @@ out="$build/tests/c_api/msvc_consumer"
 mkdir -p "$out"
 "$dlltool" -m i386:x86-64 -d "$here/kernel32.def" -l "$out/kernel32.lib"
 "$clang" --target=x86_64-pc-windows-msvc -std=c11 -Wall -Wextra -pedantic -Werror -ffreestanding -fno-builtin -O1 \
-  -I "$root/include" -c "$here/consumer.c" -o "$out/consumer.obj"
+  -I "$root/include" -I "$build/include" -c "$here/consumer.c" -o "$out/consumer.obj"
 # The library must be the Microsoft-format one, and the program must need nothing but it and kernel32.
 "$lld_link" /nologo /subsystem:console /entry:consumer_main /nodefaultlib /out:"$out/msvc_consumer.exe" \
   "$out/consumer.obj" "$build/tovanel_uvc_stereo_sdk.lib" "$out/kernel32.lib"
