@@ -2,20 +2,23 @@
 # The installable package: builds and installs the SDK into a scratch prefix, then builds a
 # small consumer against the installed files both ways (CMake's find_package and pkg-config)
 # and runs both, the same for a C consumer built by clang, and runs the installed uvc-stereo tool.
+# Then the Debian package: made with CPack, installed with dpkg -i, used from /usr by the same consumers, the
+# tool and Debian's Python as a user would, and removed again.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
 
 # clang builds the C consumer: a second compiler, to show the C interface does not depend on the first.
-ensure_packages cmake ninja-build g++ pkg-config clang-14 "${UVC_STEREO_TOOL_PACKAGES[@]}"
+# dpkg-dev and file let CPack find the Debian package's dependencies.
+ensure_packages cmake ninja-build g++ pkg-config clang-14 dpkg-dev file python3 "${UVC_STEREO_TOOL_PACKAGES[@]}"
 
 work="$root/build/ci-install"
 rm -rf "$work"
 prefix="$work/prefix"
 
 cmake -S "$root" -B "$work/sdk" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" \
-  -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_FUZZ=OFF
+  -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_INSTALL_PYTHON=ON
 cmake --build "$work/sdk" --parallel "$(nproc)" --target tovanel_uvc_stereo_sdk uvc-stereo
 cmake --install "$work/sdk"
 
@@ -72,3 +75,40 @@ mkdir -p "$work/consumer-moved"
 g++ -std=c++17 -Wall -Wextra -Werror "$root/examples/consumer/main.cpp" -o "$work/consumer-moved/consumer" \
   $moved_flags
 LD_LIBRARY_PATH="$moved_libdir" "$work/consumer-moved/consumer"
+
+echo "--- Debian package"
+(cd "$work/sdk" && cpack -G DEB >/dev/null)
+deb=$(ls "$work/sdk"/tovanel-uvc-stereo-sdk_*_amd64.deb)
+dpkg-deb --info "$deb" | sed -n '/Package:/,$p'
+if dpkg-query -W tovanel-uvc-stereo-sdk >/dev/null 2>&1; then
+  echo "tovanel-uvc-stereo-sdk is installed on this machine already; not replacing it" >&2
+  exit 1
+fi
+sudo=()
+[ "$(id -u)" -ne 0 ] && sudo=(sudo)
+"${sudo[@]}" dpkg -i "$deb"
+trap '"${sudo[@]}" dpkg -r tovanel-uvc-stereo-sdk >/dev/null' EXIT
+[ -f /usr/lib/udev/rules.d/70-tovanel-uvc-stereo.rules ] || { echo "the udev rule is not installed" >&2; exit 1; }
+# From /usr, nothing needs telling where the SDK is: no prefix path, no PKG_CONFIG_PATH, no LD_LIBRARY_PATH.
+unset PKG_CONFIG_PATH
+cmake -S "$root/examples/consumer" -B "$work/deb-consumer-cmake" -G Ninja -DCMAKE_BUILD_TYPE=Release
+cmake --build "$work/deb-consumer-cmake"
+"$work/deb-consumer-cmake/consumer"
+mkdir -p "$work/deb-consumer-pkgconfig"
+# shellcheck disable=SC2046  # pkg-config prints several words on purpose
+clang-14 -std=c99 -Wall -Wextra -pedantic -Werror "$root/examples/c_consumer/main.c" \
+  -o "$work/deb-consumer-pkgconfig/c_consumer" $(pkg-config --cflags --libs tovanel_uvc_stereo_sdk)
+"$work/deb-consumer-pkgconfig/c_consumer"
+/usr/bin/uvc-stereo --simulate scan
+(cd "$work" && /usr/bin/python3 - <<'PY')
+import tovanel_uvc_stereo as uvc
+from tovanel_uvc_stereo import sim
+
+assert uvc.__file__.startswith("/usr/lib/python3/dist-packages/"), uvc.__file__
+with sim.SimulatedRig() as rig:
+    rig.add_camera(serial_number="SN-DEB")
+    (info,) = uvc.scan_devices()
+    with uvc.open_device(info) as device:
+        device.write_json('{"installed": "from the Debian package"}')
+        print(device.read_json().json)
+PY
