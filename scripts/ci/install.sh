@@ -80,14 +80,14 @@ echo "--- Debian package"
 (cd "$work/sdk" && cpack -G DEB >/dev/null)
 deb=$(ls "$work/sdk"/tovanel-uvc-stereo-sdk_*_amd64.deb)
 dpkg-deb --info "$deb" | sed -n '/Package:/,$p'
-if dpkg-query -W tovanel-uvc-stereo-sdk >/dev/null 2>&1; then
+if dpkg-query -W -f='${Status}' tovanel-uvc-stereo-sdk 2>/dev/null | grep -q 'install ok installed'; then
   echo "tovanel-uvc-stereo-sdk is installed on this machine already; not replacing it" >&2
   exit 1
 fi
 sudo=()
 [ "$(id -u)" -ne 0 ] && sudo=(sudo)
 "${sudo[@]}" dpkg -i "$deb"
-trap '"${sudo[@]}" dpkg -r tovanel-uvc-stereo-sdk >/dev/null' EXIT
+trap '"${sudo[@]}" dpkg --purge tovanel-uvc-stereo-sdk >/dev/null' EXIT
 [ -f /usr/lib/udev/rules.d/70-tovanel-uvc-stereo.rules ] || { echo "the udev rule is not installed" >&2; exit 1; }
 # From /usr, nothing needs telling where the SDK is: no prefix path, no PKG_CONFIG_PATH, no LD_LIBRARY_PATH.
 unset PKG_CONFIG_PATH
