@@ -2,7 +2,8 @@
 # The Python package: builds the SDK's shared library from scratch, installs the package with
 # the library bundled into a fresh virtual environment without network access, checks that it
 # imports from outside the source tree, runs its pytest suite against the simulated rig twice
-# (with numpy, and with numpy hidden), runs the example, and runs the Python benchmark briefly
+# (with numpy, and with numpy hidden), runs the example, and runs the Python benchmark briefly; a wheel with the
+# library inside is built the same way and installed into another fresh environment
 # (speed is not judged here).
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -28,6 +29,15 @@ python="$work/venv/bin/python"
 (cd "$root" && TOVANEL_UVC_STEREO_LIBRARY="$library" "$python" -m pip install --no-build-isolation --no-index \
   --no-deps ./python)
 
+echo "--- a wheel with the library inside, installed into another fresh environment"
+(cd "$root" && TOVANEL_UVC_STEREO_LIBRARY="$library" "$python" -m pip wheel --no-build-isolation --no-index \
+  --no-deps --wheel-dir "$work/dist" ./python)
+wheel=$(ls "$work"/dist/tovanel_uvc_stereo-*.whl)
+/usr/bin/python3 -c 'import sys, zipfile; names = zipfile.ZipFile(sys.argv[1]).namelist()
+sys.exit(None if "tovanel_uvc_stereo/libtovanel_uvc_stereo_sdk.so" in names else "the wheel holds no library")' "$wheel"
+/usr/bin/python3 -m venv --system-site-packages "$work/wheel-venv"
+"$work/wheel-venv/bin/python" -m pip install --no-index --no-deps "$wheel"
+
 # From here on the package must find its bundled library itself.
 unset TOVANEL_UVC_STEREO_LIBRARY
 cd "$work/outside"
@@ -46,6 +56,25 @@ print(f"tovanel_uvc_stereo {uvc.__version__} from {package.parent}, library {lib
 assert venv in package.parents, f"imported from {package}, not from the installed package"
 assert library.parent == package.parent, f"library loaded from {library}, not from beside the package"
 PY
+
+echo "--- the wheel's package, on its own library"
+(unset TOVANEL_UVC_STEREO_LIBRARY; "$work/wheel-venv/bin/python" - "$work/wheel-venv" <<'PY'
+import sys
+from pathlib import Path
+
+import tovanel_uvc_stereo as uvc
+from tovanel_uvc_stereo import sim
+
+venv = Path(sys.argv[1]).resolve()
+assert venv in Path(uvc.library_path()).resolve().parents, uvc.library_path()
+with sim.SimulatedRig() as rig:
+    rig.add_camera(serial_number="SN-WHEEL")
+    (info,) = uvc.scan_devices()
+    with uvc.open_device(info) as device:
+        device.write_json('{"installed": "from the wheel"}')
+        print(device.read_json().json, "from", uvc.library_path())
+PY
+)
 
 echo "--- tests, with numpy"
 "$python" -m pytest -p no:cacheprovider -q "$root/python/tests"
