@@ -17,7 +17,7 @@ build="$root/build/ci-fuzz"
 rm -rf "$build"
 
 CC=clang-14 CXX=clang++-14 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DUVC_STEREO_FUZZ_ENGINE=libfuzzer -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_TOOLS=OFF \
+  -DUVC_STEREO_FUZZ_ENGINE=libfuzzer -DUVC_STEREO_BUILD_FUZZ=ON -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_TOOLS=OFF \
   -DUVC_STEREO_BUILD_EXAMPLES=OFF
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/#/fuzz_}"
 

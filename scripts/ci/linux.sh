@@ -9,6 +9,6 @@ ensure_packages cmake ninja-build g++ make libgtest-dev libgmock-dev python3-cff
 
 build="$root/build/ci-linux"
 rm -rf "$build"
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DUVC_STEREO_BUILD_TESTS=ON
 cmake --build "$build" --parallel "$(nproc)"
 ctest --test-dir "$build" --output-on-failure --parallel "$(nproc)"

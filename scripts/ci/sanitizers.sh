@@ -17,7 +17,7 @@ jobs=$(nproc)
 # run in seconds anyway.
 configure() {
   local dir=$1 flags=$2
-  cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE= \
+  cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE= -DUVC_STEREO_BUILD_TESTS=ON \
     -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="$flags" \
     -DCMAKE_SHARED_LINKER_FLAGS="$flags"
 }

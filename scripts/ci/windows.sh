@@ -14,7 +14,7 @@ ensure_packages g++-mingw-w64-x86-64-posix wine64 googletest cmake ninja-build b
 
 build="$root/build/ci-windows"
 rm -rf "$build"
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DUVC_STEREO_BUILD_TESTS=ON \
   -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchains/x86_64-w64-mingw32.cmake"
 cmake --build "$build" --parallel "$(nproc)"
 
