@@ -9,6 +9,7 @@ stages=(
   linux
   install
   python
+  docs
   bench
   sanitizers
   fuzz
