@@ -8,7 +8,7 @@
 
 namespace tovanel::uvc_stereo {
 
-// The IMU block of a capability report: where to read a sample and how to scale it.
+/// The IMU block of a capability report: where to read a sample and how to scale it.
 struct UVC_STEREO_API ReportedImuInfo {
   std::string model;                     ///< printable ASCII, 0 to 8 characters
   std::uint8_t xu_unit = 0;              ///< unit id of the IMU extension unit
@@ -22,30 +22,36 @@ struct UVC_STEREO_API ReportedImuInfo {
 
   ReportedImuInfo() = default;
   ~ReportedImuInfo();
+  /// Copies the record.
   ReportedImuInfo(const ReportedImuInfo&) = default;
+  /// Copies the record.
   ReportedImuInfo& operator=(const ReportedImuInfo&) = default;
+  /// Moves the record.
   ReportedImuInfo(ReportedImuInfo&&) noexcept = default;
+  /// Moves the record.
   ReportedImuInfo& operator=(ReportedImuInfo&&) noexcept = default;
 };
 
-// Where the camera's flash user space lies, as its report declares it.
+/// Where the camera's flash user space lies, as its report declares it.
 struct FlashUserSpace {
-  std::uint32_t start = 0;
-  std::uint32_t size = 0;
+  std::uint32_t start = 0;  ///< flash address of the user space's first byte
+  std::uint32_t size = 0;   ///< bytes in the user space
 };
 
-// A validated 64-byte capability report.
+/// A validated 64-byte capability report.
 struct CapabilityReport {
-  std::uint8_t major_version = 1;
-  std::uint8_t minor_version = 0;
-  std::uint64_t capability_bits = 0;
+  std::uint8_t major_version = 1;                  ///< report format major version (1)
+  std::uint8_t minor_version = 0;                  ///< report format minor version
+  std::uint64_t capability_bits = 0;               ///< what the camera declares (kCapability* bits)
   std::optional<FlashUserSpace> flash_user_space;  ///< engaged exactly when bit 1 is set
   std::optional<ReportedImuInfo> imu;              ///< engaged exactly when bit 2 is set
 };
 
-// Capability bits with a meaning for this SDK.
+/// Capability bit: the report declares the flash user space.
 inline constexpr std::uint64_t kCapabilityFlashUserSpace = 0x02;
+/// Capability bit: the report describes the IMU.
 inline constexpr std::uint64_t kCapabilityImu = 0x04;
+/// Every capability bit a report of this version may set; others make it invalid.
 inline constexpr std::uint64_t kCapabilityKnownBits = 0x1F;
 
 }  // namespace tovanel::uvc_stereo

@@ -7,8 +7,8 @@
 
 namespace tovanel::uvc_stereo {
 
-// Which camera a flash operation addresses, and where and how its configuration
-// record lies in that camera's serial flash. Validates nothing itself.
+/// Which camera a flash operation addresses, and where and how its configuration
+/// record lies in that camera's serial flash. Validates nothing itself.
 struct UVC_STEREO_API FlashConfig {
   std::string vidpid;                          ///< "%04x%04x", vendor first; empty = any
   bool auto_select = true;                     ///< select the first device when no other selector is set
@@ -29,9 +29,13 @@ struct UVC_STEREO_API FlashConfig {
 
   FlashConfig();
   ~FlashConfig();
+  /// Copies the configuration.
   FlashConfig(const FlashConfig& other);
+  /// Copies the configuration.
   FlashConfig& operator=(const FlashConfig& other);
+  /// Moves the configuration.
   FlashConfig(FlashConfig&& other) noexcept;
+  /// Moves the configuration.
   FlashConfig& operator=(FlashConfig&& other) noexcept;
 };
 

@@ -6,8 +6,8 @@
 
 namespace tovanel::uvc_stereo {
 
-// Converts a raw sample to degrees Celsius, g and degrees per second.
-// A zero accelerometer or gyroscope scale yields zeros; a zero temperature scale fails.
+/// Converts a raw sample to degrees Celsius, g and degrees per second.
+/// A zero accelerometer or gyroscope scale yields zeros; a zero temperature scale fails.
 [[nodiscard]] UVC_STEREO_API Result<ConvertedImuResult> convert_imu(const ReadImuResult& raw,
                                                                     const ImuConversionOptions& options);
 

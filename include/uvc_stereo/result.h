@@ -10,7 +10,7 @@
 
 namespace tovanel::uvc_stereo {
 
-// Every outcome the SDK reports. The numeric values are part of the interface.
+/// Every outcome the SDK reports. The numeric values are part of the interface.
 enum class ErrorCode : std::int32_t {
   Ok = 0,                  ///< success
   InvalidArgument = 1,     ///< bad argument or bad content that is not a framing problem
@@ -29,22 +29,27 @@ enum class ErrorCode : std::int32_t {
   NotSupported = 14,       ///< the device lacks what was asked for
 };
 
-// The highest code the SDK produces.
+/// The highest code the SDK produces.
 inline constexpr ErrorCode kLastErrorCode = ErrorCode::NotSupported;
 
-// The enumerator's own name ("Ok", "InvalidArgument", ...); "Unknown" outside 0..14.
+/// The enumerator's own name ("Ok", "InvalidArgument", ...); "Unknown" outside 0..14.
 [[nodiscard]] UVC_STEREO_API std::string_view error_code_name(ErrorCode code) noexcept;
 
-// An ErrorCode and a message. Success is a default Status: code Ok, no text.
+/// An ErrorCode and a message. Success is a default Status: code Ok, no text.
 class [[nodiscard]] Status {
  public:
+  /// Success: code Ok, no message.
   Status() = default;
+  /// A status with this code and message.
   Status(ErrorCode code, std::string message) : code_(code), message_(std::move(message)) {}
 
+  /// Copies code and message.
   Status(const Status&) = default;
+  /// Copies code and message.
   Status& operator=(const Status&) = default;
-  // A moved-from Status keeps its code and loses its text.
+  /// A moved-from Status keeps its code and loses its text.
   Status(Status&& other) noexcept : code_(other.code_), message_(std::move(other.message_)) { other.message_.clear(); }
+  /// Takes the other's code and text; the other keeps its code and loses its text.
   Status& operator=(Status&& other) noexcept {
     if (this != &other) {
       code_ = other.code_;
@@ -55,8 +60,11 @@ class [[nodiscard]] Status {
   }
   ~Status() = default;
 
+  /// Whether the code is Ok.
   [[nodiscard]] bool ok() const noexcept { return code_ == ErrorCode::Ok; }
+  /// The error code.
   [[nodiscard]] ErrorCode code() const noexcept { return code_; }
+  /// The message; empty on success.
   [[nodiscard]] const std::string& message() const noexcept { return message_; }
 
  private:
@@ -66,29 +74,38 @@ class [[nodiscard]] Status {
 
 namespace detail {
 
-// The standard bad-optional-access exception, with the same text on every platform.
+/// The standard bad-optional-access exception, with the same text on every platform.
 class BadResultAccess : public std::bad_optional_access {
  public:
+  /// "Bad optional access".
   [[nodiscard]] const char* what() const noexcept override { return "Bad optional access"; }
 };
 
 }  // namespace detail
 
-// A Status, and a value of T exactly when the operation succeeded.
+/// A Status, and a value of T exactly when the operation succeeded.
 template <typename T>
 class [[nodiscard]] Result {
  public:
-  Result(T&& value) : value_(std::move(value)) {}          // NOLINT(google-explicit-constructor)
-  Result(const T& value) : value_(value) {}                // NOLINT(google-explicit-constructor)
+  /// A success holding `value`.
+  Result(T&& value) : value_(std::move(value)) {}  // NOLINT(google-explicit-constructor)
+  /// A success holding a copy of `value`.
+  Result(const T& value) : value_(value) {}  // NOLINT(google-explicit-constructor)
+  /// A failure with `status` (which must not be Ok).
   Result(Status&& status) : status_(std::move(status)) {}  // NOLINT(google-explicit-constructor)
-  Result(const Status& status) : status_(status) {}        // NOLINT(google-explicit-constructor)
+  /// A failure with a copy of `status` (which must not be Ok).
+  Result(const Status& status) : status_(status) {}  // NOLINT(google-explicit-constructor)
 
+  /// Whether a value is held.
   [[nodiscard]] bool ok() const noexcept { return value_.has_value(); }
+  /// The status: Ok with a value, the failure without.
   [[nodiscard]] const Status& status() const noexcept { return status_; }
 
-  // The held value; throws std::bad_optional_access ("Bad optional access") when there is none.
+  /// The held value; throws std::bad_optional_access ("Bad optional access") when there is none.
   [[nodiscard]] T& value() & { return checked(); }
+  /// The held value; throws as value() does.
   [[nodiscard]] const T& value() const& { return const_cast<Result*>(this)->checked(); }
+  /// Moves the held value out; throws as value() does.
   [[nodiscard]] T&& value() && { return std::move(checked()); }
 
  private:

@@ -16,19 +16,19 @@
 
 namespace tovanel::uvc_stereo::sim {
 
-// How a camera answers the vid/pid descriptor request: big-endian gives the bytes
-// vid-high, vid-low, pid-high, pid-low; little-endian swaps each pair.
+/// How a camera answers the vid/pid descriptor request: big-endian gives the bytes
+/// vid-high, vid-low, pid-high, pid-low; little-endian swaps each pair.
 enum class DescriptorByteOrder : std::uint8_t { BigEndian, LittleEndian };
 
-// What the camera's IMU is doing.
+/// What the camera's IMU is doing.
 enum class ImuMotion : std::uint8_t {
   AtRest,  ///< gravity on +z, small sensor noise, no rotation
   Moving,  ///< slow swaying: the acceleration direction and angular rates change smoothly
 };
 
-// One simulated IMU: a 20-bit sample counter that wraps, a die temperature, and an
-// accelerometer and gyroscope in the default scales (2048 counts per g, 16.4 counts
-// per degree per second, 128 counts per degree Celsius around 25 degrees).
+/// One simulated IMU: a 20-bit sample counter that wraps, a die temperature, and an
+/// accelerometer and gyroscope in the default scales (2048 counts per g, 16.4 counts
+/// per degree per second, 128 counts per degree Celsius around 25 degrees).
 struct SimulatedImu {
   ImuMotion motion = ImuMotion::AtRest;
   std::uint32_t first_counter = 0;  ///< counter of the first sample (wraps at 2^20)
@@ -37,14 +37,14 @@ struct SimulatedImu {
   std::uint32_t seed = 1;           ///< noise seed, so runs are repeatable
 };
 
-// One camera on the rig.
+/// One camera on the rig.
 struct SimulatedCamera {
   std::uint16_t vendor_id = 0x0C45;
   std::uint16_t product_id = 0x6366;
   DescriptorByteOrder descriptor_order = DescriptorByteOrder::BigEndian;
   std::string device_path;  ///< as the vendor library reports it (UTF-8 here, UTF-16 in the library's record)
   std::string device_name;  ///< the library's device name
-  // USB string descriptors 2 (product), 3 and 4 (serial number); absent ones fail to read.
+  /// USB string descriptors 2 (product), 3 and 4 (serial number); absent ones fail to read.
   std::optional<std::string> product_string;
   std::optional<std::string> descriptor_3;
   std::optional<std::string> serial_number;
@@ -52,29 +52,29 @@ struct SimulatedCamera {
   std::int32_t flash_type = 1;             ///< 0 is the library's "unknown flash"
   std::uint32_t flash_size = 0x100000;     ///< the whole chip; every address below it exists
   std::uint32_t flash_sector_size = 4096;  ///< erase granularity of the chip
-  // The region the SDK may erase and write; anything else touched is a violation.
+  /// The region the SDK may erase and write; anything else touched is a violation.
   std::uint32_t user_space_address = 0x51000;
   std::uint32_t user_space_size = 0x10000;
-  // The camera's capability report as a record: when engaged, the extension unit answers
-  // it encoded as a camera sends it (CRC-32C included) and `capability_report` is not used.
+  /// The camera's capability report as a record: when engaged, the extension unit answers
+  /// it encoded as a camera sends it (CRC-32C included) and `capability_report` is not used.
   std::optional<CapabilityReport> capability;
-  // The 64 bytes the capability extension unit answers when `capability` is absent: all
-  // zero for a camera without capability reporting, or any malformed report.
+  /// The 64 bytes the capability extension unit answers when `capability` is absent: all
+  /// zero for a camera without capability reporting, or any malformed report.
   std::array<std::uint8_t, 64> capability_report{};
-  // Where the IMU answers (unit id, control selector, minimum read length).
+  /// Where the IMU answers (unit id, control selector, minimum read length).
   std::uint8_t imu_unit = 4;
   std::uint8_t imu_selector = 10;
   std::uint8_t imu_length = 17;
   SimulatedImu imu;
 };
 
-// One device a capture backend lists.
+/// One device a capture backend lists.
 struct SimulatedCaptureDevice {
   std::string friendly_name;
   std::string device_path;
 };
 
-// One vendor call as the rig saw it.
+/// One vendor call as the rig saw it.
 struct VendorCall {
   std::string name;                ///< "SonixCam_Init", "SonixCam_CstmReadFromSF", ...
   std::vector<std::int64_t> args;  ///< the integer arguments, in order (addresses, lengths, constants)
@@ -84,31 +84,31 @@ struct VendorCall {
   int open_sessions = 0;   ///< sessions open when the call was made (before Init/UnInit took effect)
 };
 
-// Makes any vendor call fail. Calls are counted per name from the moment the fault is added.
+/// Makes any vendor call fail. Calls are counted per name from the moment the fault is added.
 struct VendorFault {
   std::string call;                     ///< e.g. "SonixCam_XuRead"; "*" counts every call
   std::uint32_t nth = 1;                ///< the first use that fails (1 = the next one)
   std::uint32_t times = 1;              ///< how many consecutive uses fail; 0 = every use from then on
   std::int32_t vendor_code = 0;         ///< what SonixCam_GetErrorCode reports afterwards
   bool error_code_query_fails = false;  ///< SonixCam_GetErrorCode then returns false (but still writes the code)
-  // The failing call first does its work and writes its out-values as a successful one
-  // would (the count and records of SonixCam_EnumCameras, the bytes of a read, the flash
-  // type), as the real library may; only its answer is false.
+  /// The failing call first does its work and writes its out-values as a successful one
+  /// would (the count and records of SonixCam_EnumCameras, the bytes of a read, the flash
+  /// type), as the real library may; only its answer is false.
   bool still_answers = false;
-  // With still_answers: the count a failing SonixCam_EnumCameras reports, in place of the
-  // cameras it sees (it fills no more records than it sees).
+  /// With still_answers: the count a failing SonixCam_EnumCameras reports, in place of the
+  /// cameras it sees (it fills no more records than it sees).
   std::optional<std::int32_t> reported_count = std::nullopt;
 };
 
-// A simulated camera rig: stands in for the camera vendor library and for the capture
-// backends' device listings, so applications and tests run the whole SDK without
-// hardware. Cameras behave like the real ones: NOR flash (erase sets 0xFF, programming
-// only clears bits, writes fail while write-protected), vid/pid descriptors in either
-// byte order, a capability extension unit and an IMU sample stream.
-//
-// Constructing a rig installs it as the vendor backend of the process; destroying it
-// restores what was in force before it (an older rig still alive, else the platform
-// backend). The newest living rig is the active one. All members are thread-safe.
+/// A simulated camera rig: stands in for the camera vendor library and for the capture
+/// backends' device listings, so applications and tests run the whole SDK without
+/// hardware. Cameras behave like the real ones: NOR flash (erase sets 0xFF, programming
+/// only clears bits, writes fail while write-protected), vid/pid descriptors in either
+/// byte order, a capability extension unit and an IMU sample stream.
+///
+/// Constructing a rig installs it as the vendor backend of the process; destroying it
+/// restores what was in force before it (an older rig still alive, else the platform
+/// backend). The newest living rig is the active one. All members are thread-safe.
 class UVC_STEREO_API SimulatedRig {
  public:
   SimulatedRig();
@@ -116,66 +116,66 @@ class UVC_STEREO_API SimulatedRig {
   SimulatedRig(const SimulatedRig&) = delete;
   SimulatedRig& operator=(const SimulatedRig&) = delete;
 
-  // Plugs a camera in; returns its rig index (0, 1, ...). Its flash starts erased (0xFF).
+  /// Plugs a camera in; returns its rig index (0, 1, ...). Its flash starts erased (0xFF).
   int add_camera(const SimulatedCamera& camera);
   [[nodiscard]] std::size_t camera_count() const;
-  // Unplugged cameras vanish from enumeration and every call on them fails with
-  // "ecDeviceDisconnect"; plugging back restores them (write protection comes back on).
+  /// Unplugged cameras vanish from enumeration and every call on them fails with
+  /// "ecDeviceDisconnect"; plugging back restores them (write protection comes back on).
   void unplug(int camera);
   void plug(int camera);
 
-  // The library itself cannot start (as on a machine without the camera driver).
+  /// The library itself cannot start (as on a machine without the camera driver).
   void set_library_present(bool present);
-  // When true (the default) SonixCam_Init fails with "ecNotFindDevice" while no camera is plugged.
+  /// When true (the default) SonixCam_Init fails with "ecNotFindDevice" while no camera is plugged.
   void set_init_fails_without_cameras(bool fails);
 
-  // Flash contents and state.
+  /// Flash contents and state.
   [[nodiscard]] std::vector<std::uint8_t> flash(int camera, std::uint32_t address, std::uint32_t length) const;
   void set_flash(int camera, std::uint32_t address, const std::vector<std::uint8_t>& bytes);
   [[nodiscard]] bool write_protected(int camera) const;
-  // The next flash write programs only its first `bytes` bytes, then fails ("ecWriteFlashFail").
+  /// The next flash write programs only its first `bytes` bytes, then fails ("ecWriteFlashFail").
   void cut_power_during_write(int camera, std::uint32_t bytes);
-  // The next sector erase sets only its first `bytes` bytes to 0xFF, then fails ("ecSectorEraseFail").
+  /// The next sector erase sets only its first `bytes` bytes to 0xFF, then fails ("ecSectorEraseFail").
   void cut_power_during_erase(int camera, std::uint32_t bytes);
-  // A worn cell: the bits of `mask` at `address` read 0 whatever is erased or written.
+  /// A worn cell: the bits of `mask` at `address` read 0 whatever is erased or written.
   void set_stuck_zero_bits(int camera, std::uint32_t address, std::uint8_t mask);
 
-  // The camera's capability answer and firmware text can change while plugged.
+  /// The camera's capability answer and firmware text can change while plugged.
   void set_capability_report(int camera, const std::array<std::uint8_t, 64>& report);
   void set_capability_report(int camera, const CapabilityReport& report);
   void set_firmware_version(int camera, const std::string& version);
-  // The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order.
+  /// The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order.
   void queue_imu_status(int camera, std::uint8_t status_byte);
-  // The counter the next IMU sample will carry.
+  /// The counter the next IMU sample will carry.
   [[nodiscard]] std::uint32_t next_imu_counter(int camera) const;
 
-  // Capture-backend listings that scans match against (Msmf and Dshow only).
+  /// Capture-backend listings that scans match against (Msmf and Dshow only).
   void set_capture_devices(OpenCvBackend backend, const std::vector<SimulatedCaptureDevice>& devices);
-  // The listing of `backend` fails (the scan then reports no index for it).
+  /// The listing of `backend` fails (the scan then reports no index for it).
   void set_capture_listing_fails(OpenCvBackend backend, bool fails);
 
-  // Fault injection.
+  /// Fault injection.
   void add_fault(const VendorFault& fault);
   void clear_faults();
 
-  // Something to happen at the very moment a vendor call begins, such as a camera
-  // unplugged or a signal delivered just as its flash is erased: `hook` runs on the
-  // calling thread each time `call` ("*": every call) begins, before the call does its
-  // work or meets a fault; it is given the call as recorded so far (name, arguments,
-  // camera). The rig's own members may be used from the hook; vendor calls (through the
-  // SDK) and creating or destroying a rig may not, as the call in progress still holds
-  // the vendor backend. A hook that throws is a broken rule, listed in violations().
+  /// Something to happen at the very moment a vendor call begins, such as a camera
+  /// unplugged or a signal delivered just as its flash is erased: `hook` runs on the
+  /// calling thread each time `call` ("*": every call) begins, before the call does its
+  /// work or meets a fault; it is given the call as recorded so far (name, arguments,
+  /// camera). The rig's own members may be used from the hook; vendor calls (through the
+  /// SDK) and creating or destroying a rig may not, as the call in progress still holds
+  /// the vendor backend. A hook that throws is a broken rule, listed in violations().
   void on_call(const std::string& call, std::function<void(const VendorCall&)> hook);
   void clear_call_hooks();
 
-  // What the rig saw.
+  /// What the rig saw.
   [[nodiscard]] std::vector<VendorCall> calls() const;
   [[nodiscard]] std::vector<std::string> call_names() const;
   void clear_calls();
-  // Broken rules: calls outside a session or without the vendor lock, UnInit without
-  // Init, erases or writes outside a camera's user space. Empty when all was well.
+  /// Broken rules: calls outside a session or without the vendor lock, UnInit without
+  /// Init, erases or writes outside a camera's user space. Empty when all was well.
   [[nodiscard]] std::vector<std::string> violations() const;
-  // Sessions opened by SonixCam_Init and not yet closed.
+  /// Sessions opened by SonixCam_Init and not yet closed.
   [[nodiscard]] int open_sessions() const;
 
   struct State;

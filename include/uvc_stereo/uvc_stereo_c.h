@@ -77,60 +77,60 @@
 extern "C" {
 #endif
 
-/* ------------------------------------------------------------------------------------ */
-/* Errors                                                                               */
+/** ------------------------------------------------------------------------------------ */
+/** Errors                                                                               */
 /* ------------------------------------------------------------------------------------ */
 
-/* An outcome: UVC_STEREO_OK or one of the codes below (the C++ ErrorCode numbers). */
+/** An outcome: UVC_STEREO_OK or one of the codes below (the C++ ErrorCode numbers). */
 typedef int32_t uvc_stereo_error_t;
 
 enum {
   UVC_STEREO_OK = 0,
-  UVC_STEREO_ERROR_INVALID_ARGUMENT = 1,    /* bad argument, or bad content that is not a framing problem */
-  UVC_STEREO_ERROR_PLATFORM_ERROR = 2,      /* an operating-system or vendor-library call failed */
-  UVC_STEREO_ERROR_DEVICE_UNAVAILABLE = 3,  /* no device to talk to, or it would not start */
-  UVC_STEREO_ERROR_READ_FAILED = 4,         /* a read from the device failed */
-  UVC_STEREO_ERROR_WRITE_FAILED = 5,        /* a write to the device failed or did not verify */
-  UVC_STEREO_ERROR_ERASE_FAILED = 6,        /* a flash sector erase failed */
-  UVC_STEREO_ERROR_BAD_MAGIC = 7,           /* a record or report does not start with its magic */
-  UVC_STEREO_ERROR_UNSUPPORTED_VERSION = 8, /* a report version this SDK does not understand */
-  UVC_STEREO_ERROR_INVALID_HEADER = 9,      /* a record header is malformed */
-  UVC_STEREO_ERROR_INVALID_LENGTH = 10,     /* a declared length does not fit */
-  UVC_STEREO_ERROR_CHECKSUM_MISMATCH = 11,  /* a CRC does not match */
-  UVC_STEREO_ERROR_INVALID_JSON = 12,       /* the JSON text is not one well-formed value */
-  UVC_STEREO_ERROR_INTERNAL_ERROR = 13,     /* an exception was caught at an operation boundary */
-  UVC_STEREO_ERROR_NOT_SUPPORTED = 14       /* the device lacks what was asked for */
+  UVC_STEREO_ERROR_INVALID_ARGUMENT = 1,    /**< bad argument, or bad content that is not a framing problem */
+  UVC_STEREO_ERROR_PLATFORM_ERROR = 2,      /**< an operating-system or vendor-library call failed */
+  UVC_STEREO_ERROR_DEVICE_UNAVAILABLE = 3,  /**< no device to talk to, or it would not start */
+  UVC_STEREO_ERROR_READ_FAILED = 4,         /**< a read from the device failed */
+  UVC_STEREO_ERROR_WRITE_FAILED = 5,        /**< a write to the device failed or did not verify */
+  UVC_STEREO_ERROR_ERASE_FAILED = 6,        /**< a flash sector erase failed */
+  UVC_STEREO_ERROR_BAD_MAGIC = 7,           /**< a record or report does not start with its magic */
+  UVC_STEREO_ERROR_UNSUPPORTED_VERSION = 8, /**< a report version this SDK does not understand */
+  UVC_STEREO_ERROR_INVALID_HEADER = 9,      /**< a record header is malformed */
+  UVC_STEREO_ERROR_INVALID_LENGTH = 10,     /**< a declared length does not fit */
+  UVC_STEREO_ERROR_CHECKSUM_MISMATCH = 11,  /**< a CRC does not match */
+  UVC_STEREO_ERROR_INVALID_JSON = 12,       /**< the JSON text is not one well-formed value */
+  UVC_STEREO_ERROR_INTERNAL_ERROR = 13,     /**< an exception was caught at an operation boundary */
+  UVC_STEREO_ERROR_NOT_SUPPORTED = 14       /**< the device lacks what was asked for */
 };
 
-/* The code's name as the C++ interface spells it ("Ok", "InvalidArgument", ...);
+/** The code's name as the C++ interface spells it ("Ok", "InvalidArgument", ...);
  * "Unknown" for any other number. Static; never null. */
 UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_error_name(uvc_stereo_error_t code);
 
-/* The code of the last failure on the calling thread; UVC_STEREO_OK when none (or cleared). */
+/** The code of the last failure on the calling thread; UVC_STEREO_OK when none (or cleared). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_last_error_code(void);
 
-/* The message of the last failure on the calling thread, word for word the C++ Status
+/** The message of the last failure on the calling thread, word for word the C++ Status
  * message; "" when none. Valid until the next failing call on this thread or
  * uvc_stereo_clear_last_error(). Never null. */
 UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_last_error_message(void);
 
-/* Forgets the last failure of the calling thread. */
+/** Forgets the last failure of the calling thread. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_clear_last_error(void);
 
-/* ------------------------------------------------------------------------------------ */
-/* Library                                                                              */
+/** ------------------------------------------------------------------------------------ */
+/** Library                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
-/* The library's version, "MAJOR.MINOR.PATCH". Static; never null. */
+/** The library's version, "MAJOR.MINOR.PATCH". Static; never null. */
 UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_version(void);
 
-/* CRC-32 (IEEE 802.3, reflected 0xEDB88320) of `length` bytes at `data` into *crc; 0 for
+/** CRC-32 (IEEE 802.3, reflected 0xEDB88320) of `length` bytes at `data` into *crc; 0 for
  * length 0, when `data` may be null. Null `data` with a non-zero length, or null `crc`,
  * is InvalidArgument. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_crc32_ieee(const void* data, size_t length,
                                                                           uint32_t* crc);
 
-/* Checks that the `json_length` bytes at `json` are exactly one well-formed JSON value and
+/** Checks that the `json_length` bytes at `json` are exactly one well-formed JSON value and
  * copies it, every whitespace byte outside strings removed and NUL-terminated, into
  * `out` (`out_size` bytes). *required_size receives the minified length + 1. The result
  * is never longer than the input, so json_length + 1 bytes always suffice. Failures are
@@ -142,13 +142,13 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_minify_and_valida
                                                                                         size_t out_size,
                                                                                         size_t* required_size);
 
-/* The USB identity of one supported camera model. */
+/** The USB identity of one supported camera model. */
 typedef struct uvc_stereo_camera_model_t {
   uint16_t vendor_id;
   uint16_t product_id;
 } uvc_stereo_camera_model_t;
 
-/* The camera models this SDK supports, in the order scans check them: exactly the cameras
+/** The camera models this SDK supports, in the order scans check them: exactly the cameras
  * that scans list and opening accepts. Copies them into models[0..capacity) and their
  * number into *count; when capacity is smaller than the number (models may then be null
  * with capacity 0) nothing is copied, *count is still set and the result is
@@ -156,11 +156,11 @@ typedef struct uvc_stereo_camera_model_t {
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_supported_camera_models(uvc_stereo_camera_model_t* models, size_t capacity, size_t* count);
 
-/* ------------------------------------------------------------------------------------ */
-/* Capture backends                                                                     */
+/** ------------------------------------------------------------------------------------ */
+/** Capture backends                                                                     */
 /* ------------------------------------------------------------------------------------ */
 
-/* Capture backends, numbered as OpenCV's capture-API constants of the same names, so a
+/** Capture backends, numbered as OpenCV's capture-API constants of the same names, so a
  * value can be passed straight to cv::VideoCapture. */
 enum {
   UVC_STEREO_BACKEND_V4L2 = 200,
@@ -169,48 +169,48 @@ enum {
   UVC_STEREO_BACKEND_GSTREAMER = 1800
 };
 
-/* "CAP_V4L2", "CAP_DSHOW", "CAP_MSMF", "CAP_GSTREAMER"; "CAP_UNKNOWN" for anything else.
+/** "CAP_V4L2", "CAP_DSHOW", "CAP_MSMF", "CAP_GSTREAMER"; "CAP_UNKNOWN" for anything else.
  * Static; never null. */
 UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_opencv_backend_name(int32_t backend);
 
-/* ------------------------------------------------------------------------------------ */
-/* Records                                                                              */
+/** ------------------------------------------------------------------------------------ */
+/** Records                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
-/* One capture index: the backend that sees the camera and the index it gives it. */
+/** One capture index: the backend that sees the camera and the index it gives it. */
 typedef struct uvc_stereo_backend_index_t {
-  int32_t backend; /* UVC_STEREO_BACKEND_* */
+  int32_t backend; /**< UVC_STEREO_BACKEND_* */
   int32_t index;
 } uvc_stereo_backend_index_t;
 
 /* The most capture indices a device info carries (one per backend). */
 #define UVC_STEREO_MAX_BACKEND_INDICES 8
 
-/* One camera as a scan found it. Out of the SDK, its strings are owned by the list or
+/** One camera as a scan found it. Out of the SDK, its strings are owned by the list or
  * device handle it came from. Into the SDK (uvc_stereo_open_device_info), a null string
  * reads as "". */
 typedef struct uvc_stereo_device_info_t {
   uint32_t struct_size;
-  uint16_t vendor_id;          /* USB vendor id; 0 = unknown */
-  uint16_t product_id;         /* USB product id; 0 = unknown */
-  bool aux_flag_a;             /* carried unchanged into the device's flash configuration */
-  bool aux_flag_b;             /* carried unchanged into the device's flash configuration */
-  const char* serial_number;   /* string descriptor 4; a selector */
-  const char* descriptor_text; /* string descriptor 3; informational */
-  const char* friendly_name;   /* display name */
-  const char* extra_text;      /* informational; a scan leaves it empty */
-  const char* device_path;     /* Windows device path; a selector */
-  /* Capture index per backend that sees the camera, in increasing backend order. */
+  uint16_t vendor_id;          /**< USB vendor id; 0 = unknown */
+  uint16_t product_id;         /**< USB product id; 0 = unknown */
+  bool aux_flag_a;             /**< carried unchanged into the device's flash configuration */
+  bool aux_flag_b;             /**< carried unchanged into the device's flash configuration */
+  const char* serial_number;   /**< string descriptor 4; a selector */
+  const char* descriptor_text; /**< string descriptor 3; informational */
+  const char* friendly_name;   /**< display name */
+  const char* extra_text;      /**< informational; a scan leaves it empty */
+  const char* device_path;     /**< Windows device path; a selector */
+  /** Capture index per backend that sees the camera, in increasing backend order. */
   uint32_t backend_index_count;
   uvc_stereo_backend_index_t backend_indices[UVC_STEREO_MAX_BACKEND_INDICES];
 } uvc_stereo_device_info_t;
 
-/* Narrows a scan. All zero (struct_size aside) passes every supported camera. */
+/** Narrows a scan. All zero (struct_size aside) passes every supported camera. */
 typedef struct uvc_stereo_scan_filter_t {
   uint32_t struct_size;
-  bool has_vendor_id; /* when false, vendor_id is not looked at */
+  bool has_vendor_id; /**< when false, vendor_id is not looked at */
   uint16_t vendor_id;
-  bool has_product_id; /* when false, product_id is not looked at */
+  bool has_product_id; /**< when false, product_id is not looked at */
   uint16_t product_id;
   bool require_serial_number;
 } uvc_stereo_scan_filter_t;
@@ -220,10 +220,10 @@ typedef struct uvc_stereo_scan_filter_t {
 #define UVC_STEREO_TRANSPORT_IMU 0x02u
 #define UVC_STEREO_TRANSPORT_FLASH_JSON 0x04u
 
-/* How to open a camera. All zero (struct_size aside) is the default. */
+/** How to open a camera. All zero (struct_size aside) is the default. */
 typedef struct uvc_stereo_open_options_t {
   uint32_t struct_size;
-  /* What opening must prove: UVC_STEREO_TRANSPORT_FLASH and/or UVC_STEREO_TRANSPORT_FLASH_JSON;
+  /** What opening must prove: UVC_STEREO_TRANSPORT_FLASH and/or UVC_STEREO_TRANSPORT_FLASH_JSON;
    * UVC_STEREO_TRANSPORT_IMU is accepted and proven only when the IMU is opened.
    * Above 7 is refused. */
   uint32_t required_capabilities;
@@ -234,75 +234,75 @@ typedef struct uvc_stereo_open_options_t {
 #define UVC_STEREO_CAPABILITY_IMU 0x04u
 #define UVC_STEREO_CAPABILITY_KNOWN_BITS 0x1Fu
 
-/* The IMU block of a capability report: where to read a sample and how to scale it. */
+/** The IMU block of a capability report: where to read a sample and how to scale it. */
 typedef struct uvc_stereo_reported_imu_t {
-  char model[9];                /* printable ASCII, 0 to 8 characters, NUL-terminated */
-  uint8_t xu_unit;              /* unit id of the IMU extension unit */
-  uint8_t xu_selector;          /* control selector of the IMU extension unit */
-  uint8_t xu_length;            /* bytes per IMU read, at least 17 */
-  uint8_t decimal_exponent;     /* 1, 2 or 3 */
-  double temperature_offset_c;  /* degrees Celsius added after scaling */
-  double temperature_lsb_per_c; /* raw counts per degree Celsius */
-  double accel_lsb_per_g;       /* raw counts per g */
-  double gyro_lsb_per_dps;      /* raw counts per degree per second */
+  char model[9];                /**< printable ASCII, 0 to 8 characters, NUL-terminated */
+  uint8_t xu_unit;              /**< unit id of the IMU extension unit */
+  uint8_t xu_selector;          /**< control selector of the IMU extension unit */
+  uint8_t xu_length;            /**< bytes per IMU read, at least 17 */
+  uint8_t decimal_exponent;     /**< 1, 2 or 3 */
+  double temperature_offset_c;  /**< degrees Celsius added after scaling */
+  double temperature_lsb_per_c; /**< raw counts per degree Celsius */
+  double accel_lsb_per_g;       /**< raw counts per g */
+  double gyro_lsb_per_dps;      /**< raw counts per degree per second */
 } uvc_stereo_reported_imu_t;
 
-/* A validated 64-byte capability report, as a record. */
+/** A validated 64-byte capability report, as a record. */
 typedef struct uvc_stereo_capability_report_t {
   uint32_t struct_size;
   uint8_t major_version;
   uint8_t minor_version;
   uint64_t capability_bits;
-  bool has_flash_user_space; /* true exactly when bit 1 is set */
+  bool has_flash_user_space; /**< true exactly when bit 1 is set */
   uint32_t flash_user_space_start;
   uint32_t flash_user_space_size;
-  bool has_imu; /* true exactly when bit 2 is set */
+  bool has_imu; /**< true exactly when bit 2 is set */
   uvc_stereo_reported_imu_t imu;
 } uvc_stereo_capability_report_t;
 
-/* Fills a report with the C++ defaults (version 1.0, no bits, no blocks, the default IMU
+/** Fills a report with the C++ defaults (version 1.0, no bits, no blocks, the default IMU
  * scales in `imu`). Set struct_size first. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_capability_report_defaults(uvc_stereo_capability_report_t* report);
 
-/* Where a device's capabilities come from. */
+/** Where a device's capabilities come from. */
 enum {
-  UVC_STEREO_CAPABILITY_SOURCE_NONE = 0,     /* nothing determined */
-  UVC_STEREO_CAPABILITY_SOURCE_REPORTED = 1, /* the device gave a valid capability report */
-  UVC_STEREO_CAPABILITY_SOURCE_FALLBACK = 2  /* no valid report; fixed defaults are in force */
+  UVC_STEREO_CAPABILITY_SOURCE_NONE = 0,     /**< nothing determined */
+  UVC_STEREO_CAPABILITY_SOURCE_REPORTED = 1, /**< the device gave a valid capability report */
+  UVC_STEREO_CAPABILITY_SOURCE_FALLBACK = 2  /**< no valid report; fixed defaults are in force */
 };
 
-/* What a device knows of its camera's capability report. Pointers owned by the device. */
+/** What a device knows of its camera's capability report. Pointers owned by the device. */
 typedef struct uvc_stereo_capability_info_t {
   uint32_t struct_size;
-  int32_t source;                               /* UVC_STEREO_CAPABILITY_SOURCE_* */
-  const uvc_stereo_capability_report_t* report; /* the report when source is REPORTED, else null */
-  const char* message;                          /* why defaults are in force, with FALLBACK; else "" */
+  int32_t source;                               /**< UVC_STEREO_CAPABILITY_SOURCE_* */
+  const uvc_stereo_capability_report_t* report; /**< the report when source is REPORTED, else null */
+  const char* message;                          /**< why defaults are in force, with FALLBACK; else "" */
 } uvc_stereo_capability_info_t;
 
-/* Which camera a flash operation addresses, and where and how its configuration record
+/** Which camera a flash operation addresses, and where and how its configuration record
  * lies in the camera's serial flash. Strings owned by the device. */
 typedef struct uvc_stereo_flash_config_t {
   uint32_t struct_size;
-  const char* vidpid;  /* "%04x%04x", vendor first; "" = any */
-  bool auto_select;    /* select the first device when no other selector is set */
-  uint16_t vendor_id;  /* narrows the enumeration; 0 = any */
-  uint16_t product_id; /* narrows the enumeration; 0 = any */
+  const char* vidpid;  /**< "%04x%04x", vendor first; "" = any */
+  bool auto_select;    /**< select the first device when no other selector is set */
+  uint16_t vendor_id;  /**< narrows the enumeration; 0 = any */
+  uint16_t product_id; /**< narrows the enumeration; 0 = any */
   bool aux_flag_a;
   bool aux_flag_b;
-  const char* serial_number;   /* preferred serial number; "" = not set */
-  const char* device_path;     /* preferred device path; wins over serial_number */
-  uint32_t user_space_address; /* first byte of the user space and of the record */
-  uint32_t erase_sector_size;  /* erase granularity */
-  uint32_t magic;              /* record magic, read little-endian */
-  uint32_t user_space_size;    /* user-space size, also the largest record */
-  uint16_t min_header_size;    /* header size written; smallest accepted */
-  uint16_t max_header_size;    /* largest accepted header size */
-  bool verify_crc;             /* the payload CRC is checked when parsing */
-  bool verify_after_write;     /* the record is read back after writing */
+  const char* serial_number;   /**< preferred serial number; "" = not set */
+  const char* device_path;     /**< preferred device path; wins over serial_number */
+  uint32_t user_space_address; /**< first byte of the user space and of the record */
+  uint32_t erase_sector_size;  /**< erase granularity */
+  uint32_t magic;              /**< record magic, read little-endian */
+  uint32_t user_space_size;    /**< user-space size, also the largest record */
+  uint16_t min_header_size;    /**< header size written; smallest accepted */
+  uint16_t max_header_size;    /**< largest accepted header size */
+  bool verify_crc;             /**< the payload CRC is checked when parsing */
+  bool verify_after_write;     /**< the record is read back after writing */
 } uvc_stereo_flash_config_t;
 
-/* Where IMU samples are read: extension unit, control selector, bytes per read. */
+/** Where IMU samples are read: extension unit, control selector, bytes per read. */
 typedef struct uvc_stereo_imu_transport_t {
   uint32_t struct_size;
   uint8_t xu_unit;
@@ -310,77 +310,77 @@ typedef struct uvc_stereo_imu_transport_t {
   uint8_t xu_length;
 } uvc_stereo_imu_transport_t;
 
-/* Scale factors from raw IMU counts to physical units. */
+/** Scale factors from raw IMU counts to physical units. */
 typedef struct uvc_stereo_imu_conversion_options_t {
   uint32_t struct_size;
-  double temperature_offset_c;  /* degrees Celsius added after scaling */
-  double temperature_lsb_per_c; /* must not be zero */
-  double accel_lsb_per_g;       /* zero turns the accelerometer output off */
-  double gyro_lsb_per_dps;      /* zero turns the gyroscope output off */
+  double temperature_offset_c;  /**< degrees Celsius added after scaling */
+  double temperature_lsb_per_c; /**< must not be zero */
+  double accel_lsb_per_g;       /**< zero turns the accelerometer output off */
+  double gyro_lsb_per_dps;      /**< zero turns the gyroscope output off */
 } uvc_stereo_imu_conversion_options_t;
 
-/* Fills options with the defaults (25 degrees Celsius offset, 128 counts per degree
+/** Fills options with the defaults (25 degrees Celsius offset, 128 counts per degree
  * Celsius, 2048 counts per g, 16.4 counts per degree per second). Set struct_size first. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_imu_conversion_options_defaults(uvc_stereo_imu_conversion_options_t* options);
 
-/* One raw IMU sample. */
+/** One raw IMU sample. */
 typedef struct uvc_stereo_imu_sample_t {
   uint32_t struct_size;
-  uint32_t sample_counter;    /* the device's 20-bit counter */
-  uint64_t host_timestamp_ns; /* host time at the middle of the read */
+  uint32_t sample_counter;    /**< the device's 20-bit counter */
+  uint64_t host_timestamp_ns; /**< host time at the middle of the read */
   int16_t temperature_raw;
-  int16_t accel_raw[3]; /* x, y, z */
-  int16_t gyro_raw[3];  /* x, y, z */
+  int16_t accel_raw[3]; /**< x, y, z */
+  int16_t gyro_raw[3];  /**< x, y, z */
 } uvc_stereo_imu_sample_t;
 
-/* One IMU sample in physical units. */
+/** One IMU sample in physical units. */
 typedef struct uvc_stereo_imu_converted_t {
   uint32_t struct_size;
   uint64_t host_timestamp_ns;
   double temperature_c;
-  double accel_g[3];  /* x, y, z in g */
-  double gyro_dps[3]; /* x, y, z in degrees per second */
+  double accel_g[3];  /**< x, y, z in g */
+  double gyro_dps[3]; /**< x, y, z in degrees per second */
 } uvc_stereo_imu_converted_t;
 
-/* Converts a raw sample with the given options. A zero accelerometer or gyroscope scale
+/** Converts a raw sample with the given options. A zero accelerometer or gyroscope scale
  * yields zeros; a zero temperature scale fails as in C++. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_convert_imu(const uvc_stereo_imu_sample_t* raw, const uvc_stereo_imu_conversion_options_t* options,
                        uvc_stereo_imu_converted_t* converted);
 
-/* ------------------------------------------------------------------------------------ */
-/* Scanning                                                                             */
+/** ------------------------------------------------------------------------------------ */
+/** Scanning                                                                             */
 /* ------------------------------------------------------------------------------------ */
 
-/* The cameras one scan found, in enumeration order. */
+/** The cameras one scan found, in enumeration order. */
 typedef struct uvc_stereo_device_list_t uvc_stereo_device_list_t;
 
-/* Lists the supported cameras attached now. `filter` may be null (every supported
+/** Lists the supported cameras attached now. `filter` may be null (every supported
  * camera). On success *list is a new list, freed with uvc_stereo_device_list_free. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_scan_devices(const uvc_stereo_scan_filter_t* filter,
                                                                             uvc_stereo_device_list_t** list);
 
-/* How many cameras the list holds. */
+/** How many cameras the list holds. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_count(const uvc_stereo_device_list_t* list,
                                                                                  size_t* count);
 
-/* The camera at `index` (InvalidArgument when index >= count). Strings owned by the list. */
+/** The camera at `index` (InvalidArgument when index >= count). Strings owned by the list. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_get(const uvc_stereo_device_list_t* list,
                                                                                size_t index,
                                                                                uvc_stereo_device_info_t* info);
 
-/* Frees a list and its strings; null is harmless. Devices opened from it stay open. */
+/** Frees a list and its strings; null is harmless. Devices opened from it stay open. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_list_free(uvc_stereo_device_list_t* list);
 
-/* ------------------------------------------------------------------------------------ */
-/* Devices                                                                              */
+/** ------------------------------------------------------------------------------------ */
+/** Devices                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
-/* An opened camera. */
+/** An opened camera. */
 typedef struct uvc_stereo_device_t uvc_stereo_device_t;
 
-/* Opens the camera at `index` of a scan's list: checks it, probes its capability report
+/** Opens the camera at `index` of a scan's list: checks it, probes its capability report
  * and proves what `options` require (null = defaults). On success *device is a new handle,
  * closed with uvc_stereo_device_close. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device(const uvc_stereo_device_list_t* list,
@@ -388,32 +388,32 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device(const
                                                                            const uvc_stereo_open_options_t* options,
                                                                            uvc_stereo_device_t** device);
 
-/* As uvc_stereo_open_device, from a device info the caller filled (for example only a
+/** As uvc_stereo_open_device, from a device info the caller filled (for example only a
  * serial number or device path as selector, with vendor and product id). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device_info(
     const uvc_stereo_device_info_t* info, const uvc_stereo_open_options_t* options, uvc_stereo_device_t** device);
 
-/* Closes the device (and its IMU reader, which ends its camera session) and frees the
+/** Closes the device (and its IMU reader, which ends its camera session) and frees the
  * handle and its strings; null is harmless. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_close(uvc_stereo_device_t* device);
 
-/* The scanned record the device was opened from. Strings owned by the device. */
+/** The scanned record the device was opened from. Strings owned by the device. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_info(const uvc_stereo_device_t* device,
                                                                            uvc_stereo_device_info_t* info);
 
-/* What the capability probe found. Pointers owned by the device. */
+/** What the capability probe found. Pointers owned by the device. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_device_capability_info(const uvc_stereo_device_t* device, uvc_stereo_capability_info_t* info);
 
-/* The flash configuration derived for this camera. Strings owned by the device. */
+/** The flash configuration derived for this camera. Strings owned by the device. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_flash_config(const uvc_stereo_device_t* device,
                                                                                    uvc_stereo_flash_config_t* config);
 
-/* Where IMU samples are read. */
+/** Where IMU samples are read. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_device_imu_transport(const uvc_stereo_device_t* device, uvc_stereo_imu_transport_t* transport);
 
-/* Transports proven or opened: UVC_STEREO_TRANSPORT_* bits. */
+/** Transports proven or opened: UVC_STEREO_TRANSPORT_* bits. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_transport_flags(const uvc_stereo_device_t* device,
                                                                                       uint32_t* flags);
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
@@ -421,7 +421,7 @@ uvc_stereo_device_has_flash_transport(const uvc_stereo_device_t* device, bool* h
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_device_has_imu_transport(const uvc_stereo_device_t* device, bool* has);
 
-/* Reads the JSON configuration record, minified and validated, into `buffer`
+/** Reads the JSON configuration record, minified and validated, into `buffer`
  * (`buffer_size` bytes, NUL-terminated) and its format version into *format_version
  * (may be null). *required_size receives the text's length + 1, also when the buffer is
  * too small (then nothing is copied and the result is InvalidArgument; the record is read
@@ -432,21 +432,21 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_json(
                                                                                 size_t* required_size,
                                                                                 uint16_t* format_version);
 
-/* Validates, minifies and writes the `json_length` bytes at `json` as the configuration
+/** Validates, minifies and writes the `json_length` bytes at `json` as the configuration
  * record (format version 0). Invalid JSON is InvalidJson with the offset, and touches
  * nothing. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_write_json(uvc_stereo_device_t* device,
                                                                                  const char* json, size_t json_length);
 
-/* Opens the IMU reader (a no-op when one is open). Flash JSON access is refused until
+/** Opens the IMU reader (a no-op when one is open). Flash JSON access is refused until
  * uvc_stereo_device_close_imu. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_open_imu(uvc_stereo_device_t* device);
 
-/* Reads one raw sample into *sample. Allocates nothing. */
+/** Reads one raw sample into *sample. Allocates nothing. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu(uvc_stereo_device_t* device,
                                                                                uvc_stereo_imu_sample_t* sample);
 
-/* Reads up to `count` raw samples into samples[0..count), one after another; each
+/** Reads up to `count` raw samples into samples[0..count), one after another; each
  * element's struct_size must be set. Stops at the first failure and returns it;
  * *samples_read receives how many were read, also on failure. Allocates nothing. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu_samples(uvc_stereo_device_t* device,
@@ -454,22 +454,22 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu_s
                                                                                        size_t count,
                                                                                        size_t* samples_read);
 
-/* Closes the IMU reader, if any. */
+/** Closes the IMU reader, if any. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_close_imu(uvc_stereo_device_t* device);
 
-/* The conversion factors in force for this camera (its report's, else the defaults). */
+/** The conversion factors in force for this camera (its report's, else the defaults). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_conversion_options(
     const uvc_stereo_device_t* device, uvc_stereo_imu_conversion_options_t* options);
 
-/* Converts a raw sample with this camera's conversion factors. */
+/** Converts a raw sample with this camera's conversion factors. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_convert_imu(
     const uvc_stereo_device_t* device, const uvc_stereo_imu_sample_t* raw, uvc_stereo_imu_converted_t* converted);
 
-/* ------------------------------------------------------------------------------------ */
-/* The simulated camera rig                                                             */
+/** ------------------------------------------------------------------------------------ */
+/** The simulated camera rig                                                             */
 /* ------------------------------------------------------------------------------------ */
 
-/* A simulated camera rig: stands in for the camera vendor library and the capture
+/** A simulated camera rig: stands in for the camera vendor library and the capture
  * backends' listings, so that programs run the whole SDK without hardware. Cameras
  * behave like the real ones (NOR flash, vid/pid descriptors in either byte order, a
  * capability extension unit, an IMU sample stream). While a rig exists it is the camera
@@ -478,19 +478,19 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_convert_im
  * does not have is InvalidArgument. */
 typedef struct uvc_stereo_rig_t uvc_stereo_rig_t;
 
-/* How a camera answers the vid/pid descriptor request. */
+/** How a camera answers the vid/pid descriptor request. */
 enum {
-  UVC_STEREO_DESCRIPTOR_BIG_ENDIAN = 0,   /* vid-high, vid-low, pid-high, pid-low */
-  UVC_STEREO_DESCRIPTOR_LITTLE_ENDIAN = 1 /* each pair swapped */
+  UVC_STEREO_DESCRIPTOR_BIG_ENDIAN = 0,   /**< vid-high, vid-low, pid-high, pid-low */
+  UVC_STEREO_DESCRIPTOR_LITTLE_ENDIAN = 1 /**< each pair swapped */
 };
 
-/* What a simulated IMU is doing. */
+/** What a simulated IMU is doing. */
 enum {
-  UVC_STEREO_IMU_AT_REST = 0, /* gravity on +z, small sensor noise, no rotation */
-  UVC_STEREO_IMU_MOVING = 1   /* slow swaying */
+  UVC_STEREO_IMU_AT_REST = 0, /**< gravity on +z, small sensor noise, no rotation */
+  UVC_STEREO_IMU_MOVING = 1   /**< slow swaying */
 };
 
-/* One camera to add to a rig. Fill it with uvc_stereo_rig_camera_defaults first. The
+/** One camera to add to a rig. Fill it with uvc_stereo_rig_camera_defaults first. The
  * strings are copied when the camera is added. For the optional strings (product_string,
  * descriptor_3, serial_number) null means the descriptor is absent (reading it fails);
  * for the others null reads as "". */
@@ -498,68 +498,68 @@ typedef struct uvc_stereo_rig_camera_t {
   uint32_t struct_size;
   uint16_t vendor_id;
   uint16_t product_id;
-  int32_t descriptor_order;     /* UVC_STEREO_DESCRIPTOR_* */
-  const char* device_path;      /* as the vendor library reports it */
-  const char* device_name;      /* the library's device name */
-  const char* product_string;   /* string descriptor 2; null = absent */
-  const char* descriptor_3;     /* string descriptor 3; null = absent */
-  const char* serial_number;    /* string descriptor 4; null = absent */
-  const char* firmware_version; /* e.g. "V1.0.0" */
-  int32_t flash_type;           /* 0 is the library's "unknown flash" */
-  uint32_t flash_size;          /* the whole chip */
-  uint32_t flash_sector_size;   /* erase granularity of the chip */
-  uint32_t user_space_address;  /* the region the SDK may erase and write */
+  int32_t descriptor_order;     /**< UVC_STEREO_DESCRIPTOR_* */
+  const char* device_path;      /**< as the vendor library reports it */
+  const char* device_name;      /**< the library's device name */
+  const char* product_string;   /**< string descriptor 2; null = absent */
+  const char* descriptor_3;     /**< string descriptor 3; null = absent */
+  const char* serial_number;    /**< string descriptor 4; null = absent */
+  const char* firmware_version; /**< e.g. "V1.0.0" */
+  int32_t flash_type;           /**< 0 is the library's "unknown flash" */
+  uint32_t flash_size;          /**< the whole chip */
+  uint32_t flash_sector_size;   /**< erase granularity of the chip */
+  uint32_t user_space_address;  /**< the region the SDK may erase and write */
   uint32_t user_space_size;
-  /* The camera's capability report as a record (copied; encoded as a camera sends it),
+  /** The camera's capability report as a record (copied; encoded as a camera sends it),
    * or null: then the extension unit answers the 64 bytes of capability_report (all
    * zero for a camera without capability reporting, or any malformed report). */
   const uvc_stereo_capability_report_t* capability;
   uint8_t capability_report[64];
-  uint8_t imu_unit; /* where the IMU answers */
+  uint8_t imu_unit; /**< where the IMU answers */
   uint8_t imu_selector;
   uint8_t imu_length;
-  int32_t imu_motion;         /* UVC_STEREO_IMU_* */
-  uint32_t imu_first_counter; /* counter of the first sample (wraps at 2^20) */
-  uint32_t imu_counter_step;  /* counter increment per read; larger values model missed samples */
-  double imu_temperature_c;   /* die temperature */
-  uint32_t imu_seed;          /* noise seed, so runs are repeatable */
+  int32_t imu_motion;         /**< UVC_STEREO_IMU_* */
+  uint32_t imu_first_counter; /**< counter of the first sample (wraps at 2^20) */
+  uint32_t imu_counter_step;  /**< counter increment per read; larger values model missed samples */
+  double imu_temperature_c;   /**< die temperature */
+  uint32_t imu_seed;          /**< noise seed, so runs are repeatable */
 } uvc_stereo_rig_camera_t;
 
-/* Fills a camera with the C++ defaults (a supported model, 1 MiB flash, user space
+/** Fills a camera with the C++ defaults (a supported model, 1 MiB flash, user space
  * 0x51000 + 0x10000, firmware "V1.0.0", no descriptors, no capability report, IMU at rest).
  * Its strings are static. Set struct_size first. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_camera_defaults(uvc_stereo_rig_camera_t* camera);
 
-/* Creates a rig with no camera and installs it as the camera backend of the process. */
+/** Creates a rig with no camera and installs it as the camera backend of the process. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_create(uvc_stereo_rig_t** rig);
 
-/* Uninstalls and frees the rig; null is harmless. Close devices opened on it first. */
+/** Uninstalls and frees the rig; null is harmless. Close devices opened on it first. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_rig_destroy(uvc_stereo_rig_t* rig);
 
-/* Plugs a camera in; *index receives its rig index (0, 1, ...; may be null). Its flash
+/** Plugs a camera in; *index receives its rig index (0, 1, ...; may be null). Its flash
  * starts erased (0xFF). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_camera(uvc_stereo_rig_t* rig,
                                                                               const uvc_stereo_rig_camera_t* camera,
                                                                               int32_t* index);
 
-/* How many cameras were added. */
+/** How many cameras were added. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_camera_count(const uvc_stereo_rig_t* rig,
                                                                                 size_t* count);
 
-/* An unplugged camera vanishes from scans and every call on it fails ("ecDeviceDisconnect");
+/** An unplugged camera vanishes from scans and every call on it fails ("ecDeviceDisconnect");
  * plugging it back restores it (write protection comes back on). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_unplug(uvc_stereo_rig_t* rig, int32_t camera);
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_plug(uvc_stereo_rig_t* rig, int32_t camera);
 
-/* Whether the vendor library can start (false: as on a machine without the camera driver). */
+/** Whether the vendor library can start (false: as on a machine without the camera driver). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_library_present(uvc_stereo_rig_t* rig,
                                                                                        bool present);
 
-/* When true (the default) starting a session fails ("ecNotFindDevice") while no camera is plugged. */
+/** When true (the default) starting a session fails ("ecNotFindDevice") while no camera is plugged. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_init_fails_without_cameras(uvc_stereo_rig_t* rig,
                                                                                                   bool fails);
 
-/* Copies the camera's flash [address, address + length) into `buffer` (`buffer_size`
+/** Copies the camera's flash [address, address + length) into `buffer` (`buffer_size`
  * bytes, at least `length`); *copied (may be null) receives the bytes copied, fewer than
  * `length` where the range runs off the chip. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_flash(const uvc_stereo_rig_t* rig, int32_t camera,
@@ -567,72 +567,72 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_flash(const u
                                                                          uint8_t* buffer, size_t buffer_size,
                                                                          size_t* copied);
 
-/* Overwrites the camera's flash at `address` with `length` bytes, as a programmer would
+/** Overwrites the camera's flash at `address` with `length` bytes, as a programmer would
  * (no erase rules, no write protection); bytes off the chip are dropped. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_flash(uvc_stereo_rig_t* rig, int32_t camera,
                                                                              uint32_t address, const uint8_t* bytes,
                                                                              size_t length);
 
-/* Whether the camera's flash is write-protected now. */
+/** Whether the camera's flash is write-protected now. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_write_protected(const uvc_stereo_rig_t* rig,
                                                                                    int32_t camera, bool* is_protected);
 
-/* The next flash write programs only its first `bytes` bytes, then fails ("ecWriteFlashFail"). */
+/** The next flash write programs only its first `bytes` bytes, then fails ("ecWriteFlashFail"). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_cut_power_during_write(uvc_stereo_rig_t* rig,
                                                                                           int32_t camera,
                                                                                           uint32_t bytes);
 
-/* The next sector erase sets only its first `bytes` bytes to 0xFF, then fails ("ecSectorEraseFail"). */
+/** The next sector erase sets only its first `bytes` bytes to 0xFF, then fails ("ecSectorEraseFail"). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_cut_power_during_erase(uvc_stereo_rig_t* rig,
                                                                                           int32_t camera,
                                                                                           uint32_t bytes);
 
-/* A worn cell: the bits of `mask` at `address` read 0 whatever is erased or written. */
+/** A worn cell: the bits of `mask` at `address` read 0 whatever is erased or written. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_stuck_zero_bits(uvc_stereo_rig_t* rig,
                                                                                        int32_t camera, uint32_t address,
                                                                                        uint8_t mask);
 
-/* The camera's capability answer from now on: a record (encoded as a camera sends it)... */
+/** The camera's capability answer from now on: a record (encoded as a camera sends it)... */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_report(
     uvc_stereo_rig_t* rig, int32_t camera, const uvc_stereo_capability_report_t* report);
 
-/* ...or any 64 raw bytes (all zero: no capability reporting). */
+/** ...or any 64 raw bytes (all zero: no capability reporting). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_bytes(uvc_stereo_rig_t* rig,
                                                                                         int32_t camera,
                                                                                         const uint8_t report[64]);
 
-/* The camera's firmware version text from now on. */
+/** The camera's firmware version text from now on. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stereo_rig_t* rig,
                                                                                         int32_t camera,
                                                                                         const char* version);
 
-/* The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order. */
+/** The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_rig_t* rig,
                                                                                     int32_t camera,
                                                                                     uint8_t status_byte);
 
-/* The counter the camera's next IMU sample will carry. */
+/** The counter the camera's next IMU sample will carry. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_next_imu_counter(const uvc_stereo_rig_t* rig,
                                                                                     int32_t camera, uint32_t* counter);
 
-/* One device a capture backend lists. Strings copied. */
+/** One device a capture backend lists. Strings copied. */
 typedef struct uvc_stereo_rig_capture_device_t {
   uint32_t struct_size;
-  const char* friendly_name; /* null reads as "" */
-  const char* device_path;   /* null reads as "" */
+  const char* friendly_name; /**< null reads as "" */
+  const char* device_path;   /**< null reads as "" */
 } uvc_stereo_rig_capture_device_t;
 
-/* The listing of a capture backend (UVC_STEREO_BACKEND_MSMF or _DSHOW) that scans match
+/** The listing of a capture backend (UVC_STEREO_BACKEND_MSMF or _DSHOW) that scans match
  * cameras against: `count` devices at `devices` (may be null when count is 0). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_devices(
     uvc_stereo_rig_t* rig, int32_t backend, const uvc_stereo_rig_capture_device_t* devices, size_t count);
 
-/* The listing of `backend` fails (a scan then reports no index for it). */
+/** The listing of `backend` fails (a scan then reports no index for it). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_listing_fails(uvc_stereo_rig_t* rig,
                                                                                              int32_t backend,
                                                                                              bool fails);
 
-/* Makes a vendor call fail: `call` names it ("SonixCam_XuRead"; "*" counts every call);
+/** Makes a vendor call fail: `call` names it ("SonixCam_XuRead"; "*" counts every call);
  * uses are counted from now, the `nth` (1 = the next one) and the `times - 1` after it
  * fail (times 0: every use from then on); the library then reports `vendor_code`, and
  * with error_code_query_fails asking for the code fails too (though it is still given). */
@@ -641,40 +641,40 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_fault(uvc
                                                                              int32_t vendor_code,
                                                                              bool error_code_query_fails);
 
-/* Removes every fault. */
+/** Removes every fault. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_faults(uvc_stereo_rig_t* rig);
 
-/* One vendor call as the rig saw it. Pointers owned by the call log it came from. */
+/** One vendor call as the rig saw it. Pointers owned by the call log it came from. */
 typedef struct uvc_stereo_rig_call_t {
   uint32_t struct_size;
-  const char* name;    /* "SonixCam_Init", "SonixCam_CstmReadFromSF", ... */
-  const int64_t* args; /* the integer arguments, in order (addresses, lengths, constants) */
+  const char* name;    /**< "SonixCam_Init", "SonixCam_CstmReadFromSF", ... */
+  const int64_t* args; /**< the integer arguments, in order (addresses, lengths, constants) */
   size_t arg_count;
-  int32_t camera; /* the camera the device record named; -1 for none or unknown */
+  int32_t camera; /**< the camera the device record named; -1 for none or unknown */
   bool succeeded;
-  bool lock_held;        /* the calling thread held the vendor lock */
-  int32_t open_sessions; /* sessions open when the call was made */
+  bool lock_held;        /**< the calling thread held the vendor lock */
+  int32_t open_sessions; /**< sessions open when the call was made */
 } uvc_stereo_rig_call_t;
 
-/* A snapshot of the rig's call log. */
+/** A snapshot of the rig's call log. */
 typedef struct uvc_stereo_rig_call_log_t uvc_stereo_rig_call_log_t;
 
-/* Takes a snapshot of every vendor call seen so far; freed with uvc_stereo_rig_call_log_free. */
+/** Takes a snapshot of every vendor call seen so far; freed with uvc_stereo_rig_call_log_free. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_calls(const uvc_stereo_rig_t* rig,
                                                                          uvc_stereo_rig_call_log_t** log);
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_count(const uvc_stereo_rig_call_log_t* log,
                                                                                   size_t* count);
-/* The call at `index` (InvalidArgument when index >= count). */
+/** The call at `index` (InvalidArgument when index >= count). */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_get(const uvc_stereo_rig_call_log_t* log,
                                                                                 size_t index,
                                                                                 uvc_stereo_rig_call_t* call);
-/* Null is harmless. */
+/** Null is harmless. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_rig_call_log_free(uvc_stereo_rig_call_log_t* log);
 
-/* Forgets the calls seen so far. */
+/** Forgets the calls seen so far. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_calls(uvc_stereo_rig_t* rig);
 
-/* Something to happen at the very moment a vendor call begins, such as a camera unplugged
+/** Something to happen at the very moment a vendor call begins, such as a camera unplugged
  * or the power cut just as its flash is erased. The hook runs on the thread that makes
  * the call, each time the call begins, before it does its work or meets a fault. `call`
  * describes it as recorded so far (name, arguments, camera; succeeded is false, as it has
@@ -687,7 +687,7 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_calls(u
  * call goes on. */
 typedef int32_t(UVC_STEREO_CALL* uvc_stereo_rig_call_hook_t)(const uvc_stereo_rig_call_t* call, void* context);
 
-/* Runs `hook` with `context` (may be null) each time the vendor call named `call` begins
+/** Runs `hook` with `context` (may be null) each time the vendor call named `call` begins
  * ("SonixCam_SectorEraseSF"; "*" every call); the hooks a call matches run in the order
  * they were added. The name is copied; whatever `context` points to must stay valid until
  * the hooks are cleared or the rig is destroyed. */
@@ -695,26 +695,26 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_on_call(uvc_s
                                                                            uvc_stereo_rig_call_hook_t hook,
                                                                            void* context);
 
-/* Removes every hook: calls that begin after this returns run none. */
+/** Removes every hook: calls that begin after this returns run none. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_call_hooks(uvc_stereo_rig_t* rig);
 
-/* A list of texts. */
+/** A list of texts. */
 typedef struct uvc_stereo_string_list_t uvc_stereo_string_list_t;
 
-/* Broken rules seen so far (calls outside a session or without the vendor lock, closing
+/** Broken rules seen so far (calls outside a session or without the vendor lock, closing
  * without opening, erases or writes outside a camera's user space): a new list, empty
  * when all was well, freed with uvc_stereo_string_list_free. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_violations(const uvc_stereo_rig_t* rig,
                                                                               uvc_stereo_string_list_t** violations);
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_count(const uvc_stereo_string_list_t* list,
                                                                                  size_t* count);
-/* The text at `index` (InvalidArgument when index >= count), owned by the list. */
+/** The text at `index` (InvalidArgument when index >= count), owned by the list. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_get(const uvc_stereo_string_list_t* list,
                                                                                size_t index, const char** text);
-/* Null is harmless. */
+/** Null is harmless. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_string_list_free(uvc_stereo_string_list_t* list);
 
-/* Sessions opened and not yet closed. */
+/** Sessions opened and not yet closed. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_open_sessions(const uvc_stereo_rig_t* rig,
                                                                                  int32_t* sessions);
 

@@ -28,10 +28,10 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT CMAKE_CROSSCOMPILING AND NOT EXIST
             -P ${check_exit} ${tool_command} scan)
 endif()
 
-# The README's scan row shows the capture backends in the order the tool prints them.
-add_test(NAME uvc_stereo_readme_capture_order
-  COMMAND ${CMAKE_COMMAND} -DREADME=${PROJECT_SOURCE_DIR}/README.md
-          -P ${CMAKE_CURRENT_SOURCE_DIR}/tool/readme_capture_order.cmake ${tool_command})
+# The tool manual's scan row shows the capture backends in the order the tool prints them.
+add_test(NAME uvc_stereo_manual_capture_order
+  COMMAND ${CMAKE_COMMAND} -DREADME=${PROJECT_SOURCE_DIR}/docs/tool.md
+          -P ${CMAKE_CURRENT_SOURCE_DIR}/tool/manual_capture_order.cmake ${tool_command})
 
 # Ctrl-C and SIGTERM end an endless IMU stream cleanly: complete rows, the summary, the plot.
 if(NOT WIN32)

@@ -1,11 +1,11 @@
-# Checks that the README's scan row names the capture backends in the order the tool prints
+# Checks that the tool manual's (docs/tool.md) scan row names the capture backends in the order the tool prints
 # them, in its listing and in `scan --help`. Run as
-#   cmake -DREADME=<README.md> -P readme_capture_order.cmake <tool command...>
+#   cmake -DREADME=<README.md> -P manual_capture_order.cmake <tool command...>
 include(${CMAKE_CURRENT_LIST_DIR}/script_command.cmake)
 
 file(READ "${README}" readme)
 if(NOT readme MATCHES "\\| `scan [^\n]*\\(`(CAP_[A-Z]+)=[0-9]+ (CAP_[A-Z]+)=[0-9]+`\\)")
-  message(FATAL_ERROR "the README's scan row shows no capture backends as `CAP_A=n CAP_B=m`")
+  message(FATAL_ERROR "the tool manual's scan row shows no capture backends as `CAP_A=n CAP_B=m`")
 endif()
 set(first "${CMAKE_MATCH_1}")
 set(second "${CMAKE_MATCH_2}")
