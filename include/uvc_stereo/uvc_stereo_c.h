@@ -462,6 +462,14 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_conver
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_convert_imu(
     const uvc_stereo_device_t* device, const uvc_stereo_imu_sample_t* raw, uvc_stereo_imu_converted_t* converted);
 
+/* Converts raw[0..count) into converted[0..count) with this camera's conversion factors,
+ * as uvc_stereo_device_convert_imu does one sample; each element's struct_size must be
+ * set. Stops at the first failure and returns it; *samples_converted receives how many
+ * were converted, also on failure. Allocates nothing. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
+uvc_stereo_device_convert_imu_samples(const uvc_stereo_device_t* device, const uvc_stereo_imu_sample_t* raw,
+                                      size_t count, uvc_stereo_imu_converted_t* converted, size_t* samples_converted);
+
 /* ------------------------------------------------------------------------------------ */
 /* The simulated camera rig                                                             */
 /* ------------------------------------------------------------------------------------ */
