@@ -7,6 +7,7 @@ import itertools
 import operator
 import threading
 import weakref
+from _thread import get_ident
 from ctypes import byref, c_bool, c_size_t, c_uint16, c_uint32
 from typing import Any, Dict, List, Optional, Union
 
@@ -151,7 +152,8 @@ class Device(OwnedHandle):
         # The C arrays batch reads go through, kept for the next batch.
         self._free_buffers: List[_ImuBuffers] = []
         # The calls in flight, per thread, and whether close() has begun or finished.
-        self._state = threading.Condition(threading.Lock())
+        self._lock = threading.Lock()
+        self._state = threading.Condition(self._lock)
         self._callers: Dict[int, int] = {}
         self._closing = False
         self._closed = False
@@ -164,28 +166,28 @@ class Device(OwnedHandle):
 
     def _enter(self) -> int:
         """The handle, counted as in use by this thread until ``_leave``; refused once closing."""
-        with self._state:
+        with self._lock:
             handle = self._handle
             if handle is None or self._closing:
                 raise _closed()
-            me = threading.get_ident()
-            self._callers[me] = self._callers.get(me, 0) + 1
+            me = get_ident()
+            callers = self._callers
+            callers[me] = callers.get(me, 0) + 1
             return handle
 
     def _leave(self) -> None:
         release = None
-        with self._state:
-            me = threading.get_ident()
-            depth = self._callers[me] - 1
+        with self._lock:
+            me = get_ident()
+            callers = self._callers
+            depth = callers[me] - 1
             if depth:
-                self._callers[me] = depth
+                callers[me] = depth
             else:
-                del self._callers[me]
-            if not self._callers:
-                if self._closing:
-                    # A close() made from inside a call on this thread left the closing to it.
-                    release, self._handle = self._handle, None
-                self._state.notify_all()
+                del callers[me]
+            if self._closing and not callers:
+                # The last call in flight closes: close() waits for it, or was made from inside it.
+                release, self._handle = self._handle, None
         if release is not None:
             self._finish_close(release)
 
@@ -242,9 +244,11 @@ class Device(OwnedHandle):
         """Calls the C function with the handle first, the device held open meanwhile; raises its failure."""
         handle = self._enter()
         try:
-            _c.check(getattr(_c.lib(), function)(handle, *args))
+            code = getattr(_c.lib(), function)(handle, *args)
         finally:
             self._leave()
+        if code != _c.OK:
+            raise _c.failure(code)
 
     # --- what the device is ---------------------------------------------------------
 

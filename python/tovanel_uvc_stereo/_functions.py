@@ -44,7 +44,12 @@ def crc32_ieee(data: BytesLike) -> int:
 def minify_and_validate_json(text: Union[str, bytes]) -> str:
     """Checks that ``text`` is exactly one well-formed JSON value and returns it with every
     whitespace byte outside strings removed. Invalid JSON raises ``InvalidJson`` with the
-    offset of the fault."""
+    offset of the fault.
+
+    ``text`` is a str or bytes-like (anything else raises ``TypeError``). The bytes of strings
+    are kept as they are: those that are not UTF-8 come back as the lone surrogates
+    U+DC80..U+DCFF (``surrogateescape``), which this function and ``Device.write_json`` turn
+    back into the same bytes."""
     data = _convert.json_bytes("minify_and_validate_json", text)
     # The result is never longer than the input.
     out = ctypes.create_string_buffer(len(data) + 1)
