@@ -5,6 +5,7 @@ from __future__ import annotations
 import ctypes
 import itertools
 import operator
+import sys
 import threading
 import weakref
 from _thread import get_ident
@@ -205,6 +206,11 @@ class Device(OwnedHandle):
             if threading.get_ident() in self._callers:
                 return
             if self._callers or self._handle is None:
+                if sys.is_finalizing():
+                    # The interpreter is ending and stops daemon threads where they stand: a call
+                    # they have in flight never returns. Nothing is waited for, and nothing is freed
+                    # under them; the process's end takes the camera back.
+                    return
                 # Another thread's call, or another close(), finishes the closing: wait for it.
                 while not self._closed:
                     self._state.wait()
