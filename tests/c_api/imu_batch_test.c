@@ -57,13 +57,25 @@ static void a_batch_converts_each_sample_as_one_conversion_does(void) {
   finish_rig(rig);
 }
 
+/* The whole batch is refused at element `index`, whose struct is `size` bytes of a `full`-byte `type`, and
+ * the elements before it are converted. */
+static void refused_at(uvc_stereo_device_t* device, size_t index, const char* name, unsigned long size,
+                       const char* type, unsigned long full) {
+  char message[256];
+  size_t converted = 999;
+  CHECK_FAILS(
+      uvc_stereo_device_convert_imu_samples(device, g_raw, kConvertBatch, g_converted, &converted),
+      UVC_STEREO_ERROR_INVALID_ARGUMENT,
+      too_small_message(message, sizeof(message), "uvc_stereo_device_convert_imu_samples", name, size, type, full));
+  CHECK_EQ(converted, index);
+}
+
 static void a_batch_refuses_what_it_cannot_use_and_says_how_far_it_got(void) {
   uvc_stereo_rig_t* rig = test_rig();
   test_camera camera;
   uvc_stereo_device_t* device = NULL;
   size_t read = 0;
   size_t converted = 999;
-  char message[256];
 
   test_camera_init(&camera, 2, "SN-IMU-CONVERT-ARGS");
   device = plug_and_open(rig, &camera, 0);
@@ -82,18 +94,10 @@ static void a_batch_refuses_what_it_cannot_use_and_says_how_far_it_got(void) {
               UVC_STEREO_ERROR_INVALID_ARGUMENT, "uvc_stereo_device_convert_imu_samples: converted is null");
 
   g_raw[5].struct_size = 8;
-  CHECK_FAILS(uvc_stereo_device_convert_imu_samples(device, g_raw, kConvertBatch, g_converted, &converted),
-              UVC_STEREO_ERROR_INVALID_ARGUMENT,
-              too_small_message(message, sizeof(message), "uvc_stereo_device_convert_imu_samples", "raw[i]", 8,
-                                "uvc_stereo_imu_sample_t", sizeof(uvc_stereo_imu_sample_t)));
-  CHECK_EQ(converted, 5);
+  refused_at(device, 5, "raw[i]", 8, "uvc_stereo_imu_sample_t", sizeof(uvc_stereo_imu_sample_t));
   g_raw[5].struct_size = sizeof(g_raw[5]);
   g_converted[7].struct_size = 4;
-  CHECK_FAILS(uvc_stereo_device_convert_imu_samples(device, g_raw, kConvertBatch, g_converted, &converted),
-              UVC_STEREO_ERROR_INVALID_ARGUMENT,
-              too_small_message(message, sizeof(message), "uvc_stereo_device_convert_imu_samples", "converted[i]", 4,
-                                "uvc_stereo_imu_converted_t", sizeof(uvc_stereo_imu_converted_t)));
-  CHECK_EQ(converted, 7);
+  refused_at(device, 7, "converted[i]", 4, "uvc_stereo_imu_converted_t", sizeof(uvc_stereo_imu_converted_t));
   CHECK_OK(uvc_stereo_device_close_imu(device));
   uvc_stereo_device_close(device);
   finish_rig(rig);
