@@ -161,3 +161,32 @@ def test_closing_a_newer_rig_leaves_the_devices_of_the_older_rig_open():
         assert old_device.read_json().json == "[3]"
         old_device.close()
         assert older.open_sessions() == 0
+
+
+def test_a_reader_thread_and_a_thread_closing_and_reopening_the_imu_take_turns(device, camera_rig):
+    device.open_imu()
+    stop = threading.Event()
+    messages = set()
+    batches = []
+
+    def reader():
+        while not stop.is_set():
+            try:
+                batches.append(len(device.read_imu_samples(64)))
+            except uvc.UvcStereoError as error:
+                messages.add((error.code, error.message))
+
+    thread = threading.Thread(target=reader)
+    thread.start()
+    try:
+        for _ in range(15):
+            device.close_imu()
+            device.open_imu()
+    finally:
+        stop.set()
+        thread.join(30)
+    assert not thread.is_alive()
+    # A batch meets the IMU either open for its whole chunk or closed: never half torn down.
+    assert messages <= {(uvc.ErrorCode.InvalidArgument, "IMU is not open")}
+    assert set(batches) <= {64}
+    device.close_imu()

@@ -145,7 +145,8 @@ class Device(OwnedHandle):
     thread closing on Ctrl-C): it refuses new calls, stops a batch read at its next chunk, waits
     for the calls in flight to return, and only then closes the camera. The calls that begin
     after it raise ``device is closed or moved-from``. Other calls on one device from several
-    threads at once are serialised by the SDK; their results interleave in no promised order.
+    threads take turns, a batch read one chunk at a time; their results interleave in no
+    promised order.
     """
 
     def __init__(self, handle: int, rig: Optional[object] = None):
@@ -155,6 +156,9 @@ class Device(OwnedHandle):
         # The calls in flight, per thread, and whether close() has begun or finished.
         self._lock = threading.Lock()
         self._state = threading.Condition(self._lock)
+        # The SDK's device handle takes one call at a time: calls from several threads take turns,
+        # one C call (a batch: one chunk) each, so a close_imu never meets a read under way.
+        self._serial = threading.RLock()
         self._callers: Dict[int, int] = {}
         self._closing = False
         self._closed = False
@@ -250,7 +254,8 @@ class Device(OwnedHandle):
         """Calls the C function with the handle first, the device held open meanwhile; raises its failure."""
         handle = self._enter()
         try:
-            code = getattr(_c.lib(), function)(handle, *args)
+            with self._serial:
+                code = getattr(_c.lib(), function)(handle, *args)
         finally:
             self._leave()
         if code != _c.OK:
@@ -266,7 +271,8 @@ class Device(OwnedHandle):
             return closed_value
         try:
             record = record_type()
-            _c.check(getattr(_c.lib(), function)(handle, byref(record)))
+            with self._serial:
+                _c.check(getattr(_c.lib(), function)(handle, byref(record)))
             return convert(record)
         finally:
             self._leave()
@@ -335,7 +341,8 @@ class Device(OwnedHandle):
                 buffer = ctypes.create_string_buffer(size)
                 required = c_size_t()
                 version = c_uint16()
-                code = lib.uvc_stereo_device_read_json(handle, buffer, size, byref(required), byref(version))
+                with self._serial:
+                    code = lib.uvc_stereo_device_read_json(handle, buffer, size, byref(required), byref(version))
                 if code == _c.OK:
                     text = ctypes.string_at(buffer, required.value - 1)
                     return ReadJsonResult(format_version=version.value, json=_c.text(text))
@@ -345,10 +352,10 @@ class Device(OwnedHandle):
         finally:
             self._leave()
 
-    @staticmethod
-    def _user_space_size(handle: int) -> int:
+    def _user_space_size(self, handle: int) -> int:
         config = _c.flash_config_t()
-        _c.check(_c.lib().uvc_stereo_device_flash_config(handle, byref(config)))
+        with self._serial:
+            _c.check(_c.lib().uvc_stereo_device_flash_config(handle, byref(config)))
         return config.user_space_size
 
     def write_json(self, text: Union[str, bytes]) -> None:
@@ -427,9 +434,12 @@ class Device(OwnedHandle):
                 if self._closing:
                     raise _closed()
                 count = min(n - start, IMU_CHUNK)
-                code = read_batch(handle, buffers.raw_address, count, done_address)
-                if code == _c.OK:
-                    code = convert_batch(handle, buffers.raw_address, count, buffers.converted_address, done_address)
+                with self._serial:
+                    code = read_batch(handle, buffers.raw_address, count, done_address)
+                    if code == _c.OK:
+                        code = convert_batch(
+                            handle, buffers.raw_address, count, buffers.converted_address, done_address
+                        )
                 if code != _c.OK:
                     raise _c.failure(code)
                 stop = start + count
