@@ -9,9 +9,12 @@ from pathlib import Path
 
 import pytest
 
+import tovanel_uvc_stereo as uvc
+
 SCRIPT = r"""
 import sys
 import threading
+import time
 
 sys.path.insert(0, sys.argv[1])
 import tovanel_uvc_stereo as uvc
@@ -23,8 +26,9 @@ rig.add_camera(**supported_camera(imu=sim.SimulatedImu(motion=sim.ImuMotion.Movi
 (info,) = uvc.scan_devices()
 device = uvc.open_device(info)
 device.open_imu()
-hooked = []
-rig.on_call("SonixCam_XuRead", lambda call: hooked.append(call.name) if len(hooked) < 10 else None)
+# The hook lets go of the interpreter while it waits, as hooks that wait on something do: a thread
+# stopped by the interpreter's end is then almost always stopped inside it, deep in the SDK.
+rig.on_call("SonixCam_XuRead", lambda call: time.sleep(0.0005))
 streaming = threading.Event()
 
 
@@ -44,8 +48,10 @@ print("exiting while streaming", flush=True)
 @pytest.mark.parametrize("round_", range(3))
 def test_exit_with_a_hook_installed_and_a_daemon_thread_streaming_imu(round_):
     tests = Path(__file__).resolve().parent
+    # The child imports the very package this suite tests, installed or from the source tree.
+    package_parent = Path(uvc.__file__).resolve().parent.parent
     environment = dict(os.environ)
-    environment["PYTHONPATH"] = os.pathsep.join(filter(None, [str(tests.parent), environment.get("PYTHONPATH", "")]))
+    environment["PYTHONPATH"] = os.pathsep.join(filter(None, [str(package_parent), environment.get("PYTHONPATH", "")]))
     finished = subprocess.run(
         [sys.executable, "-c", SCRIPT, str(tests)], env=environment, capture_output=True, text=True, timeout=120
     )
