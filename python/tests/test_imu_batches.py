@@ -121,3 +121,24 @@ def test_ctrl_c_during_a_long_batch_ends_it_between_two_chunks(device, camera_ri
     counter = camera_rig.next_imu_counter(0)
     assert device.read_imu().sample_counter == counter
     assert len(device.read_imu_samples(3)) == 3
+
+
+def test_a_failed_batch_leaves_its_buffers_for_the_next(rig):
+    pytest.importorskip("numpy")
+    rig.add_camera(**supported_camera())
+    (info,) = uvc.scan_devices()
+    with uvc.open_device(info) as device:
+        device.open_imu()
+        device.read_imu_samples(1000)
+        rig.add_fault("SonixCam_XuRead", nth=3, vendor_code=8)
+        with pytest.raises(uvc.UvcStereoError):
+            device.read_imu_samples(1000)
+        tracemalloc.start()
+        try:
+            before, _ = tracemalloc.get_traced_memory()
+            tracemalloc.reset_peak()
+            samples = device.read_imu_samples(1000)
+            _, peak = tracemalloc.get_traced_memory()
+        finally:
+            tracemalloc.stop()
+        assert peak - before < samples.nbytes + 16 * 1024

@@ -416,9 +416,9 @@ class Device(OwnedHandle):
         if n < 0:
             raise ValueError(f"n must not be negative, got {n}")
         handle = self._enter()
+        buffers = self._take_buffers(min(n, IMU_CHUNK))
         try:
             numpy = _numpy.numpy_module()
-            buffers = self._take_buffers(min(n, IMU_CHUNK))
             if numpy is None:
                 samples: Any = []
             else:
@@ -453,9 +453,10 @@ class Device(OwnedHandle):
                     chunk["accel_g"] = accels[:count]
                     chunk["gyro_dps"] = gyros[:count]
                 start = stop
-            self._free_buffers.append(buffers)
             return samples
         finally:
+            # Kept for the next batch, also after a failure or Ctrl-C.
+            self._free_buffers.append(buffers)
             self._leave()
 
     def _take_buffers(self, n: int) -> _ImuBuffers:
