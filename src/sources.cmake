@@ -142,6 +142,7 @@ list(APPEND UVC_STEREO_SOURCES
   c_api/capability.cpp
   c_api/device.cpp
   c_api/device_imu.cpp
+  c_api/device_imu_batch.cpp
   c_api/device_json.cpp
   c_api/device_list.cpp
   c_api/errors.cpp

@@ -77,7 +77,7 @@
 extern "C" {
 #endif
 
-/** ------------------------------------------------------------------------------------ */
+/* ------------------------------------------------------------------------------------ */
 /** Errors                                                                               */
 /* ------------------------------------------------------------------------------------ */
 
@@ -117,7 +117,7 @@ UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_last_error_message(void)
 /** Forgets the last failure of the calling thread. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_clear_last_error(void);
 
-/** ------------------------------------------------------------------------------------ */
+/* ------------------------------------------------------------------------------------ */
 /** Library                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
@@ -156,7 +156,7 @@ typedef struct uvc_stereo_camera_model_t {
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_supported_camera_models(uvc_stereo_camera_model_t* models, size_t capacity, size_t* count);
 
-/** ------------------------------------------------------------------------------------ */
+/* ------------------------------------------------------------------------------------ */
 /** Capture backends                                                                     */
 /* ------------------------------------------------------------------------------------ */
 
@@ -173,7 +173,7 @@ enum {
  * Static; never null. */
 UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_opencv_backend_name(int32_t backend);
 
-/** ------------------------------------------------------------------------------------ */
+/* ------------------------------------------------------------------------------------ */
 /** Records                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
@@ -349,7 +349,7 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_convert_imu(const uvc_stereo_imu_sample_t* raw, const uvc_stereo_imu_conversion_options_t* options,
                        uvc_stereo_imu_converted_t* converted);
 
-/** ------------------------------------------------------------------------------------ */
+/* ------------------------------------------------------------------------------------ */
 /** Scanning                                                                             */
 /* ------------------------------------------------------------------------------------ */
 
@@ -373,7 +373,7 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_get(c
 /** Frees a list and its strings; null is harmless. Devices opened from it stay open. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_list_free(uvc_stereo_device_list_t* list);
 
-/** ------------------------------------------------------------------------------------ */
+/* ------------------------------------------------------------------------------------ */
 /** Devices                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
@@ -465,7 +465,15 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_conver
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_convert_imu(
     const uvc_stereo_device_t* device, const uvc_stereo_imu_sample_t* raw, uvc_stereo_imu_converted_t* converted);
 
-/** ------------------------------------------------------------------------------------ */
+/** Converts raw[0..count) into converted[0..count) with this camera's conversion factors,
+ * as uvc_stereo_device_convert_imu does one sample; each element's struct_size must be
+ * set. Stops at the first failure and returns it; *samples_converted receives how many
+ * were converted, also on failure. Allocates nothing. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
+uvc_stereo_device_convert_imu_samples(const uvc_stereo_device_t* device, const uvc_stereo_imu_sample_t* raw,
+                                      size_t count, uvc_stereo_imu_converted_t* converted, size_t* samples_converted);
+
+/* ------------------------------------------------------------------------------------ */
 /** The simulated camera rig                                                             */
 /* ------------------------------------------------------------------------------------ */
 

@@ -18,7 +18,7 @@ namespace uvc = tovanel::uvc_stereo;
 
 int main(int argc, char** argv) {
   const bool quick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;
-  const int rounds = quick ? 2 : 15;
+  const int rounds = quick ? 2 : 60;
   const int samples_per_round = 1000;
 
   uvc::sim::SimulatedRig rig;

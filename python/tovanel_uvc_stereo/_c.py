@@ -264,11 +264,12 @@ _PROTOTYPES = {
     "uvc_stereo_device_write_json": (error_t, [handle_t, c_char_p, c_size_t]),
     "uvc_stereo_device_open_imu": (error_t, [handle_t]),
     "uvc_stereo_device_read_imu": (error_t, [handle_t, c_void_p]),
-    "uvc_stereo_device_read_imu_samples": (error_t, [handle_t, c_void_p, c_size_t, P(c_size_t)]),
+    "uvc_stereo_device_read_imu_samples": (error_t, [handle_t, c_void_p, c_size_t, c_void_p]),
     "uvc_stereo_device_close_imu": (error_t, [handle_t]),
     "uvc_stereo_device_imu_conversion_options": (error_t, [handle_t, P(imu_conversion_options_t)]),
-    # Pointers as plain addresses: the batch read converts each sample in place without building a ctypes object.
+    # Pointers as plain addresses: a batch passes its arrays without building a ctypes object per call.
     "uvc_stereo_device_convert_imu": (error_t, [handle_t, c_void_p, c_void_p]),
+    "uvc_stereo_device_convert_imu_samples": (error_t, [handle_t, c_void_p, c_size_t, c_void_p, c_void_p]),
     "uvc_stereo_rig_camera_defaults": (error_t, [P(rig_camera_t)]),
     "uvc_stereo_rig_create": (error_t, [P(handle_t)]),
     "uvc_stereo_rig_destroy": (None, [handle_t]),
@@ -337,13 +338,44 @@ def library_path() -> str:
 
 
 def text(raw: Optional[bytes]) -> str:
-    """A UTF-8 text from the SDK as a str ("" for null)."""
-    return raw.decode("utf-8", errors="replace") if raw else ""
+    """A text from the SDK as a str ("" for null).
+
+    Bytes that are not UTF-8 (a configuration record may hold any byte above 0x7F inside a
+    string) become the lone surrogates U+DC80..U+DCFF, Python's "surrogateescape", so that
+    the str goes back into the SDK as exactly the bytes that came out.
+    """
+    return raw.decode("utf-8", "surrogateescape") if raw else ""
 
 
-def encode(value: Optional[str]) -> Optional[bytes]:
-    """A str for the SDK as UTF-8 bytes; None stays None."""
-    return None if value is None else value.encode("utf-8")
+def text_bytes(name: str, value: str) -> bytes:
+    """A str for the SDK as UTF-8, the lone surrogates U+DC80..U+DCFF back to the bytes they
+    stand for (see ``text``). Any other lone surrogate has no UTF-8 form and is refused."""
+    if not isinstance(value, str):
+        raise TypeError(f"{name} must be a str, not {type(value).__name__}")
+    try:
+        return value.encode("utf-8", "surrogateescape")
+    except UnicodeEncodeError as error:
+        raise ValueError(
+            f"{name} holds the lone surrogate U+{ord(value[error.start]):04X} at index {error.start}, "
+            "which has no UTF-8 form"
+        ) from None
+
+
+def encode(name: str, value: Optional[str]) -> Optional[bytes]:
+    """A str for one of the SDK's NUL-terminated strings; None stays None.
+
+    A NUL inside the str is refused: the SDK would read the text only up to it, and a
+    selector cut short names another camera.
+    """
+    if value is None:
+        return None
+    data = text_bytes(name, value)
+    if b"\0" in data:
+        raise ValueError(
+            f"{name} holds a NUL character at index {value.index(chr(0))}; "
+            "the SDK's strings end at their first NUL"
+        )
+    return data
 
 
 def failure(code: int) -> UvcStereoError:

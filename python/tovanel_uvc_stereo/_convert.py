@@ -8,7 +8,7 @@ from __future__ import annotations
 
 import ctypes
 import struct
-from typing import Dict, List, Optional
+from typing import Dict, List, Optional, Union
 
 from . import _c
 from ._records import (
@@ -46,6 +46,15 @@ def checked_int32(name: str, value: int) -> int:
     return value
 
 
+def json_bytes(function: str, text: Union[str, bytes, bytearray, memoryview]) -> bytes:
+    """A JSON text argument as the bytes handed to the SDK (see Device.write_json)."""
+    if isinstance(text, str):
+        return _c.text_bytes(f"{function}() text", text)
+    if isinstance(text, (bytes, bytearray, memoryview)):
+        return bytes(text)
+    raise TypeError(f"{function}() takes the JSON text as a str or bytes, not {type(text).__name__}")
+
+
 def backend_name(backend: int) -> str:
     return _c.text(_c.lib().uvc_stereo_opencv_backend_name(backend))
 
@@ -81,11 +90,11 @@ def device_info_to_c(info: DeviceInfo) -> _c.device_info_t:
     record.product_id = checked_uint("product_id", info.product_id, "uint16")
     record.aux_flag_a = bool(info.aux_flag_a)
     record.aux_flag_b = bool(info.aux_flag_b)
-    record.serial_number = _c.encode(info.serial_number)
-    record.descriptor_text = _c.encode(info.descriptor_text)
-    record.friendly_name = _c.encode(info.friendly_name)
-    record.extra_text = _c.encode(info.extra_text)
-    record.device_path = _c.encode(info.device_path)
+    record.serial_number = _c.encode("serial_number", info.serial_number)
+    record.descriptor_text = _c.encode("descriptor_text", info.descriptor_text)
+    record.friendly_name = _c.encode("friendly_name", info.friendly_name)
+    record.extra_text = _c.encode("extra_text", info.extra_text)
+    record.device_path = _c.encode("device_path", info.device_path)
     if len(info.backend_indices) > _c.MAX_BACKEND_INDICES:
         raise ValueError(f"backend_indices holds more than {_c.MAX_BACKEND_INDICES} backends")
     numbers = _backend_numbers()
@@ -115,7 +124,7 @@ def capability_report_from_c(report: _c.capability_report_t) -> CapabilityReport
         ),
         imu=(
             ReportedImuInfo(
-                model=imu.model.decode("ascii", errors="replace"),
+                model=_c.text(imu.model),
                 xu_unit=imu.xu_unit,
                 xu_selector=imu.xu_selector,
                 xu_length=imu.xu_length,
@@ -146,9 +155,9 @@ def capability_report_to_c(report: CapabilityReport) -> _c.capability_report_t:
     record.has_imu = report.imu is not None
     if report.imu is not None:
         imu = report.imu
-        model = imu.model.encode("ascii")
+        model = _c.encode("imu.model", imu.model)
         if len(model) > 8:
-            raise ValueError(f"imu.model holds at most 8 characters, got {imu.model!r}")
+            raise ValueError(f"imu.model holds at most 8 bytes of UTF-8, got {imu.model!r}")
         record.imu.model = model
         record.imu.xu_unit = checked_uint("imu.xu_unit", imu.xu_unit, "uint8")
         record.imu.xu_selector = checked_uint("imu.xu_selector", imu.xu_selector, "uint8")

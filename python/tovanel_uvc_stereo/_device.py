@@ -5,10 +5,12 @@ from __future__ import annotations
 import ctypes
 import itertools
 import operator
+import sys
 import threading
 import weakref
+from _thread import get_ident
 from ctypes import byref, c_bool, c_size_t, c_uint16, c_uint32
-from typing import List, Optional, Union
+from typing import Any, Dict, List, Optional, Union
 
 from . import _c, _convert, _numpy
 from ._errors import ErrorCode, UvcStereoError
@@ -27,11 +29,22 @@ from ._records import (
 # What the SDK says of a device that is closed; a closed Python Device is the C++ moved-from one.
 _CLOSED_MESSAGE = "device is closed or moved-from"
 
-# Devices not yet closed, each with the order it was opened in, so that a simulated rig
-# going away can close the devices opened on it first.
+# Samples read and converted per call into the SDK in a batch: between two chunks a batch
+# notices Ctrl-C (the interpreter only raises KeyboardInterrupt between Python steps) and a
+# close() from another thread, while the chunk is long enough that the calls cost nothing per sample.
+IMU_CHUNK = 1024
+
+# The JSON configuration's first read is sized for a record of up to this many bytes; a larger
+# record is read again into a buffer of exactly the size the SDK reports it needs.
+_JSON_FIRST_READ = 0x10000
+
+# Devices not yet closed, each with the order it was opened in and the simulated rig in force
+# when it was opened, so that a rig going away closes the devices opened on it, and only those.
 _open_devices: "weakref.WeakSet[Device]" = weakref.WeakSet()
 _open_order = itertools.count(1)
 _open_lock = threading.Lock()
+# The simulated rigs alive, oldest first: the newest is in force.
+_rigs: List[object] = []
 
 
 def scan_devices(
@@ -76,8 +89,10 @@ def open_device(info: DeviceInfo, required_capabilities: int = 0) -> "Device":
     options = _c.open_options_t()
     options.required_capabilities = _convert.checked_uint("required_capabilities", required_capabilities, "uint32")
     handle = _c.handle_t()
+    with _open_lock:
+        rig = _rigs[-1] if _rigs else None
     _c.check(_c.lib().uvc_stereo_open_device_info(byref(record), byref(options), byref(handle)))
-    return Device(handle.value)
+    return Device(handle.value, rig)
 
 
 def _value(record):
@@ -89,7 +104,8 @@ def _closed() -> UvcStereoError:
 
 
 class _ImuBuffers:
-    """Reusable C arrays for batches of raw and converted samples, each element's size set."""
+    """Reusable C arrays for one chunk of raw and converted samples, each element's size set,
+    made once per device so that reading allocates nothing in the SDK's name."""
 
     def __init__(self, capacity: int):
         self.capacity = capacity
@@ -99,6 +115,21 @@ class _ImuBuffers:
         self.converted = (_c.imu_converted_t * capacity).from_buffer_copy(converted_template * capacity)
         self.raw_address = ctypes.addressof(self.raw)
         self.converted_address = ctypes.addressof(self.converted)
+        self._views = None
+
+    def numpy_views(self, numpy):
+        """The two arrays seen by numpy, in place (made at the first use with numpy)."""
+        if self._views is None:
+            raw = numpy.frombuffer(self.raw, dtype=numpy.dtype(_c.imu_sample_t))
+            converted = numpy.frombuffer(self.converted, dtype=numpy.dtype(_c.imu_converted_t))
+            self._views = (
+                raw["sample_counter"],
+                converted["host_timestamp_ns"],
+                converted["temperature_c"],
+                converted["accel_g"],
+                converted["gyro_dps"],
+            )
+        return self._views
 
 
 class Device(OwnedHandle):
@@ -107,15 +138,97 @@ class Device(OwnedHandle):
     Use it in a ``with`` block or call ``close()``; closing also closes an open IMU.
     A closed device refuses every operation with ``InvalidArgument: device is closed or
     moved-from``; its ``info``, ``capability_info`` and ``flash_config`` are then the
-    defaults, as for a moved-from C++ ``Device``. One device is used from one thread at a time.
+    defaults, as for a moved-from C++ ``Device``.
+
+    Threads: any method may be called from any thread. ``close()`` may be called while other
+    threads are inside calls on the device (a reader thread in :meth:`read_imu_samples`, a main
+    thread closing on Ctrl-C): it refuses new calls, stops a batch read at its next chunk, waits
+    for the calls in flight to return, and only then closes the camera. The calls that begin
+    after it raise ``device is closed or moved-from``. Other calls on one device from several
+    threads take turns, a batch read one chunk at a time; their results interleave in no
+    promised order.
     """
 
-    def __init__(self, handle: int):
+    def __init__(self, handle: int, rig: Optional[object] = None):
         self._handle: Optional[int] = handle
-        self._imu_buffers: Optional[_ImuBuffers] = None
+        # The C arrays batch reads go through, kept for the next batch.
+        self._free_buffers: List[_ImuBuffers] = []
+        # The calls in flight, per thread, and whether close() has begun or finished.
+        self._lock = threading.Lock()
+        self._state = threading.Condition(self._lock)
+        # The SDK's device handle takes one call at a time: calls from several threads take turns,
+        # one C call (a batch: one chunk) each, so a close_imu never meets a read under way.
+        self._serial = threading.RLock()
+        self._callers: Dict[int, int] = {}
+        self._closing = False
+        self._closed = False
+        self._rig = rig
         with _open_lock:
             self._open_order = next(_open_order)
             _open_devices.add(self)
+
+    # --- the life of the handle -------------------------------------------------------
+
+    def _enter(self) -> int:
+        """The handle, counted as in use by this thread until ``_leave``; refused once closing."""
+        with self._lock:
+            handle = self._handle
+            if handle is None or self._closing:
+                raise _closed()
+            me = get_ident()
+            callers = self._callers
+            callers[me] = callers.get(me, 0) + 1
+            return handle
+
+    def _leave(self) -> None:
+        release = None
+        with self._lock:
+            me = get_ident()
+            callers = self._callers
+            depth = callers[me] - 1
+            if depth:
+                callers[me] = depth
+            else:
+                del callers[me]
+            if self._closing and not callers:
+                # The last call in flight closes: close() waits for it, or was made from inside it.
+                release, self._handle = self._handle, None
+        if release is not None:
+            self._finish_close(release)
+
+    def close(self) -> None:
+        """Closes the device (and its IMU); closing twice is harmless.
+
+        Calls in flight on other threads are waited for (a batch read stops at its next chunk);
+        called from inside a call on this device on the same thread, the closing happens as that
+        call returns. Either way, no call that begins after this one is let through.
+        """
+        with self._state:
+            if self._closed:
+                return
+            self._closing = True
+            if threading.get_ident() in self._callers:
+                return
+            if self._callers or self._handle is None:
+                if sys.is_finalizing():
+                    # The interpreter is ending and stops daemon threads where they stand: a call
+                    # they have in flight never returns. Nothing is waited for, and nothing is freed
+                    # under them; the process's end takes the camera back.
+                    return
+                # Another thread's call, or another close(), finishes the closing: wait for it.
+                while not self._closed:
+                    self._state.wait()
+                return
+            handle, self._handle = self._handle, None
+        self._finish_close(handle)
+
+    def _finish_close(self, handle: int) -> None:
+        try:
+            self._release(handle)
+        finally:
+            with self._state:
+                self._closed = True
+                self._state.notify_all()
 
     def _release(self, handle: int) -> None:
         # Closing also closes an open IMU, which ends its camera session.
@@ -123,8 +236,13 @@ class Device(OwnedHandle):
             _open_devices.discard(self)
         _c.lib().uvc_stereo_device_close(handle)
 
+    @property
+    def closed(self) -> bool:
+        """True once close() has begun: the device takes no new calls."""
+        return self._closing
+
     def __repr__(self) -> str:
-        if self._handle is None:
+        if self._closing:
             return "<tovanel_uvc_stereo.Device closed>"
         info = self.info
         return (
@@ -132,20 +250,32 @@ class Device(OwnedHandle):
             f"serial={info.serial_number!r}>"
         )
 
-    def _live(self) -> int:
-        if self._handle is None:
-            raise _closed()
-        return self._handle
+    def _call(self, function: str, *args) -> None:
+        """Calls the C function with the handle first, the device held open meanwhile; raises its failure."""
+        handle = self._enter()
+        try:
+            with self._serial:
+                code = getattr(_c.lib(), function)(handle, *args)
+        finally:
+            self._leave()
+        if code != _c.OK:
+            raise _c.failure(code)
 
     # --- what the device is ---------------------------------------------------------
 
     def _query(self, closed_value, record_type, function: str, convert):
         """One of the device's descriptions: ``closed_value`` once closed, as a moved-from C++ Device answers."""
-        if self._handle is None:
+        try:
+            handle = self._enter()
+        except UvcStereoError:
             return closed_value
-        record = record_type()
-        _c.check(getattr(_c.lib(), function)(self._handle, byref(record)))
-        return convert(record)
+        try:
+            record = record_type()
+            with self._serial:
+                _c.check(getattr(_c.lib(), function)(handle, byref(record)))
+            return convert(record)
+        finally:
+            self._leave()
 
     @property
     def info(self) -> DeviceInfo:
@@ -192,59 +322,80 @@ class Device(OwnedHandle):
     # --- the JSON configuration -----------------------------------------------------
 
     def read_json(self) -> ReadJsonResult:
-        """Reads the JSON configuration record, minified and validated, with its format version."""
-        handle = self._live()
-        lib = _c.lib()
-        # The text never needs more than the user space and its NUL, so one read suffices.
-        size = self.flash_config.user_space_size + 1
-        while True:
-            buffer = ctypes.create_string_buffer(size)
-            required = c_size_t()
-            version = c_uint16()
-            code = lib.uvc_stereo_device_read_json(handle, buffer, size, byref(required), byref(version))
-            if code == _c.OK:
-                return ReadJsonResult(format_version=version.value, json=_c.text(buffer.raw[: required.value - 1]))
-            if required.value <= size:
-                raise _c.failure(code)
-            size = required.value
+        """Reads the JSON configuration record, minified and validated, with its format version.
+
+        The record stores the bytes it was given, and a string in it may hold any byte above
+        0x7F, UTF-8 or not. Bytes that are not UTF-8 come out as the lone surrogates
+        U+DC80..U+DCFF (Python's "surrogateescape"), which :meth:`write_json` turns back into
+        the same bytes: ``write_json(read_json().json)`` writes the record's text byte for byte.
+        ``text.encode("utf-8", "surrogateescape")`` gives the record's exact bytes.
+        """
+        handle = self._enter()
+        try:
+            lib = _c.lib()
+            # Sized from what the record holds, not from the user space the camera declares (which
+            # may be huge): a first read sized for common records, then, for a larger record, one
+            # sized exactly as the SDK reports from the record's header.
+            size = min(self._user_space_size(handle) + 1, _JSON_FIRST_READ)
+            while True:
+                buffer = ctypes.create_string_buffer(size)
+                required = c_size_t()
+                version = c_uint16()
+                with self._serial:
+                    code = lib.uvc_stereo_device_read_json(handle, buffer, size, byref(required), byref(version))
+                if code == _c.OK:
+                    text = ctypes.string_at(buffer, required.value - 1)
+                    return ReadJsonResult(format_version=version.value, json=_c.text(text))
+                if required.value <= size:
+                    raise _c.failure(code)
+                size = required.value
+        finally:
+            self._leave()
+
+    def _user_space_size(self, handle: int) -> int:
+        config = _c.flash_config_t()
+        with self._serial:
+            _c.check(_c.lib().uvc_stereo_device_flash_config(handle, byref(config)))
+        return config.user_space_size
 
     def write_json(self, text: Union[str, bytes]) -> None:
-        """Validates, minifies and writes ``text`` as the configuration record (format version 0).
-        Invalid JSON raises ``InvalidJson`` and touches nothing."""
-        handle = self._live()
-        data = text.encode("utf-8") if isinstance(text, str) else bytes(text)
-        _c.check(_c.lib().uvc_stereo_device_write_json(handle, data, len(data)))
+        """Validates, minifies and writes ``text`` (a str, or bytes as they are) as the configuration
+        record (format version 0). Invalid JSON raises ``InvalidJson`` and touches nothing.
+
+        A str is written as UTF-8, its lone surrogates U+DC80..U+DCFF as the bytes they stand
+        for (see :meth:`read_json`); any other lone surrogate raises ``ValueError``, and anything
+        but a str or bytes-like object raises ``TypeError``.
+        """
+        data = _convert.json_bytes("write_json", text)
+        self._call("uvc_stereo_device_write_json", data, len(data))
 
     # --- the IMU --------------------------------------------------------------------
 
     def open_imu(self) -> None:
         """Opens the IMU (a no-op when it is open). The JSON configuration is refused until :meth:`close_imu`."""
-        _c.check(_c.lib().uvc_stereo_device_open_imu(self._live()))
+        self._call("uvc_stereo_device_open_imu")
 
     def close_imu(self) -> None:
         """Closes the IMU, if it is open."""
-        _c.check(_c.lib().uvc_stereo_device_close_imu(self._live()))
+        self._call("uvc_stereo_device_close_imu")
 
     def read_imu(self) -> ReadImuResult:
         """Reads one raw sample."""
         sample = _c.imu_sample_t()
-        _c.check(_c.lib().uvc_stereo_device_read_imu(self._live(), byref(sample)))
+        self._call("uvc_stereo_device_read_imu", byref(sample))
         return _convert.sample_from_c(sample)
 
     def imu_conversion_options(self) -> ImuConversionOptions:
         """The scale factors in force: the camera's capability report's, else the defaults."""
         options = _c.imu_conversion_options_t()
-        _c.check(_c.lib().uvc_stereo_device_imu_conversion_options(self._live(), byref(options)))
+        self._call("uvc_stereo_device_imu_conversion_options", byref(options))
         return _convert.conversion_options_from_c(options)
 
     def convert_imu(self, raw: ReadImuResult) -> ConvertedImuResult:
         """Converts a raw sample to degrees Celsius, g and degrees per second with this camera's factors."""
-        handle = self._live()
         sample = _convert.sample_to_c(raw)
         converted = _c.imu_converted_t()
-        _c.check(
-            _c.lib().uvc_stereo_device_convert_imu(handle, ctypes.addressof(sample), ctypes.addressof(converted))
-        )
+        self._call("uvc_stereo_device_convert_imu", ctypes.addressof(sample), ctypes.addressof(converted))
         return _convert.converted_from_c(converted)
 
     def read_imu_samples(self, n: int):
@@ -254,60 +405,85 @@ class Device(OwnedHandle):
         ``host_timestamp_ns``, ``sample_counter``, ``temperature_c``, ``accel_g`` (3) and
         ``gyro_dps`` (3). Without numpy: a list of :class:`ConvertedImuResult`.
         The first failing read or conversion raises; the batch's samples are then dropped.
+
+        The samples are read and converted in chunks of ``IMU_CHUNK``, each by one call into
+        the SDK: between two chunks, Ctrl-C (``KeyboardInterrupt``) ends a long batch, and so
+        does a ``close()`` from another thread (``device is closed or moved-from``).
         """
-        handle = self._live()
+        if isinstance(n, bool):
+            raise TypeError("n must be an int, not bool")
         n = operator.index(n)
         if n < 0:
             raise ValueError(f"n must not be negative, got {n}")
-        buffers = self._buffers_for(n)
-        lib = _c.lib()
-        if n > 0:
-            read = c_size_t()
-            code = lib.uvc_stereo_device_read_imu_samples(handle, buffers.raw_address, n, byref(read))
-            if code != _c.OK:
-                raise _c.failure(code)
-            convert = lib.uvc_stereo_device_convert_imu
-            raw_size = ctypes.sizeof(_c.imu_sample_t)
-            converted_size = ctypes.sizeof(_c.imu_converted_t)
-            raw_addresses = range(buffers.raw_address, buffers.raw_address + n * raw_size, raw_size)
-            converted_addresses = range(
-                buffers.converted_address, buffers.converted_address + n * converted_size, converted_size
-            )
-            for raw_address, converted_address in zip(raw_addresses, converted_addresses):
-                code = convert(handle, raw_address, converted_address)
+        handle = self._enter()
+        buffers = self._take_buffers(min(n, IMU_CHUNK))
+        try:
+            numpy = _numpy.numpy_module()
+            if numpy is None:
+                samples: Any = []
+            else:
+                samples = numpy.empty(n, dtype=_numpy.imu_sample_dtype(numpy))
+                counters, timestamps, temperatures, accels, gyros = buffers.numpy_views(numpy)
+            lib = _c.lib()
+            read_batch = lib.uvc_stereo_device_read_imu_samples
+            convert_batch = lib.uvc_stereo_device_convert_imu_samples
+            done = c_size_t()
+            done_address = ctypes.addressof(done)
+            start = 0
+            while start < n:
+                if self._closing:
+                    raise _closed()
+                count = min(n - start, IMU_CHUNK)
+                with self._serial:
+                    code = read_batch(handle, buffers.raw_address, count, done_address)
+                    if code == _c.OK:
+                        code = convert_batch(
+                            handle, buffers.raw_address, count, buffers.converted_address, done_address
+                        )
                 if code != _c.OK:
                     raise _c.failure(code)
+                stop = start + count
+                if numpy is None:
+                    samples += _convert.converted_list_from_c(buffers.converted, count)
+                else:
+                    chunk = samples[start:stop]
+                    chunk["host_timestamp_ns"] = timestamps[:count]
+                    chunk["sample_counter"] = counters[:count]
+                    chunk["temperature_c"] = temperatures[:count]
+                    chunk["accel_g"] = accels[:count]
+                    chunk["gyro_dps"] = gyros[:count]
+                start = stop
+            return samples
+        finally:
+            # Kept for the next batch, also after a failure or Ctrl-C.
+            self._free_buffers.append(buffers)
+            self._leave()
 
-        numpy = _numpy.numpy_module()
-        if numpy is None:
-            return _convert.converted_list_from_c(buffers.converted, n)
-        raw = numpy.frombuffer(buffers.raw, dtype=numpy.dtype(_c.imu_sample_t), count=n)
-        converted = numpy.frombuffer(buffers.converted, dtype=numpy.dtype(_c.imu_converted_t), count=n)
-        samples = numpy.empty(n, dtype=_numpy.imu_sample_dtype(numpy))
-        samples["host_timestamp_ns"] = converted["host_timestamp_ns"]
-        samples["sample_counter"] = raw["sample_counter"]
-        samples["temperature_c"] = converted["temperature_c"]
-        samples["accel_g"] = converted["accel_g"]
-        samples["gyro_dps"] = converted["gyro_dps"]
-        return samples
-
-    def _buffers_for(self, n: int) -> _ImuBuffers:
-        buffers = self._imu_buffers
+    def _take_buffers(self, n: int) -> _ImuBuffers:
+        # A reading thread takes the device's buffers for its call and puts them back after, so
+        # two threads reading one device at once never share one (list.pop and append are atomic).
+        try:
+            buffers = self._free_buffers.pop()
+        except IndexError:
+            buffers = None
         if buffers is None or buffers.capacity < n:
             buffers = _ImuBuffers(max(n, 1))
-            self._imu_buffers = buffers
         return buffers
 
 
-def close_devices_opened_after(order: int) -> None:
-    """Closes every open device opened after the ``order``-th open (see sim.SimulatedRig)."""
+def rig_created(rig: object) -> None:
+    """A simulated rig is now in force: devices opened from now on belong to it."""
     with _open_lock:
-        devices = [device for device in _open_devices if device._open_order > order]
+        _rigs.append(rig)
+
+
+def close_devices_of_rig(rig: object) -> None:
+    """Closes every open device opened while ``rig`` was in force, in the order they were opened,
+    and forgets the rig (see sim.SimulatedRig)."""
+    with _open_lock:
+        devices = [device for device in _open_devices if device._rig is rig]
     for device in sorted(devices, key=lambda device: device._open_order):
         device.close()
-
-
-def current_open_order() -> int:
-    """How many devices have been opened so far in this process."""
     with _open_lock:
-        return next(_open_order) - 1
+        if rig in _rigs:
+            _rigs.remove(rig)

@@ -44,13 +44,18 @@ def crc32_ieee(data: BytesLike) -> int:
 def minify_and_validate_json(text: Union[str, bytes]) -> str:
     """Checks that ``text`` is exactly one well-formed JSON value and returns it with every
     whitespace byte outside strings removed. Invalid JSON raises ``InvalidJson`` with the
-    offset of the fault."""
-    data = text.encode("utf-8") if isinstance(text, str) else bytes(text)
+    offset of the fault.
+
+    ``text`` is a str or bytes-like (anything else raises ``TypeError``). The bytes of strings
+    are kept as they are: those that are not UTF-8 come back as the lone surrogates
+    U+DC80..U+DCFF (``surrogateescape``), which this function and ``Device.write_json`` turn
+    back into the same bytes."""
+    data = _convert.json_bytes("minify_and_validate_json", text)
     # The result is never longer than the input.
     out = ctypes.create_string_buffer(len(data) + 1)
     required = c_size_t()
     _c.check(_c.lib().uvc_stereo_minify_and_validate_json(data, len(data), out, len(out), byref(required)))
-    return _c.text(out.raw[: required.value - 1])
+    return _c.text(ctypes.string_at(out, required.value - 1))
 
 
 def convert_imu(raw: ReadImuResult, options: ImuConversionOptions) -> ConvertedImuResult:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import functools
 from types import ModuleType
 from typing import Optional
 
@@ -15,6 +16,7 @@ def numpy_module() -> Optional[ModuleType]:
     return numpy
 
 
+@functools.lru_cache(maxsize=None)
 def imu_sample_dtype(numpy: ModuleType):
     """The record of one converted sample in ``Device.read_imu_samples``' array."""
     return numpy.dtype(

@@ -187,16 +187,20 @@ class SimulatedRig(OwnedHandle):
 
     def __init__(self) -> None:
         self._lib = _c.lib()
-        self._opened_before = _device.current_open_order()
         # The C hooks handed to the rig, kept until it is gone: see on_call.
         self._hooks: List[Any] = []
         handle = _c.handle_t()
         _c.check(self._lib.uvc_stereo_rig_create(byref(handle)))
         self._handle: Optional[int] = handle.value
+        # What the devices opened while this rig is in force know it by (not the rig itself,
+        # which they must not keep alive).
+        self._token = object()
+        _device.rig_created(self._token)
 
     def _release(self, handle: int) -> None:
-        # Devices opened on the rig go first: their sessions belong to it.
-        _device.close_devices_opened_after(self._opened_before)
+        # Devices opened while this rig was in force go first: their sessions belong to it. Those
+        # opened on another rig, older or newer, are that rig's to close.
+        _device.close_devices_of_rig(self._token)
         self._lib.uvc_stereo_rig_destroy(handle)
         self._hooks.clear()
 
@@ -231,11 +235,11 @@ class SimulatedRig(OwnedHandle):
             elif name in _TEXT_FIELDS:
                 if not isinstance(value, str):
                     raise TypeError(f"{name} must be a str, not {type(value).__name__}")
-                setattr(record, name, _c.encode(value))
+                setattr(record, name, _c.encode(name, value))
             elif name in _OPTIONAL_TEXT_FIELDS:
                 if value is not None and not isinstance(value, str):
                     raise TypeError(f"{name} must be a str or None, not {type(value).__name__}")
-                setattr(record, name, _c.encode(value))
+                setattr(record, name, _c.encode(name, value))
             elif name == "descriptor_order":
                 record.descriptor_order = DescriptorByteOrder(value)
             elif name == "flash_type":
@@ -363,7 +367,7 @@ class SimulatedRig(OwnedHandle):
     def set_firmware_version(self, camera: int, version: str) -> None:
         _c.check(
             self._lib.uvc_stereo_rig_set_firmware_version(
-                self._live(), _convert.checked_int32("camera", camera), _c.encode(version)
+                self._live(), _convert.checked_int32("camera", camera), _c.encode("version", version)
             )
         )
 
@@ -397,8 +401,8 @@ class SimulatedRig(OwnedHandle):
         records = (_c.rig_capture_device_t * max(len(entries), 1))()
         for record, entry in zip(records, entries):
             record.struct_size = ctypes.sizeof(_c.rig_capture_device_t)
-            record.friendly_name = _c.encode(entry.friendly_name)
-            record.device_path = _c.encode(entry.device_path)
+            record.friendly_name = _c.encode("friendly_name", entry.friendly_name)
+            record.device_path = _c.encode("device_path", entry.device_path)
         _c.check(
             self._lib.uvc_stereo_rig_set_capture_devices(
                 self._live(), _convert.checked_int32("backend", int(backend)), records, len(entries)
@@ -424,7 +428,7 @@ class SimulatedRig(OwnedHandle):
         _c.check(
             self._lib.uvc_stereo_rig_add_fault(
                 self._live(),
-                _c.encode(call),
+                _c.encode("call", call),
                 _convert.checked_uint("nth", nth, "uint32"),
                 _convert.checked_uint("times", times, "uint32"),
                 _convert.checked_int32("vendor_code", vendor_code),
@@ -466,7 +470,7 @@ class SimulatedRig(OwnedHandle):
         if not callable(hook):
             raise TypeError(f"hook must be callable, not {type(hook).__name__}")
         c_hook = _call_hook(call, hook)
-        _c.check(self._lib.uvc_stereo_rig_on_call(self._live(), _c.encode(call), c_hook, None))
+        _c.check(self._lib.uvc_stereo_rig_on_call(self._live(), _c.encode("call", call), c_hook, None))
         # Kept until the rig is closed, even past clear_call_hooks: a call that had already begun, or a
         # hook that clears the hooks itself, may still be running it, and freed code cannot be run.
         self._hooks.append(c_hook)

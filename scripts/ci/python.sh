@@ -2,15 +2,16 @@
 # The Python package: builds the SDK's shared library from scratch, installs the package with
 # the library bundled into a fresh virtual environment without network access, checks that it
 # imports from outside the source tree, runs its pytest suite against the simulated rig twice
-# (with numpy, and with numpy hidden), runs the example, and runs the Python benchmark briefly; a wheel with the
-# library inside is built the same way and installed into another fresh environment
-# (speed is not judged here).
+# (with numpy, and with numpy hidden), runs the example, and runs the Python benchmark briefly
+# (speed is not judged here); a wheel with the library inside is built the same way and installed into another
+# fresh environment. The tests build a small C program of their own, with gcc, to compare the
+# ctypes structures with the C header.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
 
-ensure_packages cmake ninja-build g++ python3 python3-venv python3-pip python3-setuptools python3-wheel \
+ensure_packages cmake ninja-build gcc g++ python3 python3-venv python3-pip python3-setuptools python3-wheel \
   python3-pytest python3-numpy
 
 work="$root/build/ci-python"

@@ -6,7 +6,8 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
 
-ensure_packages cmake ninja-build g++ make libgtest-dev libgmock-dev python3-cffi "${UVC_STEREO_TOOL_PACKAGES[@]}"
+ensure_packages cmake ninja-build g++ make libgtest-dev libgmock-dev python3 python3-pytest python3-numpy python3-cffi \
+  "${UVC_STEREO_TOOL_PACKAGES[@]}"
 
 build="$root/build/ci-sanitizers"
 rm -rf "$build"
@@ -30,6 +31,15 @@ cmake --build "$build/asan" --parallel "$jobs"
 ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1:check_initialization_order=1 \
 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir "$build/asan" --output-on-failure --parallel "$jobs" --exclude-regex '^exported_interface$'
+
+echo "--- AddressSanitizer: the Python package's threads, device lifetimes, batches and text against the sanitized library"
+# Debian's Python itself is not instrumented: the sanitizer's runtime is loaded first, and the interpreter's own
+# allocations that live until exit are not reported as leaks.
+(cd "$root" && LD_PRELOAD="$(gcc -print-file-name=libasan.so)" ASAN_OPTIONS=detect_leaks=0:detect_stack_use_after_return=1 \
+  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 TOVANEL_UVC_STEREO_LIBRARY="$build/asan/libtovanel_uvc_stereo_sdk.so" \
+  PYTHONPATH="$root/python" /usr/bin/python3 -m pytest -p no:cacheprovider -q \
+  python/tests/test_device_lifetime.py python/tests/test_imu_batches.py python/tests/test_text_and_arguments.py \
+  python/tests/test_json_memory.py python/tests/test_interpreter_exit.py python/tests/test_imu.py)
 
 echo "--- ThreadSanitizer: the concurrent test programs"
 tsan_targets=()
