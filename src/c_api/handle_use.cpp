@@ -1,0 +1,44 @@
+#include "c_api/handle_use.h"
+
+#include <string>
+
+namespace tovanel::uvc_stereo::c_api {
+
+Status HandleUse::enter(Kind kind, const char* function) {
+  const std::uint32_t claimed = kind == Kind::UsesCamera ? kCameraInUse : 0u;
+  std::uint32_t seen = state_.load(std::memory_order_relaxed);
+  for (;;) {
+    if ((seen & kClosing) != 0) {
+      return Status(ErrorCode::InvalidArgument, std::string(function) + ": device is closed");
+    }
+    if ((seen & claimed) != 0) {
+      return Status(ErrorCode::InvalidArgument,
+                    std::string(function) + ": another call on this device is using the camera");
+    }
+    if (state_.compare_exchange_weak(seen, (seen + 1) | claimed, std::memory_order_acquire,
+                                     std::memory_order_relaxed)) {
+      return Status();
+    }
+  }
+}
+
+void HandleUse::leave(Kind kind) noexcept {
+  const std::uint32_t released = 1u + (kind == Kind::UsesCamera ? kCameraInUse : 0u);
+  const std::uint32_t before = state_.fetch_sub(released, std::memory_order_release);
+  if ((before & kClosing) != 0 && (before & kCallCount) == 1) {
+    // The last call out wakes the closer; under the mutex, so the wake cannot fall between
+    // the closer's look at the count and its wait.
+    const std::lock_guard<std::mutex> guard(mutex_);
+    left_.notify_all();
+  }
+}
+
+bool HandleUse::closing() const noexcept { return (state_.load(std::memory_order_relaxed) & kClosing) != 0; }
+
+void HandleUse::close() noexcept {
+  state_.fetch_or(kClosing, std::memory_order_acq_rel);
+  std::unique_lock<std::mutex> lock(mutex_);
+  left_.wait(lock, [this] { return (state_.load(std::memory_order_acquire) & kCallCount) == 0; });
+}
+
+}  // namespace tovanel::uvc_stereo::c_api
