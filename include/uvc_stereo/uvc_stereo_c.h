@@ -415,7 +415,10 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device_info(
 
 /* Closes the device (and its IMU reader, which ends its camera session) and frees the
  * handle and its strings; null is harmless. Calls in progress on other threads are waited
- * for (see Threads above); calls that begin meanwhile fail with "device is closed". */
+ * for (see Threads above); calls that begin meanwhile fail with "device is closed". From a
+ * rig hook run by a call on this same device, which could never be waited for, it closes
+ * nothing and leaves InvalidArgument "uvc_stereo_device_close: called from inside a call
+ * on this device (a rig hook); the device stays open" as the thread's last failure. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_close(uvc_stereo_device_t* device);
 
 /* The scanned record the device was opened from. Strings owned by the device. */

@@ -107,7 +107,12 @@ void UVC_STEREO_CALL uvc_stereo_device_close(uvc_stereo_device_t* device) {
     return;
   }
   // Calls still inside the handle on other threads finish (or stop early) before it goes.
-  device->use.close();
+  if (!device->use.close()) {
+    static_cast<void>(c_api::fail(Status(ErrorCode::InvalidArgument,
+                                         "uvc_stereo_device_close: called from inside a call on this device (a rig "
+                                         "hook); the device stays open")));
+    return;
+  }
   delete device;
 }
 

@@ -34,8 +34,11 @@ class HandleUse {
   void leave(Kind kind) noexcept;
   // Whether close() has begun: a long call (many IMU samples) stops early then.
   [[nodiscard]] bool closing() const noexcept;
-  // Refuses every call from now on, then waits until the calls in progress have left.
-  void close() noexcept;
+  // Refuses every call from now on, then waits until the calls in progress have left, and
+  // returns true. Returns false and changes nothing when the calling thread is itself
+  // inside a call that uses the camera on this handle (closing from a rig hook), which
+  // would wait for ever.
+  [[nodiscard]] bool close() noexcept;
 
  private:
   static constexpr std::uint32_t kClosing = 0x80000000u;
@@ -43,6 +46,8 @@ class HandleUse {
   static constexpr std::uint32_t kCallCount = 0x3FFFFFFFu;
 
   std::atomic<std::uint32_t> state_{0};
+  // The thread inside the call that uses the camera (its marker), null when none.
+  std::atomic<const void*> camera_user_{nullptr};
   std::mutex mutex_;
   std::condition_variable left_;
 };

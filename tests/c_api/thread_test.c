@@ -112,6 +112,7 @@ typedef struct reentry {
   uvc_stereo_error_t other_result;
   char same_message[200];
   char other_message[200];
+  char close_message[200];
 } reentry;
 
 static void keep_message(char* out, size_t out_size) {
@@ -128,6 +129,9 @@ static int32_t UVC_STEREO_CALL write_from_hook(const uvc_stereo_rig_call_t* call
     keep_message(tried->same_message, sizeof(tried->same_message));
     tried->other_result = uvc_stereo_device_write_json(tried->other, kJson, sizeof(kJson) - 1);
     keep_message(tried->other_message, sizeof(tried->other_message));
+    uvc_stereo_clear_last_error();
+    uvc_stereo_device_close(tried->same);
+    keep_message(tried->close_message, sizeof(tried->close_message));
   }
   return 0;
 }
@@ -163,6 +167,10 @@ static void a_hook_that_calls_the_sdk_is_refused_and_listed_as_a_broken_rule(voi
   CHECK_TEXT(tried.same_message, "uvc_stereo_device_write_json: another call on this device is using the camera");
   CHECK_EQ(tried.other_result, UVC_STEREO_ERROR_DEVICE_UNAVAILABLE);
   CHECK_TEXT(tried.other_message, kRefusedFromHook);
+  /* Closing the handle whose call runs the hook could never wait for that call: it is refused. */
+  CHECK_TEXT(tried.close_message,
+             "uvc_stereo_device_close: called from inside a call on this device (a rig hook); the device stays open");
+  CHECK_OK(uvc_stereo_device_read_json(tried.same, buffer, sizeof(buffer), NULL, NULL));
 
   CHECK_OK(uvc_stereo_rig_violations(rig, &violations));
   CHECK_OK(uvc_stereo_string_list_count(violations, &count));
