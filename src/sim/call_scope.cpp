@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "bridge/process_lock.h"
+#include "core/guard.h"
 #include "sim/device_record.h"
 
 namespace tovanel::uvc_stereo::sim {
@@ -92,7 +93,9 @@ void VendorCallScope::run_call_hooks() {
   bool threw = false;
   {
     // The call has not looked at any camera yet, so nothing it holds can go stale while
-    // the hooks use the rig.
+    // the hooks use the rig. A hook that ends its thread (pthread_exit) unwinds through the
+    // run, which still takes the state back and counts itself out, so a clear never waits
+    // for a run that is gone.
     const HookRun run(access_, record_.name);
     for (const std::function<void(const VendorCall&)>& hook : matching) {
       // Hooks cleared meanwhile (by an earlier hook, or another thread) do not run: their
@@ -103,11 +106,7 @@ void VendorCallScope::run_call_hooks() {
       if (cleared) {
         break;
       }
-      try {
-        hook(so_far);
-      } catch (...) {
-        threw = true;
-      }
+      detail::catch_failures([&] { hook(so_far); }, [&](const std::exception*) { threw = true; });
     }
   }
   if (threw) {
