@@ -146,6 +146,7 @@ list(APPEND UVC_STEREO_SOURCES
   c_api/device_json.cpp
   c_api/device_list.cpp
   c_api/errors.cpp
+  c_api/handle_use.cpp
   c_api/imu.cpp
   c_api/last_error.cpp
   c_api/library.cpp

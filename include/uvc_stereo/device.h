@@ -43,9 +43,13 @@ class UVC_STEREO_API Device {
   /// Whether kTransportImu is among the transport flags.
   [[nodiscard]] bool has_imu_transport() const noexcept;
 
-  /// Reads the JSON configuration record, minified and validated.
+  /// Reads the JSON configuration record, minified and validated. The text is the record's
+  /// bytes as stored: its JSON structure is checked, its encoding is not, so bytes from
+  /// 0x80 to 0xFF inside strings come back as they are, UTF-8 or not, and writing the text
+  /// back with write_json stores the same bytes.
   [[nodiscard]] Result<ReadJsonResult> read_json();
   /// Validates, minifies and writes `json` as the configuration record (format version 0).
+  /// Bytes inside strings are stored as given, whatever their encoding.
   [[nodiscard]] Status write_json(std::string_view json);
 
   /// Opens the IMU reader (a no-op when one is open). Flash JSON access is refused until close_imu.

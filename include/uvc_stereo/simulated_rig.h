@@ -164,8 +164,20 @@ class UVC_STEREO_API SimulatedRig {
   /// work or meets a fault; it is given the call as recorded so far (name, arguments,
   /// camera). The rig's own members may be used from the hook; vendor calls (through the
   /// SDK) and creating or destroying a rig may not, as the call in progress still holds
-  /// the vendor backend. A hook that throws is a broken rule, listed in violations().
+  /// the vendor backend. A hook that throws is a broken rule, listed in violations(). A
+  /// vendor call made from a hook (directly or through the SDK) is refused rather than
+  /// left to wait for ever: it fails with "ecLibInitFail" (which SonixCam_GetErrorCode
+  /// then reports on that thread, leaving the code of the call in progress alone), so an
+  /// SDK operation started there fails with "SonixCam_Init failed:
+  /// vendor_code=ecLibInitFail(2)"; each such call is listed in violations() as
+  /// "<call> called from a hook on <call in progress>: a hook may use the rig, not the SDK
+  /// or the vendor library".
   void on_call(const std::string& call, std::function<void(const VendorCall&)> hook);
+  /// Removes every hook, and returns only once no hook of this rig is running on any
+  /// thread: whatever the hooks use may be destroyed as soon as it returns. Hooks that a
+  /// call had matched but not yet run when the clear began do not run. Called from a hook,
+  /// it waits for the hooks running on other threads (not for its own run, nor for
+  /// another hook that is clearing too), and the hooks after it in its run do not run.
   void clear_call_hooks();
 
   /// What the rig saw.

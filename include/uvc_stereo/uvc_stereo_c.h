@@ -30,7 +30,13 @@
  *   Structs with defaults other than all-zero have a uvc_stereo_*_defaults() function;
  *   set struct_size, call it, then change what you need.
  *
- * - Strings are UTF-8 and NUL-terminated. A `const char*` that comes out of the SDK is
+ * - Strings are NUL-terminated. The texts the SDK makes itself (messages, names, versions,
+ *   the texts of scanned devices, converted from the system's wide characters) are
+ *   UTF-8. The JSON texts are bytes: the SDK checks their JSON structure, not their
+ *   encoding, and accepts any byte from 0x80 to 0xFF inside a string, so the JSON
+ *   configuration read from a camera is exactly the bytes the record holds (minified), not
+ *   validated as UTF-8, and writing it back as read leaves every byte as it was. A
+ *   `const char*` that comes out of the SDK is
  *   owned by the handle it came from and stays valid until that handle is freed (static
  *   strings, such as error names, stay valid forever). Texts of unbounded length (the
  *   JSON configuration, a minified JSON text) are copied into a caller's buffer: the
@@ -38,9 +44,26 @@
  *   *required_size; when the buffer is too small (or null with size 0) it copies nothing
  *   and fails with UVC_STEREO_ERROR_INVALID_ARGUMENT, having still set *required_size.
  *
- * - Threads. Handles are not internally locked: use one device handle from one thread
- *   at a time. Different handles may be used from different threads; every camera
- *   operation is serialised process-wide by the SDK. The rig handle is thread-safe.
+ * - Threads. Different handles may be used from different threads at once; every camera
+ *   operation is serialised process-wide by the SDK. On one device handle, threads that
+ *   race fail cleanly, never crash:
+ *   - The functions that use the camera or change the device (read_json, write_json,
+ *     open_imu, read_imu, read_imu_samples, close_imu) run one at a time per handle: one
+ *     that begins while another is in progress on the same handle fails at once with
+ *     InvalidArgument "<function>: another call on this device is using the camera".
+ *   - The functions that only read what opening fixed (device_info, capability_info,
+ *     flash_config, imu_transport, transport_flags, has_flash_transport,
+ *     has_imu_transport, imu_conversion_options, convert_imu) may run beside any call.
+ *   - uvc_stereo_device_close may be called while other threads are inside calls on the
+ *     handle (a reader thread, closed from the main thread on Ctrl-C): calls that begin
+ *     after the close has begun fail with InvalidArgument "<function>: device is closed",
+ *     a read_imu_samples in progress stops before its next sample with that failure (its
+ *     *samples_read tells how many it read), and close waits for every call in progress to
+ *     return before it frees the handle. A call that begins after close has returned uses
+ *     freed memory, as with free(): the caller must stop its threads from starting new
+ *     calls on a handle it closes, and close each handle once.
+ *   These checks are one atomic operation per call and allocate nothing.
+ *   The rig handle is thread-safe.
  */
 #ifndef UVC_STEREO_UVC_STEREO_C_H
 #define UVC_STEREO_UVC_STEREO_C_H
@@ -78,7 +101,7 @@ extern "C" {
 #endif
 
 /* ------------------------------------------------------------------------------------ */
-/** Errors                                                                               */
+/* Errors                                                                               */
 /* ------------------------------------------------------------------------------------ */
 
 /** An outcome: UVC_STEREO_OK or one of the codes below (the C++ ErrorCode numbers). */
@@ -118,7 +141,7 @@ UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_last_error_message(void)
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_clear_last_error(void);
 
 /* ------------------------------------------------------------------------------------ */
-/** Library                                                                              */
+/* Library                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
 /** The library's version, "MAJOR.MINOR.PATCH". Static; never null. */
@@ -157,7 +180,7 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_supported_camera_models(uvc_stereo_camera_model_t* models, size_t capacity, size_t* count);
 
 /* ------------------------------------------------------------------------------------ */
-/** Capture backends                                                                     */
+/* Capture backends                                                                     */
 /* ------------------------------------------------------------------------------------ */
 
 /** Capture backends, numbered as OpenCV's capture-API constants of the same names, so a
@@ -174,7 +197,7 @@ enum {
 UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_opencv_backend_name(int32_t backend);
 
 /* ------------------------------------------------------------------------------------ */
-/** Records                                                                              */
+/* Records                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
 /** One capture index: the backend that sees the camera and the index it gives it. */
@@ -350,7 +373,7 @@ uvc_stereo_convert_imu(const uvc_stereo_imu_sample_t* raw, const uvc_stereo_imu_
                        uvc_stereo_imu_converted_t* converted);
 
 /* ------------------------------------------------------------------------------------ */
-/** Scanning                                                                             */
+/* Scanning                                                                             */
 /* ------------------------------------------------------------------------------------ */
 
 /** The cameras one scan found, in enumeration order. */
@@ -374,7 +397,7 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_get(c
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_list_free(uvc_stereo_device_list_t* list);
 
 /* ------------------------------------------------------------------------------------ */
-/** Devices                                                                              */
+/* Devices                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
 /** An opened camera. */
@@ -394,7 +417,11 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device_info(
     const uvc_stereo_device_info_t* info, const uvc_stereo_open_options_t* options, uvc_stereo_device_t** device);
 
 /** Closes the device (and its IMU reader, which ends its camera session) and frees the
- * handle and its strings; null is harmless. */
+ * handle and its strings; null is harmless. Calls in progress on other threads are waited
+ * for (see Threads above); calls that begin meanwhile fail with "device is closed". From a
+ * rig hook run by a call on this same device, which could never be waited for, it closes
+ * nothing and leaves InvalidArgument "uvc_stereo_device_close: called from inside a call
+ * on this device (a rig hook); the device stays open" as the thread's last failure. */
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_close(uvc_stereo_device_t* device);
 
 /** The scanned record the device was opened from. Strings owned by the device. */
@@ -426,7 +453,8 @@ uvc_stereo_device_has_imu_transport(const uvc_stereo_device_t* device, bool* has
  * (may be null). *required_size receives the text's length + 1, also when the buffer is
  * too small (then nothing is copied and the result is InvalidArgument; the record is read
  * again on the next call). The text never needs more than flash_config.user_space_size + 1
- * bytes. */
+ * bytes. It is the record's bytes as stored, not checked to be UTF-8 (see Strings above):
+ * passed back to uvc_stereo_device_write_json, it writes the same bytes again. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_json(uvc_stereo_device_t* device,
                                                                                 char* buffer, size_t buffer_size,
                                                                                 size_t* required_size,
@@ -434,7 +462,7 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_json(
 
 /** Validates, minifies and writes the `json_length` bytes at `json` as the configuration
  * record (format version 0). Invalid JSON is InvalidJson with the offset, and touches
- * nothing. */
+ * nothing. Bytes inside strings are stored as given, whatever their encoding. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_write_json(uvc_stereo_device_t* device,
                                                                                  const char* json, size_t json_length);
 
@@ -474,7 +502,7 @@ uvc_stereo_device_convert_imu_samples(const uvc_stereo_device_t* device, const u
                                       size_t count, uvc_stereo_imu_converted_t* converted, size_t* samples_converted);
 
 /* ------------------------------------------------------------------------------------ */
-/** The simulated camera rig                                                             */
+/* The simulated camera rig                                                             */
 /* ------------------------------------------------------------------------------------ */
 
 /** A simulated camera rig: stands in for the camera vendor library and the capture
@@ -690,20 +718,31 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_calls(u
  * what was given to uvc_stereo_rig_on_call. The hook may use the rig's functions (unplug
  * a camera, cut the power, set flash, add a fault or a hook, clear the hooks), but not the
  * SDK's scan and device functions, nor create or destroy a rig: the call in progress still
- * holds the camera backend. It returns 0 when all went well; any other value is a broken
- * rule, listed in uvc_stereo_rig_violations as "a hook on <call name> threw", and the
- * call goes on. */
+ * holds the camera backend. A camera operation started from a hook anyway is refused, not
+ * left to wait for ever: on the device handle whose call runs the hook it fails with
+ * "<function>: another call on this device is using the camera"; elsewhere its vendor
+ * calls fail with ecLibInitFail (an open or a JSON access then fails with
+ * "SonixCam_Init failed: vendor_code=ecLibInitFail(2)"), and each such vendor call is a
+ * broken rule, listed in uvc_stereo_rig_violations as "<call name> called from a hook on
+ * <call name>: a hook may use the rig, not the SDK or the vendor library". The hook
+ * returns 0 when all went well; any other value is a broken rule, listed in
+ * uvc_stereo_rig_violations as "a hook on <call name> threw", and the call goes on. */
 typedef int32_t(UVC_STEREO_CALL* uvc_stereo_rig_call_hook_t)(const uvc_stereo_rig_call_t* call, void* context);
 
 /** Runs `hook` with `context` (may be null) each time the vendor call named `call` begins
  * ("SonixCam_SectorEraseSF"; "*" every call); the hooks a call matches run in the order
  * they were added. The name is copied; whatever `context` points to must stay valid until
- * the hooks are cleared or the rig is destroyed. */
+ * uvc_stereo_rig_clear_call_hooks has returned or the rig is destroyed. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_on_call(uvc_stereo_rig_t* rig, const char* call,
                                                                            uvc_stereo_rig_call_hook_t hook,
                                                                            void* context);
 
-/** Removes every hook: calls that begin after this returns run none. */
+/** Removes every hook and returns only once no hook of this rig is running on any thread,
+ * so the contexts of the hooks may be freed as soon as it returns. Hooks that a call had
+ * matched but not yet run when the clear began do not run; calls that begin after it run
+ * none. Called from a hook, it waits for the hooks running on other threads (not for its
+ * own call's, nor for another hook that is clearing too), and the hooks after it in its
+ * own call do not run. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_call_hooks(uvc_stereo_rig_t* rig);
 
 /** A list of texts. */

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The whole Linux suite under AddressSanitizer and UndefinedBehaviorSanitizer, then the programs that run the
-# SDK from several threads (the vendor lock, the simulated rig, the device operations, the stress runs) under ThreadSanitizer.
+# SDK from several threads (the vendor lock, the simulated rig, the device operations, the stress runs, the C
+# interface) under ThreadSanitizer.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
@@ -49,7 +50,8 @@ for folder in bridge sim device stress; do
   fi
 done
 configure "$build/tsan" "-Og -g -fsanitize=thread -fno-omit-frame-pointer"
-cmake --build "$build/tsan" --parallel "$jobs" --target "${tsan_targets[@]}"
+# The C test program races threads on device handles and rig hooks as C users do.
+cmake --build "$build/tsan" --parallel "$jobs" --target "${tsan_targets[@]}" c_api_tests
 # Some kernels map memory where ThreadSanitizer's shadow must go unless address randomisation is off.
 run_tsan=()
 if ! TSAN_OPTIONS=halt_on_error=1 "$build/tsan/tests/${tsan_targets[0]}" --gtest_list_tests >/dev/null 2>&1; then
@@ -60,3 +62,5 @@ for target in "${tsan_targets[@]}"; do
   echo "--- tsan: $target"
   TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 "${run_tsan[@]}" "$build/tsan/tests/$target"
 done
+echo "--- tsan: c_api_tests"
+TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 "${run_tsan[@]}" "$build/tsan/tests/c_api/c_api_tests"

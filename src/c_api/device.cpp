@@ -42,10 +42,13 @@ uvc_stereo_error_t fill_struct(const uvc_stereo_device_t* device, Struct* out, c
   return c_api::guarded(function, [&] {
     Status checked = c_api::first_failure(c_api::require(device, function, "device"),
                                           c_api::require_struct(out, function, name, type_name));
-    if (checked.ok()) {
-      fill(*device, *out);
+    if (!checked.ok()) {
+      return checked;
     }
-    return checked;
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::Reading, function, [&] {
+      fill(*device, *out);
+      return Status();
+    });
   });
 }
 
@@ -56,10 +59,13 @@ uvc_stereo_error_t answer_value(const uvc_stereo_device_t* device, Value* out, c
   return c_api::guarded(function, [&] {
     Status checked =
         c_api::first_failure(c_api::require(device, function, "device"), c_api::require(out, function, name));
-    if (checked.ok()) {
-      *out = get(device->device);
+    if (!checked.ok()) {
+      return checked;
     }
-    return checked;
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::Reading, function, [&] {
+      *out = get(device->device);
+      return Status();
+    });
   });
 }
 
@@ -96,7 +102,19 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_open_device_info(const uvc_stereo_
   });
 }
 
-void UVC_STEREO_CALL uvc_stereo_device_close(uvc_stereo_device_t* device) { delete device; }
+void UVC_STEREO_CALL uvc_stereo_device_close(uvc_stereo_device_t* device) {
+  if (device == nullptr) {
+    return;
+  }
+  // Calls still inside the handle on other threads finish (or stop early) before it goes.
+  if (!device->use.close()) {
+    static_cast<void>(c_api::fail(Status(ErrorCode::InvalidArgument,
+                                         "uvc_stereo_device_close: called from inside a call on this device (a rig "
+                                         "hook); the device stays open")));
+    return;
+  }
+  delete device;
+}
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_info(const uvc_stereo_device_t* device,
                                                           uvc_stereo_device_info_t* info) {

@@ -1,6 +1,7 @@
 // The IMU family of a device in the C interface: open, read, close and convert.
 
 #include <cstddef>
+#include <string>
 
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
@@ -30,7 +31,11 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_open_imu(uvc_stereo_device_
   constexpr const char* kFunction = "uvc_stereo_device_open_imu";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::require(device, kFunction, "device");
-    return checked.ok() ? device->device.open_imu() : checked;
+    if (!checked.ok()) {
+      return checked;
+    }
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::UsesCamera, kFunction,
+                               [&] { return device->device.open_imu(); });
   });
 }
 
@@ -41,7 +46,11 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu(uvc_stereo_device_
     Status checked =
         c_api::first_failure(c_api::require(device, kFunction, "device"),
                              c_api::require_struct(sample, kFunction, "sample", "uvc_stereo_imu_sample_t"));
-    return checked.ok() ? read_one(device->device, *sample) : checked;
+    if (!checked.ok()) {
+      return checked;
+    }
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::UsesCamera, kFunction,
+                               [&] { return read_one(device->device, *sample); });
   });
 }
 
@@ -59,16 +68,26 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_imu_samples(uvc_stereo
     if (count != 0) {
       checked = c_api::require(samples, kFunction, "samples");
     }
-    for (std::size_t i = 0; checked.ok() && i < count; ++i) {
-      checked = c_api::require_struct(samples + i, kFunction, "samples[i]", "uvc_stereo_imu_sample_t");
-      if (checked.ok()) {
-        checked = read_one(device->device, samples[i]);
-      }
-      if (checked.ok()) {
-        *samples_read = i + 1;
-      }
+    if (!checked.ok()) {
+      return checked;
     }
-    return checked;
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::UsesCamera, kFunction, [&] {
+      Status read;
+      for (std::size_t i = 0; read.ok() && i < count; ++i) {
+        // A close begun on another thread ends the run between two samples.
+        if (device->use.closing()) {
+          return Status(ErrorCode::InvalidArgument, std::string(kFunction) + ": device is closed");
+        }
+        read = c_api::require_struct(samples + i, kFunction, "samples[i]", "uvc_stereo_imu_sample_t");
+        if (read.ok()) {
+          read = read_one(device->device, samples[i]);
+        }
+        if (read.ok()) {
+          *samples_read = i + 1;
+        }
+      }
+      return read;
+    });
   });
 }
 
@@ -76,7 +95,11 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_close_imu(uvc_stereo_device
   constexpr const char* kFunction = "uvc_stereo_device_close_imu";
   return c_api::guarded(kFunction, [&] {
     Status checked = c_api::require(device, kFunction, "device");
-    return checked.ok() ? device->device.close_imu() : checked;
+    if (!checked.ok()) {
+      return checked;
+    }
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::UsesCamera, kFunction,
+                               [&] { return device->device.close_imu(); });
   });
 }
 
@@ -90,12 +113,14 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_imu_conversion_options(
     if (!checked.ok()) {
       return checked;
     }
-    const Result<ImuConversionOptions> in_force = device->device.imu_conversion_options();
-    if (!in_force.ok()) {
-      return in_force.status();
-    }
-    c_api::to_c(in_force.value(), *options);
-    return Status();
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::Reading, kFunction, [&] {
+      const Result<ImuConversionOptions> in_force = device->device.imu_conversion_options();
+      if (!in_force.ok()) {
+        return in_force.status();
+      }
+      c_api::to_c(in_force.value(), *options);
+      return Status();
+    });
   });
 }
 
@@ -111,12 +136,14 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_convert_imu(const uvc_stere
     if (!checked.ok()) {
       return checked;
     }
-    const Result<ConvertedImuResult> result = device->device.convert_imu(c_api::from_c(*raw));
-    if (!result.ok()) {
-      return result.status();
-    }
-    c_api::to_c(result.value(), *converted);
-    return Status();
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::Reading, kFunction, [&] {
+      const Result<ConvertedImuResult> result = device->device.convert_imu(c_api::from_c(*raw));
+      if (!result.ok()) {
+        return result.status();
+      }
+      c_api::to_c(result.value(), *converted);
+      return Status();
+    });
   });
 }
 

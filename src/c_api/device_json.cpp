@@ -22,15 +22,17 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_read_json(uvc_stereo_device
     if (!checked.ok()) {
       return checked;
     }
-    const Result<ReadJsonResult> read = device->device.read_json();
-    if (!read.ok()) {
-      return read.status();
-    }
-    Status copied = c_api::copy_text(read.value().json, buffer, buffer_size, required_size, kFunction);
-    if (copied.ok() && format_version != nullptr) {
-      *format_version = read.value().format_version;
-    }
-    return copied;
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::UsesCamera, kFunction, [&] {
+      const Result<ReadJsonResult> read = device->device.read_json();
+      if (!read.ok()) {
+        return read.status();
+      }
+      Status copied = c_api::copy_text(read.value().json, buffer, buffer_size, required_size, kFunction);
+      if (copied.ok() && format_version != nullptr) {
+        *format_version = read.value().format_version;
+      }
+      return copied;
+    });
   });
 }
 
@@ -45,7 +47,9 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_write_json(uvc_stereo_devic
     if (!checked.ok()) {
       return checked;
     }
-    return device->device.write_json(std::string_view(json_length == 0 ? "" : json, json_length));
+    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::UsesCamera, kFunction, [&] {
+      return device->device.write_json(std::string_view(json_length == 0 ? "" : json, json_length));
+    });
   });
 }
 

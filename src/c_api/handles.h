@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "c_api/handle_use.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -20,6 +21,8 @@ struct uvc_stereo_device_t {
   explicit uvc_stereo_device_t(tovanel::uvc_stereo::Device&& opened);
 
   tovanel::uvc_stereo::Device device;
+  // The calls inside the handle, so that racing threads are refused and closing waits.
+  mutable tovanel::uvc_stereo::c_api::HandleUse use;
   // The capability report in C form, made once, for capability_info to point at.
   uvc_stereo_capability_report_t report{};
   bool has_report = false;

@@ -26,6 +26,13 @@ VendorCallScope::VendorCallScope(const char* name, const SonixLib::scDevice_t* d
     return;
   }
   record_.open_sessions = rig().open_sessions;
+  if (reentered()) {
+    // The call that ran the hook holds the backend until its hooks return, so this one
+    // cannot be served; it is refused (see admit) and runs no hooks of its own.
+    add_violation(record_.name + " called from a hook on " + *access_.hooked_call() +
+                  ": a hook may use the rig, not the SDK or the vendor library");
+    return;
+  }
   if (!record_.lock_held) {
     add_violation(record_.name + " called without the vendor lock held");
   }
@@ -44,6 +51,32 @@ VendorCallScope::~VendorCallScope() {
   }
 }
 
+namespace {
+
+// One run of a call's hooks, counted in the rig for as long as it lives, so that clearing
+// the hooks can wait for it; the rig's state is let go meanwhile (and taken back at the
+// end, however the run ends).
+class HookRun {
+ public:
+  HookRun(RigAccess& access, const std::string& call) : access_(access), mark_(access.state(), &call) {
+    ++access_.state()->hook_runs;
+    access_.release_state();
+  }
+  ~HookRun() {
+    access_.retake_state();
+    --access_.state()->hook_runs;
+    access_.state()->hook_runs_changed.notify_all();
+  }
+  HookRun(const HookRun&) = delete;
+  HookRun& operator=(const HookRun&) = delete;
+
+ private:
+  RigAccess& access_;
+  HookRunMark mark_;
+};
+
+}  // namespace
+
 void VendorCallScope::run_call_hooks() {
   // Copies, so that a hook may add or clear hooks while it runs.
   std::vector<std::function<void(const VendorCall&)>> matching;
@@ -56,15 +89,26 @@ void VendorCallScope::run_call_hooks() {
     return;
   }
   const VendorCall so_far = record_;
-  // The rig's state is let go while the hooks run, so they may use the rig's members; the
-  // call has not looked at any camera yet, so nothing it holds can go stale.
-  access_.release_state();
+  const std::uint64_t clears_before = rig().hook_clears;
   bool threw = false;
-  for (const std::function<void(const VendorCall&)>& run : matching) {
-    // A hook that ends its thread (pthread_exit) unwinds past here with the state let go, as the thread asked.
-    detail::catch_failures([&] { run(so_far); }, [&](const std::exception*) { threw = true; });
+  {
+    // The call has not looked at any camera yet, so nothing it holds can go stale while
+    // the hooks use the rig. A hook that ends its thread (pthread_exit) unwinds through the
+    // run, which still takes the state back and counts itself out, so a clear never waits
+    // for a run that is gone.
+    const HookRun run(access_, record_.name);
+    for (const std::function<void(const VendorCall&)>& hook : matching) {
+      // Hooks cleared meanwhile (by an earlier hook, or another thread) do not run: their
+      // context may be gone as soon as the clear returns.
+      access_.retake_state();
+      const bool cleared = rig().hook_clears != clears_before;
+      access_.release_state();
+      if (cleared) {
+        break;
+      }
+      detail::catch_failures([&] { hook(so_far); }, [&](const std::exception*) { threw = true; });
+    }
   }
-  access_.retake_state();
   if (threw) {
     add_violation("a hook on " + record_.name + " threw");
   }
@@ -77,6 +121,9 @@ void VendorCallScope::add_violation(std::string text) { rig().violations.push_ba
 std::optional<VendorFault> VendorCallScope::take_fault() { return rig().faults.on_call(record_.name); }
 
 bool VendorCallScope::admit(bool needs_session) {
+  if (reentered()) {
+    return fail(kRefusedFromHook);
+  }
   if (std::optional<VendorFault> fault = take_fault()) {
     if (!fault->still_answers) {
       return fail(fault->vendor_code, fault->error_code_query_fails);
@@ -107,9 +154,12 @@ CameraState* VendorCallScope::admit_device() {
 }
 
 bool VendorCallScope::fail(std::int32_t vendor_code, bool error_code_query_fails) noexcept {
-  rig().last_error = vendor_code;
-  rig().last_error_query_fails = error_code_query_fails;
   record_.succeeded = false;
+  // The error code left behind belongs to the call that ran the hook.
+  if (!reentered()) {
+    rig().last_error = vendor_code;
+    rig().last_error_query_fails = error_code_query_fails;
+  }
   return false;
 }
 

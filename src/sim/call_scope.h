@@ -20,8 +20,15 @@ class VendorCallScope {
   VendorCallScope(const VendorCallScope&) = delete;
   VendorCallScope& operator=(const VendorCallScope&) = delete;
 
+  // What a call made from a hook fails with, and what SonixCam_GetErrorCode then answers
+  // on that thread: the library refuses to work for a caller inside one of its own calls.
+  static constexpr std::int32_t kRefusedFromHook = SonixLib::ecLibInitFail;
+
   // False when no rig is active; then nothing else may be used and the call fails.
   [[nodiscard]] bool rig_active() const noexcept { return access_.state() != nullptr; }
+  // Made from a hook of a call still in progress on this thread: it is a broken rule, and
+  // admit() refuses it without touching the rig or the error code of that call.
+  [[nodiscard]] bool reentered() const noexcept { return access_.reentered(); }
   [[nodiscard]] SimulatedRig::State& rig() const noexcept { return *access_.state(); }
   // The camera the device record names, plugged or not; null when it names none.
   [[nodiscard]] CameraState* named_camera() const noexcept;

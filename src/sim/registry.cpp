@@ -12,6 +12,10 @@ std::mutex& registry_mutex() noexcept {
 // The newest living rig; each links to the one alive before it.
 SimulatedRig::State* g_newest = nullptr;
 
+// The rig whose call hooks this thread is running, and the call that runs them.
+thread_local SimulatedRig::State* t_hooked_rig = nullptr;
+thread_local const std::string* t_hooked_call = nullptr;
+
 }  // namespace
 
 void activate_rig(SimulatedRig::State* state) noexcept {
@@ -31,7 +35,27 @@ void deactivate_rig(SimulatedRig::State* state) noexcept {
   }
 }
 
-RigAccess::RigAccess() : registry_(registry_mutex()), state_(g_newest) {
+HookRunMark::HookRunMark(SimulatedRig::State* state, const std::string* call) noexcept
+    : previous_state_(t_hooked_rig), previous_call_(t_hooked_call) {
+  t_hooked_rig = state;
+  t_hooked_call = call;
+}
+
+HookRunMark::~HookRunMark() {
+  t_hooked_rig = previous_state_;
+  t_hooked_call = previous_call_;
+}
+
+bool running_hooks_of(const SimulatedRig::State* state) noexcept { return state != nullptr && t_hooked_rig == state; }
+
+RigAccess::RigAccess() {
+  if (t_hooked_rig != nullptr) {
+    state_ = t_hooked_rig;
+    hooked_call_ = t_hooked_call;
+  } else {
+    registry_ = std::unique_lock<std::mutex>(registry_mutex());
+    state_ = g_newest;
+  }
   if (state_ != nullptr) {
     state_lock_ = std::unique_lock<std::mutex>(state_->mutex);
   }

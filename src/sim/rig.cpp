@@ -195,8 +195,20 @@ void SimulatedRig::on_call(const std::string& call, std::function<void(const Ven
 }
 
 void SimulatedRig::clear_call_hooks() {
-  const Guard guard(state_->mutex);
+  std::unique_lock<std::mutex> lock(state_->mutex);
   state_->call_hooks.clear();
+  ++state_->hook_clears;
+  // Waits for the hooks already running to return. A hook that clears cannot wait for its
+  // own run, nor for another run that is clearing too (each would wait for the other): it
+  // waits for the runs that are not clearing.
+  if (!running_hooks_of(state_.get())) {
+    state_->hook_runs_changed.wait(lock, [this] { return state_->hook_runs == 0; });
+    return;
+  }
+  ++state_->clearing_hook_runs;
+  state_->hook_runs_changed.notify_all();
+  state_->hook_runs_changed.wait(lock, [this] { return state_->hook_runs == state_->clearing_hook_runs; });
+  --state_->clearing_hook_runs;
 }
 
 std::vector<VendorCall> SimulatedRig::calls() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -73,6 +74,13 @@ struct SimulatedRig::State {
     std::function<void(const VendorCall&)> run;
   };
   std::vector<CallHook> call_hooks;
+  // Clearing the hooks waits for the hooks already running, so that whatever they use may
+  // be freed as soon as it returns: runs in progress, the clearers among them (a hook that
+  // clears), and a count of clears that stops a run between two of its hooks.
+  int hook_runs = 0;
+  int clearing_hook_runs = 0;
+  std::uint64_t hook_clears = 0;
+  std::condition_variable hook_runs_changed;
   std::vector<VendorCall> calls;
   std::vector<std::string> violations;
   std::map<OpenCvBackend, std::vector<SimulatedCaptureDevice>> capture_devices;

@@ -64,6 +64,13 @@ bool sim_get_error_code(SonixLib::scDevice_t* device, SonixLib::scErrorCode_t* c
   if (!call.rig_active()) {
     return false;
   }
+  if (call.reentered()) {
+    // The only failure a call made from a hook can have met is the refusal.
+    if (code != nullptr) {
+      *code = static_cast<SonixLib::scErrorCode_t>(VendorCallScope::kRefusedFromHook);
+    }
+    return code != nullptr && call.succeed();
+  }
   if (const std::optional<VendorFault> fault = call.take_fault()) {
     // Even a failing query leaves a code behind, which callers must not trust.
     if (code != nullptr) {

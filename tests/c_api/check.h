@@ -67,6 +67,7 @@ void imu_tests(void);
 void imu_batch_tests(void);
 void rig_tests(void);
 void argument_tests(void);
+void thread_tests(void);
 
 /* How many checks failed so far. */
 int check_failures(void);

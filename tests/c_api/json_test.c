@@ -175,8 +175,48 @@ static void json_access_waits_for_the_imu_to_close(void) {
   finish_rig(rig);
 }
 
+/* A read-modify-write must not change a byte it never touched: every byte from 0x80 to 0xFF
+ * inside a string (no valid UTF-8 among many of them) comes back as written, and writing back
+ * what was read leaves the record as it was. */
+static void every_byte_above_0x7f_inside_a_string_goes_round_unchanged(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_device_t* device = open_json_camera(rig, &camera);
+  static const char kTail[] = "\",\"name\":\"caf\xe9\"}";
+  char written[160];
+  char text[256];
+  size_t length = 0;
+  size_t required = 0;
+  unsigned value;
+
+  memcpy(written, "{\"bytes\":\"", 10);
+  length = 10;
+  for (value = 0x80; value <= 0xFF; ++value) {
+    written[length++] = (char)value;
+  }
+  memcpy(written + length, kTail, sizeof(kTail));
+  length += sizeof(kTail) - 1;
+
+  CHECK_OK(uvc_stereo_device_write_json(device, written, length));
+  CHECK_OK(uvc_stereo_device_read_json(device, text, sizeof(text), &required, NULL));
+  CHECK_EQ(required, length + 1);
+  CHECK(memcmp(text, written, length + 1) == 0);
+  for (value = 0x80; value <= 0xFF; ++value) {
+    CHECK_EQ((unsigned char)text[10 + (value - 0x80)], value);
+  }
+
+  read_user_space(rig, g_before);
+  CHECK_OK(uvc_stereo_device_write_json(device, text, required - 1));
+  read_user_space(rig, g_after);
+  CHECK(memcmp(g_before, g_after, kFallbackUserSpaceSize) == 0);
+  uvc_stereo_device_close(device);
+  finish_rig(rig);
+}
+
 void json_tests(void) {
   run_case("Json.WrittenJsonReadsBackMinified", written_json_reads_back_minified);
+  run_case("Json.EveryByteAbove0x7fInsideAStringGoesRoundUnchanged",
+           every_byte_above_0x7f_inside_a_string_goes_round_unchanged);
   run_case("Json.InvalidJsonIsRefusedWithItsOffsetAndTouchesNothing",
            invalid_json_is_refused_with_its_offset_and_touches_nothing);
   run_case("Json.JsonLargerThanTheUserSpaceIsRefusedBeforeTheCameraIsAsked",

@@ -14,6 +14,7 @@ int main(void) {
   imu_batch_tests();
   rig_tests();
   argument_tests();
+  thread_tests();
   if (check_failures() != 0) {
     printf("%d check(s) failed\n", check_failures());
     return 1;
