@@ -1,15 +1,23 @@
 #include "linux/linux_fixture.h"
 
+#include <functional>
+#include <map>
+#include <optional>
 #include <utility>
 
+#include "support/allocation_counter.h"
 #include "support/reported_imu.h"
 
 namespace tovanel::uvc_stereo::linux_testing {
 namespace {
 
+// Room for the calls of any one test, so that recording one allocates nothing.
+constexpr std::size_t kRecordedCalls = 4096;
+
 struct Audit {
   std::mutex mutex;
   std::vector<AuditedCall> calls;
+  std::map<std::string, std::function<void()>> before_call;
   int open_sessions = 0;
 };
 
@@ -19,16 +27,30 @@ Audit& audit() {
 }
 
 // Records one call around the Linux backend's own answer.
+// The record is the test's bookkeeping, not the backend's work: it is left out of any allocation count.
 template <typename Call>
 bool audited(const char* name, Call call) {
+  std::optional<test_support::UncountedAllocations> uncounted(std::in_place);
   AuditedCall record;
   record.name = name;
   record.lock_held = vendor::process_lock_held_by_this_thread();
+  std::function<void()> action;
   {
     const std::lock_guard<std::mutex> guard(audit().mutex);
     record.open_sessions = audit().open_sessions;
+    const auto planned = audit().before_call.find(record.name);
+    if (planned != audit().before_call.end()) {
+      action = std::move(planned->second);
+      audit().before_call.erase(planned);
+    }
   }
-  record.succeeded = call();
+  if (action) {
+    action();
+  }
+  uncounted.reset();
+  const bool succeeded = call();
+  uncounted.emplace();
+  record.succeeded = succeeded;
   const std::lock_guard<std::mutex> guard(audit().mutex);
   if (record.succeeded && record.name == "SonixCam_Init") {
     ++audit().open_sessions;
@@ -107,6 +129,13 @@ std::vector<AuditedCall> audited_calls() {
 void clear_audited_calls() {
   const std::lock_guard<std::mutex> guard(audit().mutex);
   audit().calls.clear();
+  audit().calls.reserve(kRecordedCalls);
+  audit().before_call.clear();
+}
+
+void before_next_call(const std::string& name, std::function<void()> action) {
+  const std::lock_guard<std::mutex> guard(audit().mutex);
+  audit().before_call[name] = std::move(action);
 }
 
 std::vector<std::string> audit_violations() {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -30,6 +31,9 @@ struct AuditedCall {
 [[nodiscard]] const vendor::VendorBackend& audited_linux_backend() noexcept;
 [[nodiscard]] std::vector<AuditedCall> audited_calls();
 void clear_audited_calls();
+// Runs `action` once, just before the backend receives the next call named `name` (to change the camera at that
+// moment, say).
+void before_next_call(const std::string& name, std::function<void()> action);
 // Broken rules among the calls so far; empty when all was well.
 [[nodiscard]] std::vector<std::string> audit_violations();
 
