@@ -267,6 +267,22 @@ bool linux_get_error_code(SonixLib::scDevice_t*, scErrorCode_t* code) {
   return true;
 }
 
+// How many bytes of UTF-8 `text` fit in `capacity` without cutting a character: all of it
+// when it fits, else up to the last character boundary within it. A string descriptor holds
+// up to 126 UTF-16 code units, up to 378 bytes of UTF-8: a buffer that large gets the text
+// whole, and a smaller one gets a shorter text that is still valid.
+std::size_t whole_characters_within(const std::string& text, std::size_t capacity) noexcept {
+  if (text.size() <= capacity) {
+    return text.size();
+  }
+  std::size_t cut = capacity;
+  // Step back over continuation bytes (10xxxxxx) to the start of the character that would be split.
+  while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0u) == 0x80u) {
+    --cut;
+  }
+  return cut;
+}
+
 // The sysfs text of USB string descriptor `index`; null when the device has no such string.
 const std::optional<std::string>* string_of(const LinuxUvcCamera& camera, std::uint8_t index) {
   const UsbDeviceDescriptor& device = camera.descriptors.device;
@@ -313,7 +329,8 @@ bool linux_get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, s
       return fail(SonixLib::ecGetKsControlFail);
     }
     std::memset(buffer, 0, length);
-    std::memcpy(buffer, (*text)->data(), std::min<std::size_t>((*text)->size(), length));
+    const std::size_t copied = whole_characters_within((**text), length);
+    std::memcpy(buffer, (*text)->data(), copied);
     return true;
   });
 }
