@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -92,6 +93,11 @@ int FakeKernel::replug(int camera, const FakeUvcCamera& replacement) {
 void FakeKernel::fail_next_control_query(int error) {
   const std::lock_guard<std::mutex> guard(mutex_);
   failing_query_error_ = error;
+}
+
+void FakeKernel::exhaust_memory_on_next_open() {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  open_exhausts_memory_ = true;
 }
 
 void FakeKernel::log_accesses(bool on) {
@@ -238,6 +244,9 @@ int FakeKernel::open_node(const char* path, int) {
 
 int FakeKernel::open_locked(const std::string& path) {
   record("open " + path);
+  if (std::exchange(open_exhausts_memory_, false)) {
+    throw std::bad_alloc();
+  }
   std::error_code error;
   if (!fs::exists(path, error)) {
     errno = ENOENT;

@@ -65,6 +65,8 @@ class FakeKernel {
   int replug(int camera, const FakeUvcCamera& replacement);
   // The next control query fails with `error` without reaching the camera.
   void fail_next_control_query(int error);
+  // Opening the next device node runs out of memory: it throws std::bad_alloc.
+  void exhaust_memory_on_next_open();
   // Removes the sysfs video class, as on a machine whose video layer is not loaded.
   void remove_video_class();
 
@@ -112,6 +114,7 @@ class FakeKernel {
   int next_device_number_ = 2;
   bool logging_ = true;
   int failing_query_error_ = 0;
+  bool open_exhausts_memory_ = false;
   std::atomic<long> control_queries_{0};
   std::vector<KernelAccess> accesses_;
 };

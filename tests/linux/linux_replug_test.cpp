@@ -130,6 +130,19 @@ TEST_F(LinuxReplug, AFailedReadOfACameraStillThereKeepsItsOwnCodeAndTheNextReadW
   ASSERT_TRUE(device.value().close_imu().ok());
 }
 
+TEST_F(LinuxReplug, MemoryRunningOutInAnOperationIsMemoryMallocFailAndTheNextOneWorks) {
+  kernel_.add_camera(supported_camera("SN-A", "1-2", 0));
+  Result<Device> device = open_device(camera_with_serial("SN-A"));
+  ASSERT_TRUE(device.ok()) << device.status().message();
+  before_next_call("SonixCam_SetNodeID", [&] { kernel_.exhaust_memory_on_next_open(); });
+  const Status failed = device.value().open_imu();
+  EXPECT_EQ(failed.code(), ErrorCode::PlatformError);
+  EXPECT_EQ(failed.message(), "SonixCam_SetNodeID failed: vendor_code=ecMemoryMallocFail(6)");
+  ASSERT_TRUE(device.value().open_imu().ok());
+  EXPECT_TRUE(device.value().read_imu().ok());
+  ASSERT_TRUE(device.value().close_imu().ok());
+}
+
 TEST_F(LinuxReplug, ARecordTheBackendDidNotHandOutNamesNoCamera) {
   kernel_.add_camera(supported_camera("SN-A", "1-2", 0));
   const win_detail::SonixGlobalLock lock;

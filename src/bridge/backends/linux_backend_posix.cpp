@@ -16,6 +16,7 @@
 #include "bridge/device_record_text.h"
 #include "bridge/linux_kernel.h"
 #include "core/format.h"
+#include "core/guard.h"
 #include "imu/model_table.h"
 
 namespace tovanel::uvc_stereo::vendor {
@@ -182,15 +183,14 @@ OpenCaptureNode* capture_node_of(const LinuxUvcCamera& camera) {
   return &state.nodes.back();
 }
 
+// Every operation's edge: what it throws becomes the code the vendor library would report
+// (ecMemoryMallocFail when memory ran out, ecUnknow otherwise); a thread ending inside passes.
 template <typename Operation>
-bool guarded(Operation operation) noexcept {
-  try {
-    return operation();
-  } catch (const std::bad_alloc&) {
-    return fail(SonixLib::ecMemoryMallocFail);
-  } catch (...) {
-    return fail(SonixLib::ecUnknow);
-  }
+bool guarded(Operation operation) {
+  return detail::catch_failures(operation, [](const std::exception* failure) {
+    return fail(dynamic_cast<const std::bad_alloc*>(failure) != nullptr ? SonixLib::ecMemoryMallocFail
+                                                                        : SonixLib::ecUnknow);
+  });
 }
 
 bool linux_init() {
