@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the benchmarks (Release) and runs the side-by-side comparison of the SDK's checksums and JSON minifier
 # with zlib, ISA-L, simdjson and RapidJSON, then the Google Benchmark programs for the checksums, the minifier, the
-# IMU read and the device scan. Installs what it needs from Debian's packages when it is missing.
+# IMU read (through the simulated rig, and through the Linux backend beside its bare control query) and the device
+# scan. Installs what it needs from Debian's packages when it is missing.
 #
 #   bash scripts/bench.sh            full run: the figures worth quoting (a few minutes)
 #   bash scripts/bench.sh --quick    every program once, briefly: proves they build, agree and run
@@ -24,7 +25,7 @@ ensure_packages cmake ninja-build g++ pkg-config libbenchmark-dev zlib1g-dev lib
 build=${UVC_STEREO_BENCH_BUILD:-$root/build/bench}
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DUVC_STEREO_BUILD_BENCHMARKS=ON \
   -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_TOOLS=OFF
-programs=(bench_crc bench_json bench_imu bench_scan bench_c_api)
+programs=(bench_crc bench_json bench_imu bench_linux_imu bench_scan bench_c_api)
 cmake --build "$build" --parallel "$(nproc)" --target uvc_stereo_compare "${programs[@]}"
 
 if [ "$quick" -eq 1 ]; then

@@ -85,6 +85,7 @@ list(APPEND UVC_STEREO_SOURCES
   bridge/backends/linux_descriptors.cpp
   bridge/backends/linux_kernel_posix.cpp
   bridge/backends/linux_sysfs_posix.cpp
+  bridge/backends/linux_usb_identity.cpp
   bridge/backends/linux_uvc_ioctl_posix.cpp
   bridge/backends/platform_backend_posix.cpp
   bridge/backends/real_library_win.cpp

@@ -12,7 +12,8 @@ source "$root/scripts/lib/packages.sh"
 ensure_packages cmake ninja-build clang-14 libclang-rt-14-dev llvm-14 "${UVC_STEREO_TOOL_PACKAGES[@]}"
 
 seconds=${UVC_STEREO_FUZZ_SECONDS:-60}
-targets=(json_minifier flash_record capability_report windows_path imu_payload tool_json tool_arguments)
+targets=(json_minifier flash_record capability_report windows_path imu_payload tool_json tool_arguments linux_descriptors
+  linux_sysfs)
 build="$root/build/ci-fuzz"
 rm -rf "$build"
 

@@ -10,10 +10,13 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <new>
 #include <stdexcept>
+#include <utility>
 
 #include "bridge/process_lock.h"
 #include "sim/extension_unit.h"
+#include "support/allocation_counter.h"
 
 namespace tovanel::uvc_stereo::linux_testing {
 namespace {
@@ -73,6 +76,36 @@ FakeKernel::~FakeKernel() {
 
 int FakeKernel::add_camera(const FakeUvcCamera& camera) {
   const std::lock_guard<std::mutex> guard(mutex_);
+  return add_camera_locked(camera);
+}
+
+int FakeKernel::replug(int camera, const FakeUvcCamera& replacement) {
+  unplug(camera);
+  const std::lock_guard<std::mutex> guard(mutex_);
+  const Camera& old = cameras_.at(static_cast<std::size_t>(camera));
+  FakeUvcCamera moved = replacement;
+  moved.bus_name = old.config.bus_name;
+  moved.capture_node = old.config.capture_node;
+  moved.metadata_node = old.config.metadata_node;
+  return add_camera_locked(moved);
+}
+
+void FakeKernel::fail_next_control_query(int error) {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  failing_query_error_ = error;
+}
+
+void FakeKernel::exhaust_memory_on_next_open() {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  open_exhausts_memory_ = true;
+}
+
+void FakeKernel::log_accesses(bool on) {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  logging_ = on;
+}
+
+int FakeKernel::add_camera_locked(const FakeUvcCamera& camera) {
   const sim::SimulatedCamera& model = camera.model;
   UvcDescriptorSpec spec;
   spec.vendor_id = model.vendor_id;
@@ -97,7 +130,7 @@ int FakeKernel::add_camera(const FakeUvcCamera& camera) {
   write_file(added.usb_directory / "idVendor", hex4(model.vendor_id) + "\n");
   write_file(added.usb_directory / "idProduct", hex4(model.product_id) + "\n");
   write_file(added.usb_directory / "busnum", "1\n");
-  write_file(added.usb_directory / "devnum", std::to_string(cameras_.size() + 2) + "\n");
+  write_file(added.usb_directory / "devnum", std::to_string(next_device_number_++) + "\n");
   if (model.descriptor_3) {
     write_file(added.usb_directory / "manufacturer", *model.descriptor_3 + "\n");
   }
@@ -193,6 +226,9 @@ int FakeKernel::open_descriptors() const {
 }
 
 void FakeKernel::record(std::string what) {
+  if (!logging_) {
+    return;
+  }
   accesses_.push_back(KernelAccess{std::move(what), vendor::process_lock_held_by_this_thread()});
 }
 
@@ -208,6 +244,9 @@ int FakeKernel::open_node(const char* path, int) {
 
 int FakeKernel::open_locked(const std::string& path) {
   record("open " + path);
+  if (std::exchange(open_exhausts_memory_, false)) {
+    throw std::bad_alloc();
+  }
   std::error_code error;
   if (!fs::exists(path, error)) {
     errno = ENOENT;
@@ -216,6 +255,9 @@ int FakeKernel::open_locked(const std::string& path) {
   OpenNode node;
   for (std::size_t i = 0; i < cameras_.size(); ++i) {
     const FakeUvcCamera& config = cameras_[i].config;
+    if (!cameras_[i].plugged) {
+      continue;
+    }
     if (path == dev_node(config.capture_node) ||
         (config.metadata_node >= 0 && path == dev_node(config.metadata_node))) {
       if (config.open_error != 0) {
@@ -255,11 +297,16 @@ int FakeKernel::ioctl_node(int fd, unsigned long request, void* argument) {
     errno = EBADF;
     return -1;
   }
+  // The camera's own bookkeeping is not the backend's: it is left out of any allocation count.
+  const test_support::UncountedAllocations uncounted;
   const std::lock_guard<std::mutex> guard(self->mutex_);
   return self->ioctl_locked(fd, request, argument);
 }
 
 int FakeKernel::ioctl_locked(int fd, unsigned long request, void* argument) {
+  if (request == UVCIOC_CTRL_QUERY) {
+    control_queries_.fetch_add(1);
+  }
   record(request == VIDIOC_QUERYCAP ? "VIDIOC_QUERYCAP" : request == UVCIOC_CTRL_QUERY ? "UVCIOC_CTRL_QUERY" : "ioctl");
   const auto found = open_.find(fd);
   if (found == open_.end()) {
@@ -289,6 +336,10 @@ int FakeKernel::ioctl_locked(int fd, unsigned long request, void* argument) {
   }
   if (request != UVCIOC_CTRL_QUERY || camera == nullptr || !node.capture) {
     errno = ENOTTY;  // the metadata node knows no UVC ioctls
+    return -1;
+  }
+  if (failing_query_error_ != 0) {
+    errno = std::exchange(failing_query_error_, 0);
     return -1;
   }
   auto* query = static_cast<uvc_xu_control_query*>(argument);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -59,6 +60,13 @@ class FakeKernel {
   void add_non_usb_node(int number);
   // Pulls the camera out: its sysfs directories and nodes vanish, and its open descriptors answer ENODEV.
   void unplug(int camera);
+  // Pulls `camera` out and plugs `replacement` into the same port, with the same node numbers: the kernel
+  // gives it a new device number, as it does every device plugged in. Returns the replacement's index.
+  int replug(int camera, const FakeUvcCamera& replacement);
+  // The next control query fails with `error` without reaching the camera.
+  void fail_next_control_query(int error);
+  // Opening the next device node runs out of memory: it throws std::bad_alloc.
+  void exhaust_memory_on_next_open();
   // Removes the sysfs video class, as on a machine whose video layer is not loaded.
   void remove_video_class();
 
@@ -66,6 +74,11 @@ class FakeKernel {
   [[nodiscard]] sim::CameraState& camera_state(int camera);
 
   [[nodiscard]] std::vector<KernelAccess> accesses() const;
+  // Whether accesses are logged (on at first). Off, the fake makes no allocation and no system call of its own
+  // while it answers, so that a test can count the backend's.
+  void log_accesses(bool on);
+  // Control queries (UVCIOC_CTRL_QUERY) answered or refused so far, logged or not.
+  [[nodiscard]] long control_queries() const noexcept { return control_queries_.load(); }
   [[nodiscard]] int open_descriptors() const;
 
  private:
@@ -83,6 +96,7 @@ class FakeKernel {
   static int open_node(const char* path, int flags);
   static int close_node(int fd);
   static int ioctl_node(int fd, unsigned long request, void* argument);
+  int add_camera_locked(const FakeUvcCamera& camera);
   int open_locked(const std::string& path);
   int ioctl_locked(int fd, unsigned long request, void* argument);
   void record(std::string what);
@@ -97,6 +111,11 @@ class FakeKernel {
   std::vector<Camera> cameras_;
   std::map<int, OpenNode> open_;
   int next_fd_ = 100;
+  int next_device_number_ = 2;
+  bool logging_ = true;
+  int failing_query_error_ = 0;
+  bool open_exhausts_memory_ = false;
+  std::atomic<long> control_queries_{0};
   std::vector<KernelAccess> accesses_;
 };
 

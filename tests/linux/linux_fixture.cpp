@@ -1,15 +1,22 @@
 #include "linux/linux_fixture.h"
 
+#include <functional>
+#include <map>
+#include <optional>
 #include <utility>
 
-#include "support/reported_imu.h"
+#include "support/allocation_counter.h"
 
 namespace tovanel::uvc_stereo::linux_testing {
 namespace {
 
+// Room for the calls of any one test, so that recording one allocates nothing.
+constexpr std::size_t kRecordedCalls = 4096;
+
 struct Audit {
   std::mutex mutex;
   std::vector<AuditedCall> calls;
+  std::map<std::string, std::function<void()>> before_call;
   int open_sessions = 0;
 };
 
@@ -19,16 +26,30 @@ Audit& audit() {
 }
 
 // Records one call around the Linux backend's own answer.
+// The record is the test's bookkeeping, not the backend's work: it is left out of any allocation count.
 template <typename Call>
 bool audited(const char* name, Call call) {
+  std::optional<test_support::UncountedAllocations> uncounted(std::in_place);
   AuditedCall record;
   record.name = name;
   record.lock_held = vendor::process_lock_held_by_this_thread();
+  std::function<void()> action;
   {
     const std::lock_guard<std::mutex> guard(audit().mutex);
     record.open_sessions = audit().open_sessions;
+    const auto planned = audit().before_call.find(record.name);
+    if (planned != audit().before_call.end()) {
+      action = std::move(planned->second);
+      audit().before_call.erase(planned);
+    }
   }
-  record.succeeded = call();
+  if (action) {
+    action();
+  }
+  uncounted.reset();
+  const bool succeeded = call();
+  uncounted.emplace();
+  record.succeeded = succeeded;
   const std::lock_guard<std::mutex> guard(audit().mutex);
   if (record.succeeded && record.name == "SonixCam_Init") {
     ++audit().open_sessions;
@@ -107,6 +128,13 @@ std::vector<AuditedCall> audited_calls() {
 void clear_audited_calls() {
   const std::lock_guard<std::mutex> guard(audit().mutex);
   audit().calls.clear();
+  audit().calls.reserve(kRecordedCalls);
+  audit().before_call.clear();
+}
+
+void before_next_call(const std::string& name, std::function<void()> action) {
+  const std::lock_guard<std::mutex> guard(audit().mutex);
+  audit().before_call[name] = std::move(action);
 }
 
 std::vector<std::string> audit_violations() {
@@ -126,22 +154,6 @@ std::vector<std::string> audit_violations() {
     violations.push_back("sessions left open: " + std::to_string(balance));
   }
   return violations;
-}
-
-FakeUvcCamera supported_camera(const std::string& serial, const std::string& bus_name, int capture_node) {
-  FakeUvcCamera camera;
-  camera.model.vendor_id = 0x0C45;
-  camera.model.product_id = 0x6366;
-  camera.model.product_string = "Tovanel Stereo " + serial;
-  camera.model.descriptor_3 = "Tovanel";
-  camera.model.serial_number = serial;
-  camera.bus_name = bus_name;
-  camera.capture_node = capture_node;
-  camera.metadata_node = capture_node + 1;
-  CapabilityReport report = test_support::flash_and_imu_report(0x51000, 0x10000);
-  report.imu = test_support::reported_imu("BMI088", 4, 10, 17, 1, 25.0, 128.0, 2048.0, 16.4);
-  camera.model.capability = report;
-  return camera;
 }
 
 namespace {

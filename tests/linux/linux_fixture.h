@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include "bridge/backends/linux_backend.h"
 #include "bridge/platform.h"
 #include "bridge/process_lock.h"
+#include "linux/fake_cameras.h"
 #include "linux/fake_kernel.h"
 #include "uvc_stereo/diagnostics.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -30,11 +32,11 @@ struct AuditedCall {
 [[nodiscard]] const vendor::VendorBackend& audited_linux_backend() noexcept;
 [[nodiscard]] std::vector<AuditedCall> audited_calls();
 void clear_audited_calls();
+// Runs `action` once, just before the backend receives the next call named `name` (to change the camera at that
+// moment, say).
+void before_next_call(const std::string& name, std::function<void()> action);
 // Broken rules among the calls so far; empty when all was well.
 [[nodiscard]] std::vector<std::string> audit_violations();
-
-// A camera of the first supported model with the capability report the rig's cameras carry.
-[[nodiscard]] FakeUvcCamera supported_camera(const std::string& serial, const std::string& bus_name, int capture_node);
 
 class LinuxBackendTest : public ::testing::Test {
  protected:

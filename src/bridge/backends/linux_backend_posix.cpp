@@ -4,17 +4,19 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
-#include <map>
 #include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "bridge/backends/linux_backend.h"
 #include "bridge/backends/linux_sysfs.h"
+#include "bridge/backends/linux_usb_identity.h"
 #include "bridge/backends/linux_uvc_ioctl.h"
 #include "bridge/device_record_text.h"
 #include "bridge/linux_kernel.h"
 #include "core/format.h"
+#include "core/guard.h"
 #include "imu/model_table.h"
 
 namespace tovanel::uvc_stereo::vendor {
@@ -25,10 +27,20 @@ using SonixLib::scErrorCode_t;
 constexpr std::uint8_t kVidPidDescriptor = 0;
 constexpr std::uint32_t kVidPidLength = 4;
 
+// A capture node opened for one camera. It stays in the session until the session's last
+// UnInit: once its camera has gone (unplugged, or another camera now at its port) its
+// descriptor is closed and every call for that camera answers ecDeviceDisconnect.
+struct OpenCaptureNode {
+  LinuxUsbIdentity identity;  ///< the camera it was opened for
+  std::string device_path;
+  LinuxVideoNode node;
+  bool gone = false;
+};
+
 struct LinuxSession {
   int open_sessions = 0;
   std::vector<LinuxUvcCamera> cameras;
-  std::map<std::string, LinuxVideoNode> nodes;  ///< open capture nodes, by path
+  std::vector<OpenCaptureNode> nodes;
   scErrorCode_t last_error = SonixLib::ecUnknow;
 };
 
@@ -78,60 +90,107 @@ bool has_supported_camera(const std::vector<LinuxUvcCamera>& cameras) noexcept {
   return false;
 }
 
-// The session's camera that a device record names, when it is still plugged in; null
-// (with the code left) otherwise.
-const LinuxUvcCamera* camera_of(const SonixLib::scDevice_t* device) {
-  LinuxSession& state = session();
-  if (state.open_sessions == 0) {
+// The identity a device record names; nothing (with the code left) for a call outside a
+// session or with a record this backend did not hand out.
+std::optional<LinuxUsbIdentity> identity_of(const SonixLib::scDevice_t* device) noexcept {
+  if (session().open_sessions == 0) {
     fail(SonixLib::ecLibInitFail);
-    return nullptr;
+    return std::nullopt;
   }
-  if (device == nullptr) {
+  std::optional<LinuxUsbIdentity> identity =
+      device != nullptr ? linux_device_record_identity(*device) : std::optional<LinuxUsbIdentity>();
+  if (!identity.has_value()) {
     fail(SonixLib::ecNotFindDevice);
+  }
+  return identity;
+}
+
+// Whether the camera at `device_path` is still the one with `identity`. Reads sysfs, so it
+// is asked when a camera's node is opened and when a call on it fails, never per read.
+bool still_there(const std::string& device_path, const LinuxUsbIdentity& identity) {
+  const std::optional<LinuxUsbIdentity> now = read_linux_usb_identity(device_path);
+  if (!now.has_value()) {
+    report_linux_problem("Linux UVC: " + device_path + " has been unplugged");
+    return false;
+  }
+  if (*now != identity) {
+    report_linux_problem("Linux UVC: " + device_path + " has been unplugged and another camera now holds its port");
+    return false;
+  }
+  return true;
+}
+
+// The listed camera that a device record names; null (with the code left) otherwise. The
+// listing is the session's own, read from sysfs when the session started or enumerated: a
+// record whose camera is no longer listed names a camera that has gone.
+const LinuxUvcCamera* camera_of(const SonixLib::scDevice_t* device) {
+  const std::optional<LinuxUsbIdentity> identity = identity_of(device);
+  if (!identity.has_value()) {
     return nullptr;
   }
-  const std::string path = win_detail::device_record_text(device->devicePath);
-  for (const LinuxUvcCamera& camera : state.cameras) {
-    if (camera.device_path == path) {
-      if (!linux_usb_device_present(camera.device_path)) {
-        report_linux_problem("Linux UVC: " + camera.device_path + " has been unplugged");
-        fail(SonixLib::ecDeviceDisconnect);
-        return nullptr;
-      }
+  for (const LinuxUvcCamera& camera : session().cameras) {
+    if (camera.identity == *identity) {
       return &camera;
     }
   }
-  fail(SonixLib::ecNotFindDevice);
+  report_linux_problem("Linux UVC: " + win_detail::device_record_text(device->devicePath) +
+                       " no longer holds the camera it was listed with");
+  fail(SonixLib::ecDeviceDisconnect);
   return nullptr;
 }
 
-// The camera's capture node, opened once per session; null (with the code left and the
-// reason on the diagnostic output) when it cannot be opened.
-const LinuxVideoNode* capture_node_of(const LinuxUvcCamera& camera) {
-  LinuxSession& state = session();
-  auto found = state.nodes.find(camera.capture_node);
-  if (found == state.nodes.end()) {
-    found = state.nodes.emplace(camera.capture_node, LinuxVideoNode(active_linux_kernel(), camera.capture_node)).first;
+// The capture node opened for the camera of `identity`, if any.
+OpenCaptureNode* open_node_of(const LinuxUsbIdentity& identity) noexcept {
+  for (OpenCaptureNode& open : session().nodes) {
+    if (open.identity == identity) {
+      return &open;
+    }
   }
-  if (!found->second.is_open()) {
-    const int error = found->second.open_error();
+  return nullptr;
+}
+
+// Closes a node whose camera has gone; its camera's calls answer ecDeviceDisconnect from now on.
+bool camera_gone(OpenCaptureNode& open) {
+  open.gone = true;
+  open.node.close();
+  return fail(SonixLib::ecDeviceDisconnect);
+}
+
+// The camera's capture node, opened once per session, after which the camera is checked to
+// be the one listed (the node may already belong to a camera plugged in since); null (with
+// the code left and the reason on the diagnostic output) when it cannot be opened.
+OpenCaptureNode* capture_node_of(const LinuxUvcCamera& camera) {
+  LinuxSession& state = session();
+  if (OpenCaptureNode* known = open_node_of(camera.identity)) {
+    if (known->gone) {
+      fail(SonixLib::ecDeviceDisconnect);
+      return nullptr;
+    }
+    return known;
+  }
+  LinuxVideoNode node(active_linux_kernel(), camera.capture_node);
+  if (!node.is_open()) {
+    const int error = node.open_error();
     report_linux_problem("Linux UVC: cannot open " + camera.capture_node + ": " + system_error_text(error));
-    state.nodes.erase(found);
     fail(vendor_code_of(error, Access::Opening));
     return nullptr;
   }
-  return &found->second;
+  if (!still_there(camera.device_path, camera.identity)) {
+    fail(SonixLib::ecDeviceDisconnect);
+    return nullptr;
+  }
+  state.nodes.push_back(OpenCaptureNode{camera.identity, camera.device_path, std::move(node), false});
+  return &state.nodes.back();
 }
 
+// Every operation's edge: what it throws becomes the code the vendor library would report
+// (ecMemoryMallocFail when memory ran out, ecUnknow otherwise); a thread ending inside passes.
 template <typename Operation>
-bool guarded(Operation operation) noexcept {
-  try {
-    return operation();
-  } catch (const std::bad_alloc&) {
-    return fail(SonixLib::ecMemoryMallocFail);
-  } catch (...) {
-    return fail(SonixLib::ecUnknow);
-  }
+bool guarded(Operation operation) {
+  return detail::catch_failures(operation, [](const std::exception* failure) {
+    return fail(dynamic_cast<const std::bad_alloc*>(failure) != nullptr ? SonixLib::ecMemoryMallocFail
+                                                                        : SonixLib::ecUnknow);
+  });
 }
 
 bool linux_init() {
@@ -194,6 +253,7 @@ bool linux_enum_cameras(std::int32_t* count, SonixLib::scDevice_t* devices, std:
       std::memset(&record, 0, sizeof(record));
       win_detail::fill_device_record_text(state.cameras[i].device_path, record.devicePath);
       win_detail::fill_device_record_text(state.cameras[i].node_name, record.deviceName);
+      stamp_linux_device_record(state.cameras[i].identity, record);
     }
     return true;
   });
@@ -205,6 +265,22 @@ bool linux_get_error_code(SonixLib::scDevice_t*, scErrorCode_t* code) {
   }
   *code = session().last_error;
   return true;
+}
+
+// How many bytes of UTF-8 `text` fit in `capacity` without cutting a character: all of it
+// when it fits, else up to the last character boundary within it. A string descriptor holds
+// up to 126 UTF-16 code units, up to 378 bytes of UTF-8: a buffer that large gets the text
+// whole, and a smaller one gets a shorter text that is still valid.
+std::size_t whole_characters_within(const std::string& text, std::size_t capacity) noexcept {
+  if (text.size() <= capacity) {
+    return text.size();
+  }
+  std::size_t cut = capacity;
+  // Step back over continuation bytes (10xxxxxx) to the start of the character that would be split.
+  while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0u) == 0x80u) {
+    --cut;
+  }
+  return cut;
 }
 
 // The sysfs text of USB string descriptor `index`; null when the device has no such string.
@@ -253,7 +329,8 @@ bool linux_get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, s
       return fail(SonixLib::ecGetKsControlFail);
     }
     std::memset(buffer, 0, length);
-    std::memcpy(buffer, (*text)->data(), std::min<std::size_t>((*text)->size(), length));
+    const std::size_t copied = whole_characters_within((**text), length);
+    std::memcpy(buffer, (*text)->data(), copied);
     return true;
   });
 }
@@ -275,38 +352,49 @@ bool linux_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, const
       return fail(SonixLib::ecGetKsControlFail);
     }
     // The unit is read through the capture node: opening it now tells at once whether this
-    // account may.
+    // account may, and whether the camera is still the one listed.
     return capture_node_of(*camera) != nullptr;
   });
 }
 
+// A read that failed: the camera is asked whether it is still the one the node was opened for.
+bool read_failed(OpenCaptureNode& open, int error, std::uint8_t selector, std::uint8_t unit_id) {
+  report_linux_problem(detail::format_fixed<256>("Linux UVC: reading control %u of extension unit %u on %s failed: %s",
+                                                 static_cast<unsigned>(selector), static_cast<unsigned>(unit_id),
+                                                 open.node.path().c_str(), system_error_text(error).c_str()));
+  const scErrorCode_t code = vendor_code_of(error, Access::Control);
+  if (!still_there(open.device_path, open.identity) || code == SonixLib::ecDeviceDisconnect) {
+    return camera_gone(open);
+  }
+  return fail(code);
+}
+
+// The IMU's path: for a camera whose node is open, one control query and nothing else (no
+// allocation, no look at sysfs); the camera's identity was checked when the node was opened
+// and is checked again only if the query fails.
 bool linux_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
                    std::uint8_t unit_id) {
   return guarded([&] {
-    const LinuxUvcCamera* camera = camera_of(device);
-    if (camera == nullptr) {
+    const std::optional<LinuxUsbIdentity> identity = identity_of(device);
+    if (!identity.has_value()) {
       return false;
     }
     if (buffer == nullptr || length == 0) {
       return fail(SonixLib::ecGetKsControlFail);
     }
-    const LinuxVideoNode* node = capture_node_of(*camera);
-    if (node == nullptr) {
+    OpenCaptureNode* open = open_node_of(*identity);
+    if (open == nullptr) {
+      const LinuxUvcCamera* camera = camera_of(device);
+      open = camera != nullptr ? capture_node_of(*camera) : nullptr;
+    }
+    if (open == nullptr) {
       return false;
     }
-    const int error = node->get_current(unit_id, selector, buffer, length);
-    if (error == 0) {
-      return true;
+    if (open->gone) {
+      return fail(SonixLib::ecDeviceDisconnect);
     }
-    report_linux_problem(detail::format_fixed<256>(
-        "Linux UVC: reading control %u of extension unit %u on %s failed: %s", static_cast<unsigned>(selector),
-        static_cast<unsigned>(unit_id), camera->capture_node.c_str(), system_error_text(error).c_str()));
-    const scErrorCode_t code = vendor_code_of(error, Access::Control);
-    // A later read, after the camera is back, opens the node afresh.
-    if (code == SonixLib::ecDeviceDisconnect) {
-      session().nodes.erase(camera->capture_node);
-    }
-    return fail(code);
+    const int error = open->node.get_current(unit_id, selector, buffer, length);
+    return error == 0 || read_failed(*open, error, selector, unit_id);
   });
 }
 

@@ -5,13 +5,15 @@
 #include <vector>
 
 #include "bridge/backends/linux_descriptors.h"
+#include "bridge/backends/linux_usb_identity.h"
 #include "bridge/linux_kernel.h"
 
 namespace tovanel::uvc_stereo::vendor {
 
 // One USB camera driven by the kernel's UVC driver, as sysfs and its capture node show it.
 struct LinuxUvcCamera {
-  std::string device_path;  ///< the USB device's sysfs bus path, e.g. "/sys/bus/usb/devices/1-2"
+  std::string device_path;    ///< the USB device's sysfs bus path, e.g. "/sys/bus/usb/devices/1-2"
+  LinuxUsbIdentity identity;  ///< which device was at that path when it was listed
   UvcDescriptorSummary descriptors;
   std::optional<std::string> manufacturer;  ///< the USB device's string texts; absent when it has none
   std::optional<std::string> product;
@@ -33,8 +35,9 @@ struct LinuxUvcListing {
 // diagnostic output.
 [[nodiscard]] LinuxUvcListing list_linux_uvc_cameras(const LinuxKernel& kernel);
 
-// Whether the USB device of `device_path` (a path from the listing) is still plugged in.
-[[nodiscard]] bool linux_usb_device_present(const std::string& device_path);
+// The identity of the USB device at `device_path` (a path from the listing) now; nothing
+// when no device is there any more or its attributes cannot be read.
+[[nodiscard]] std::optional<LinuxUsbIdentity> read_linux_usb_identity(const std::string& device_path);
 
 // Sends one line to the diagnostic output.
 void report_linux_problem(const std::string& text) noexcept;

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <string_view>
 #include <system_error>
 
 #include "bridge/backends/linux_sysfs.h"
@@ -19,12 +20,25 @@ constexpr char kNodePrefix[] = "video";
 constexpr char kVideoClass[] = "0e";
 constexpr char kVideoControlSubclass[] = "01";
 
-std::optional<std::string> read_file(const fs::path& path) {
+// The kernel writes a text attribute into one page; a raw descriptor file holds at most a
+// device descriptor and 255 configurations of at most 64 KiB each. A file longer than its
+// kind can be is not the kernel's and is not read.
+constexpr std::size_t kAttributeLimit = 4096;
+constexpr std::size_t kDescriptorsLimit = 18 + 255 * 65535;
+
+std::optional<std::string> read_file(const fs::path& path, std::size_t limit) {
   std::ifstream in(path, std::ios::binary);
   if (!in) {
     return std::nullopt;
   }
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string bytes;
+  char chunk[4096];
+  while (in.read(chunk, sizeof(chunk)) || in.gcount() > 0) {
+    if (bytes.size() + static_cast<std::size_t>(in.gcount()) > limit) {
+      return std::nullopt;
+    }
+    bytes.append(chunk, static_cast<std::size_t>(in.gcount()));
+  }
   if (in.bad()) {
     return std::nullopt;
   }
@@ -33,7 +47,7 @@ std::optional<std::string> read_file(const fs::path& path) {
 
 // A sysfs attribute's text without the line break the kernel ends it with.
 std::optional<std::string> read_attribute(const fs::path& path) {
-  std::optional<std::string> text = read_file(path);
+  std::optional<std::string> text = read_file(path, kAttributeLimit);
   if (text.has_value()) {
     while (!text->empty() && (text->back() == '\n' || text->back() == '\r')) {
       text->pop_back();
@@ -73,8 +87,20 @@ bool is_capture_node(const LinuxKernel& kernel, const fs::path& class_entry, con
 
 struct DeviceFacts {
   fs::path usb_directory;
+  std::string raw_descriptors;
   UvcDescriptorSummary descriptors;
 };
+
+LinuxUsbIdentity identity_of(const fs::path& usb_directory, const std::string& raw_descriptors,
+                             const std::optional<std::string>& serial) {
+  const std::string bus = read_attribute(usb_directory / "busnum").value_or(std::string());
+  const std::string device = read_attribute(usb_directory / "devnum").value_or(std::string());
+  std::optional<std::string_view> serial_text;
+  if (serial.has_value()) {
+    serial_text = *serial;
+  }
+  return make_linux_usb_identity(bus, device, serial_text, raw_descriptors);
+}
 
 // The USB device that the video node's interface belongs to, when that interface is UVC
 // video control and the device's descriptors read.
@@ -87,7 +113,7 @@ std::optional<DeviceFacts> usb_device_of(const fs::path& class_entry) {
   }
   DeviceFacts facts;
   facts.usb_directory = interface.parent_path();
-  const std::optional<std::string> raw = read_file(facts.usb_directory / "descriptors");
+  std::optional<std::string> raw = read_file(facts.usb_directory / "descriptors", kDescriptorsLimit);
   if (!raw.has_value()) {
     return std::nullopt;
   }
@@ -96,6 +122,7 @@ std::optional<DeviceFacts> usb_device_of(const fs::path& class_entry) {
   if (!summary.has_value() || !summary->has_video_control) {
     return std::nullopt;
   }
+  facts.raw_descriptors = std::move(*raw);
   facts.descriptors = std::move(*summary);
   return facts;
 }
@@ -138,6 +165,7 @@ LinuxUvcListing list_linux_uvc_cameras(const LinuxKernel& kernel) {
     camera.manufacturer = read_attribute(facts->usb_directory / "manufacturer");
     camera.product = read_attribute(facts->usb_directory / "product");
     camera.serial = read_attribute(facts->usb_directory / "serial");
+    camera.identity = identity_of(facts->usb_directory, facts->raw_descriptors, camera.serial);
     camera.node_name = read_attribute(entry->path() / "name").value_or(std::string());
     camera.capture_index = *number;
     camera.capture_node = node_path;
@@ -154,9 +182,13 @@ LinuxUvcListing list_linux_uvc_cameras(const LinuxKernel& kernel) {
   return listing;
 }
 
-bool linux_usb_device_present(const std::string& device_path) {
-  std::error_code error;
-  return fs::exists(fs::path(device_path) / "descriptors", error);
+std::optional<LinuxUsbIdentity> read_linux_usb_identity(const std::string& device_path) {
+  const fs::path directory = device_path;
+  std::optional<std::string> raw = read_file(directory / "descriptors", kDescriptorsLimit);
+  if (!raw.has_value()) {
+    return std::nullopt;
+  }
+  return identity_of(directory, *raw, read_attribute(directory / "serial"));
 }
 
 void report_linux_problem(const std::string& text) noexcept { win_detail::output_debug_line(text); }

@@ -21,6 +21,8 @@ class LinuxVideoNode {
   [[nodiscard]] bool is_open() const noexcept { return fd_ >= 0; }
   [[nodiscard]] int open_error() const noexcept { return open_error_; }
   [[nodiscard]] const std::string& path() const noexcept { return path_; }
+  // Closes the node now; later requests answer ENODEV.
+  void close() noexcept;
 
   // VIDIOC_QUERYCAP: whether the node captures video (the UVC driver's metadata nodes do
   // not). Returns 0, or the system's error.

@@ -29,9 +29,13 @@ LinuxVideoNode::LinuxVideoNode(const LinuxKernel& kernel, std::string path) : ke
   }
 }
 
-LinuxVideoNode::~LinuxVideoNode() {
+LinuxVideoNode::~LinuxVideoNode() { close(); }
+
+void LinuxVideoNode::close() noexcept {
   if (fd_ >= 0) {
     kernel_->close_node(fd_);
+    fd_ = -1;
+    open_error_ = ENODEV;
   }
 }
 

@@ -1,0 +1,154 @@
+// One IMU read through the Linux backend beside the bare control query it makes, on the same fake capture node of
+// the fake kernel the Linux tests use. The fake answers the query in this process, as the UVC driver would answer
+// the ioctl, so the difference between the two is what the SDK and the backend add around the query: the vendor
+// lock, finding the camera's open node, the host clock, the decoding and the result. Allocations and control
+// queries per read are counted too.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <linux/usb/video.h>
+#include <linux/uvcvideo.h>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bridge/backends/linux_backend.h"
+#include "bridge/platform.h"
+#include "linux/fake_cameras.h"
+#include "linux/fake_kernel.h"
+#include "support/allocation_counter.h"
+#include "uvc_stereo/device.h"
+
+namespace {
+
+namespace sdk = tovanel::uvc_stereo;
+namespace vendor = tovanel::uvc_stereo::vendor;
+namespace fake = tovanel::uvc_stereo::linux_testing;
+
+constexpr std::uint8_t kImuUnit = 4;
+constexpr std::uint8_t kImuSelector = 10;
+constexpr std::uint16_t kImuLength = 17;
+
+void no_pause(std::chrono::milliseconds, void*) {}
+constexpr sdk::detail::PauseHook kNoPause = {no_pause, nullptr};
+
+sdk::detail::PlatformTable linux_platform(const fake::FakeKernel& kernel) {
+  sdk::detail::PlatformTable table;
+  table.pause = &kNoPause;
+  table.vendor_backend = &vendor::linux_vendor_backend();
+  table.linux_kernel = &kernel.table();
+  return table;
+}
+
+// One camera on the fake kernel, opened through the Linux backend with its IMU open.
+class LinuxCamera {
+ public:
+  LinuxCamera() {
+    kernel_.add_camera(fake::supported_camera("SN-BENCH", "1-2", 0));
+    platform_.emplace(linux_platform(kernel_));
+    sdk::Result<std::vector<sdk::DeviceInfo>> devices = sdk::scan_devices();
+    if (!devices.ok() || devices.value().size() != 1) {
+      failure_ = "scan did not find the camera";
+      return;
+    }
+    sdk::Result<sdk::Device> opened = sdk::open_device(devices.value().front());
+    if (!opened.ok()) {
+      failure_ = "open_device: " + opened.status().message();
+      return;
+    }
+    device_.emplace(std::move(opened).value());
+    const sdk::Status imu = device_->open_imu();
+    if (!imu.ok()) {
+      failure_ = "open_imu: " + imu.message();
+    }
+    // The fake's own log of accesses would grow with every read; the counters remain.
+    kernel_.log_accesses(false);
+  }
+  ~LinuxCamera() {
+    if (device_.has_value()) {
+      (void)device_->close_imu();
+    }
+    device_.reset();
+    platform_.reset();
+  }
+  LinuxCamera(const LinuxCamera&) = delete;
+  LinuxCamera& operator=(const LinuxCamera&) = delete;
+
+  [[nodiscard]] const std::string& failure() const { return failure_; }
+  sdk::Device& device() { return *device_; }
+  fake::FakeKernel& kernel() { return kernel_; }
+
+ private:
+  fake::FakeKernel kernel_;
+  std::optional<vendor::PlatformOverride> platform_;
+  std::optional<sdk::Device> device_;
+  std::string failure_;
+};
+
+void report_per_read(benchmark::State& state, long allocations, long queries) {
+  const auto reads = static_cast<double>(state.iterations());
+  state.counters["allocs_per_read"] = benchmark::Counter(static_cast<double>(allocations) / reads);
+  state.counters["queries_per_read"] = benchmark::Counter(static_cast<double>(queries) / reads);
+}
+
+// Device::read_imu through the Linux backend.
+void BM_LinuxImuRead(benchmark::State& state) {
+  LinuxCamera camera;
+  if (!camera.failure().empty()) {
+    state.SkipWithError(camera.failure().c_str());
+    return;
+  }
+  const long queries_before = camera.kernel().control_queries();
+  sdk::test_support::AllocationCount allocations;
+  for (auto _ : state) {
+    sdk::Result<sdk::ReadImuResult> sample = camera.device().read_imu();
+    if (!sample.ok()) {
+      state.SkipWithError(sample.status().message().c_str());
+      break;
+    }
+    benchmark::DoNotOptimize(sample);
+  }
+  const long allocated = allocations.stop();
+  report_per_read(state, allocated, camera.kernel().control_queries() - queries_before);
+}
+BENCHMARK(BM_LinuxImuRead);
+
+// The bare UVCIOC_CTRL_QUERY of one sample on the same node, opened once: the floor under a read.
+void BM_BareControlQuery(benchmark::State& state) {
+  LinuxCamera camera;
+  if (!camera.failure().empty()) {
+    state.SkipWithError(camera.failure().c_str());
+    return;
+  }
+  const vendor::LinuxKernel& kernel = camera.kernel().table();
+  const int fd = kernel.open_node(camera.kernel().dev_node(0).c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) {
+    state.SkipWithError("cannot open the fake capture node");
+    return;
+  }
+  std::array<std::uint8_t, kImuLength> buffer{};
+  const long queries_before = camera.kernel().control_queries();
+  sdk::test_support::AllocationCount allocations;
+  for (auto _ : state) {
+    uvc_xu_control_query query{};
+    query.unit = kImuUnit;
+    query.selector = kImuSelector;
+    query.query = UVC_GET_CUR;
+    query.size = kImuLength;
+    query.data = buffer.data();
+    if (kernel.ioctl_node(fd, UVCIOC_CTRL_QUERY, &query) != 0) {
+      state.SkipWithError("the fake node refused the query");
+      break;
+    }
+    benchmark::DoNotOptimize(buffer);
+  }
+  const long allocated = allocations.stop();
+  report_per_read(state, allocated, camera.kernel().control_queries() - queries_before);
+  kernel.close_node(fd);
+}
+BENCHMARK(BM_BareControlQuery);
+
+}  // namespace

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "linux/fake_kernel.h"
+
+namespace tovanel::uvc_stereo::linux_testing {
+
+// A camera of the first supported model with the capability report the rig's cameras carry: a BMI088 read through
+// extension unit 4, selector 10, 17 bytes a read.
+[[nodiscard]] FakeUvcCamera supported_camera(const std::string& serial, const std::string& bus_name, int capture_node);
+
+}  // namespace tovanel::uvc_stereo::linux_testing
