@@ -64,9 +64,12 @@ class Avx512Block {
     m.structural =
         _mm512_cmpeq_epi8_mask(_mm512_shuffle_epi8(structural_table, v_), _mm512_or_si512(v_, _mm512_set1_epi8(0x20)));
     m.control = _mm512_cmplt_epu8_mask(v_, _mm512_set1_epi8(0x20));
+    return m;
+  }
+
+  void atom_masks(JsonBlockMasks& m) const noexcept {
     m.digit = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(v_, _mm512_set1_epi8('0')), _mm512_set1_epi8(10));
     fill_atom_byte_masks(m, [this](char c) { return _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8(c)); });
-    return m;
   }
 
   char* compress(std::uint64_t keep, char* out) const noexcept {
