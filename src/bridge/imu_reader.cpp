@@ -10,13 +10,13 @@
 #include "bridge/device_resolution.h"
 #include "bridge/device_selector.h"
 #include "bridge/extension_unit.h"
+#include "bridge/os/host_clock.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
 #include "imu/imu_payload.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "win/host_clock.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
