@@ -15,6 +15,7 @@
 //   explicit Block(const char* bytes);                  // 64 readable bytes
 //   JsonBlockMasks masks() const;                      // quote, backslash, whitespace, structural, control
 //   void atom_masks(JsonBlockMasks& m) const;           // the rest: the bytes numbers and literals are made of
+//   static std::uint64_t prefix_xor(std::uint64_t bits); // bit i = XOR of bits 0..i
 //   char* compress(std::uint64_t keep, char* out) const; // writes up to 64 bytes, returns out + popcount(keep)
 
 namespace {
@@ -66,8 +67,8 @@ void fill_atom_byte_masks(JsonBlockMasks& m, const Equal& equal) noexcept {
 inline unsigned lowest_set_bit(std::uint64_t bits) noexcept { return static_cast<unsigned>(__builtin_ctzll(bits)); }
 
 // Bit i becomes the XOR of bits 0..i: with quote bits in, the bytes from an opening quote up to (not including)
-// its closing quote.
-inline std::uint64_t prefix_xor(std::uint64_t bits) noexcept {
+// its closing quote. The form for processors without carry-less multiplication.
+inline std::uint64_t prefix_xor_by_shifts(std::uint64_t bits) noexcept {
   bits ^= bits << 1;
   bits ^= bits << 2;
   bits ^= bits << 4;
@@ -457,7 +458,7 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
 
     const std::uint64_t escaped = escaped_bytes(m.backslash, odd_run);
     const std::uint64_t quotes = m.quote & ~escaped;
-    const std::uint64_t in_strings = prefix_xor(quotes) ^ in_string;
+    const std::uint64_t in_strings = Block::prefix_xor(quotes) ^ in_string;
     in_string = std::uint64_t{0} - (in_strings >> 63);
     const std::uint64_t blank = m.whitespace & ~in_strings;
     // A control byte is only ever allowed as whitespace between tokens.

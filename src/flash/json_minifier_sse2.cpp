@@ -46,6 +46,8 @@ class Sse2Block {
         m, [this](char c) { return gather([c](__m128i v) { return _mm_cmpeq_epi8(v, _mm_set1_epi8(c)); }); });
   }
 
+  static std::uint64_t prefix_xor(std::uint64_t bits) noexcept { return prefix_xor_by_shifts(bits); }
+
   // Groups of 16 kept bytes are copied whole; mixed groups byte by byte, without branches.
   char* compress(std::uint64_t keep, char* out) const noexcept {
     if (keep == ~std::uint64_t{0}) {
