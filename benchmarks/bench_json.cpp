@@ -1,10 +1,12 @@
 // The JSON minifier through its public function and through each form this processor can run, on the
-// pretty-printed configuration the flash record holds and on the same text already minified.
+// pretty-printed configuration the flash record holds, on the same text already minified, and on configurations
+// whose notes are UTF-8-heavy or escape-heavy.
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "bench_documents.h"
 #include "core/cpu_features.h"
@@ -49,12 +51,16 @@ const bool kRegistered = [] {
     if (!v->supported(sdk::detail::cpu_features())) {
       continue;
     }
+    const std::pair<const char*, std::string (*)(std::size_t)> kinds[] = {
+        {"pretty", bench::configuration_document},
+        {"dense", bench::minified_configuration_document},
+        {"utf8", bench::utf8_heavy_document},
+        {"escapes", bench::escape_heavy_document},
+    };
     for (const std::size_t size : bench::comparison_sizes()) {
-      for (const bool pretty : {true, false}) {
-        const std::string name =
-            std::string("MinifyVariant/") + v->name + (pretty ? "/pretty/" : "/dense/") + std::to_string(size);
-        const std::string text =
-            pretty ? bench::configuration_document(size) : bench::minified_configuration_document(size);
+      for (const auto& [kind, make] : kinds) {
+        const std::string name = std::string("MinifyVariant/") + v->name + "/" + kind + "/" + std::to_string(size);
+        const std::string text = make(size);
         benchmark::RegisterBenchmark(name.c_str(), [v, text](benchmark::State& state) { run(state, v, text); });
       }
     }

@@ -46,7 +46,7 @@ constexpr PackTable kPackTable = make_pack_table();
 
 }  // namespace
 
-UVC_STEREO_ISA_BEGIN("avx2,bmi,popcnt")
+UVC_STEREO_ISA_BEGIN("avx2,bmi,popcnt,pclmul")
 
 #include "flash/json_block_scanner.h"
 
@@ -67,13 +67,6 @@ class Avx2Block {
     const __m128i structural = _mm_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, ':', '{', ',', '}', 0, 0);
     const __m256i whitespace_table = _mm256_setr_m128i(whitespace, whitespace);
     const __m256i structural_table = _mm256_setr_m128i(structural, structural);
-    const auto gather = [this](auto&& lanes_of) {
-      return static_cast<std::uint64_t>(static_cast<std::uint32_t>(_mm256_movemask_epi8(lanes_of(low_)))) |
-             (static_cast<std::uint64_t>(static_cast<std::uint32_t>(_mm256_movemask_epi8(lanes_of(high_)))) << 32);
-    };
-    const auto equal = [&gather](char c) {
-      return gather([c](__m256i v) { return _mm256_cmpeq_epi8(v, _mm256_set1_epi8(c)); });
-    };
     JsonBlockMasks m;
     m.quote = equal('"');
     m.backslash = equal('\\');
@@ -82,9 +75,18 @@ class Avx2Block {
       return _mm256_cmpeq_epi8(_mm256_shuffle_epi8(structural_table, v), _mm256_or_si256(v, _mm256_set1_epi8(0x20)));
     });
     m.control = gather([&](__m256i v) { return at_most(v, 0x1F); });
-    m.digit = gather([&](__m256i v) { return at_most(_mm256_sub_epi8(v, _mm256_set1_epi8('0')), 9); });
-    fill_atom_byte_masks(m, equal);
     return m;
+  }
+
+  void atom_masks(JsonBlockMasks& m) const noexcept {
+    m.digit = gather([&](__m256i v) { return at_most(_mm256_sub_epi8(v, _mm256_set1_epi8('0')), 9); });
+    fill_atom_byte_masks(m, [this](char c) { return equal(c); });
+  }
+
+  // One carry-less multiplication by all ones XORs every bit into all the bits above it.
+  static std::uint64_t prefix_xor(std::uint64_t bits) noexcept {
+    const __m128i product = _mm_clmulepi64_si128(_mm_set_epi64x(0, static_cast<long long>(bits)), _mm_set1_epi8(-1), 0);
+    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(product));
   }
 
   // Eight bytes at a time through the pack table; a block kept whole is copied as it is.
@@ -114,6 +116,17 @@ class Avx2Block {
   // v <= limit, unsigned.
   static __m256i at_most(__m256i v, char limit) noexcept {
     return _mm256_cmpeq_epi8(_mm256_min_epu8(v, _mm256_set1_epi8(limit)), v);
+  }
+
+  // The 64 lanes of `lanes_of` applied to both halves, as one bit each.
+  template <class Lanes>
+  [[nodiscard]] std::uint64_t gather(const Lanes& lanes_of) const noexcept {
+    return static_cast<std::uint64_t>(static_cast<std::uint32_t>(_mm256_movemask_epi8(lanes_of(low_)))) |
+           (static_cast<std::uint64_t>(static_cast<std::uint32_t>(_mm256_movemask_epi8(lanes_of(high_)))) << 32);
+  }
+
+  [[nodiscard]] std::uint64_t equal(char c) const noexcept {
+    return gather([c](__m256i v) { return _mm256_cmpeq_epi8(v, _mm256_set1_epi8(c)); });
   }
 
   const char* bytes_;

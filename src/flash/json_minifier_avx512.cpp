@@ -42,7 +42,7 @@ constexpr NibbleTables kNibbleTables = make_nibble_tables();
 
 }  // namespace
 
-UVC_STEREO_ISA_BEGIN("avx512f,avx512bw,avx512vl,avx512vbmi2,avx2,bmi,popcnt")
+UVC_STEREO_ISA_BEGIN("avx512f,avx512bw,avx512vl,avx512vbmi2,avx2,bmi,popcnt,pclmul")
 
 #include "flash/json_block_scanner.h"
 
@@ -64,9 +64,18 @@ class Avx512Block {
     m.structural =
         _mm512_cmpeq_epi8_mask(_mm512_shuffle_epi8(structural_table, v_), _mm512_or_si512(v_, _mm512_set1_epi8(0x20)));
     m.control = _mm512_cmplt_epu8_mask(v_, _mm512_set1_epi8(0x20));
+    return m;
+  }
+
+  void atom_masks(JsonBlockMasks& m) const noexcept {
     m.digit = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(v_, _mm512_set1_epi8('0')), _mm512_set1_epi8(10));
     fill_atom_byte_masks(m, [this](char c) { return _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8(c)); });
-    return m;
+  }
+
+  // One carry-less multiplication by all ones XORs every bit into all the bits above it.
+  static std::uint64_t prefix_xor(std::uint64_t bits) noexcept {
+    const __m128i product = _mm_clmulepi64_si128(_mm_set_epi64x(0, static_cast<long long>(bits)), _mm_set1_epi8(-1), 0);
+    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(product));
   }
 
   char* compress(std::uint64_t keep, char* out) const noexcept {

@@ -17,7 +17,7 @@ namespace {
 bool any_processor(const CpuFeatures&) noexcept { return true; }
 
 #if UVC_STEREO_X86_64
-bool has_avx2(const CpuFeatures& cpu) noexcept { return cpu.avx2 && cpu.bmi1 && cpu.popcnt; }
+bool has_avx2(const CpuFeatures& cpu) noexcept { return cpu.avx2 && cpu.bmi1 && cpu.popcnt && cpu.pclmul; }
 bool has_avx512(const CpuFeatures& cpu) noexcept {
   return has_avx2(cpu) && cpu.avx512f && cpu.avx512bw && cpu.avx512vl && cpu.avx512vbmi2;
 }

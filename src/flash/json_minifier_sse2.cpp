@@ -28,15 +28,7 @@ class Sse2Block {
   }
 
   [[nodiscard]] JsonBlockMasks masks() const noexcept {
-    const auto gather = [this](auto&& lanes_of) {
-      std::uint64_t bits = 0;
-      for (int group = 0; group < 4; ++group) {
-        const auto lanes = static_cast<unsigned>(_mm_movemask_epi8(lanes_of(v_[group])));
-        bits |= static_cast<std::uint64_t>(lanes) << (16 * group);
-      }
-      return bits;
-    };
-    const auto equal = [&gather](char c) {
+    const auto equal = [this](char c) {
       return gather([c](__m128i v) { return _mm_cmpeq_epi8(v, _mm_set1_epi8(c)); });
     };
     JsonBlockMasks m;
@@ -45,10 +37,16 @@ class Sse2Block {
     m.whitespace = equal(' ') | equal('\t') | equal('\n') | equal('\r');
     m.structural = equal('{') | equal('}') | equal('[') | equal(']') | equal(',') | equal(':');
     m.control = gather([](__m128i v) { return at_most(v, 0x1F); });
-    m.digit = gather([](__m128i v) { return at_most(_mm_sub_epi8(v, _mm_set1_epi8('0')), 9); });
-    fill_atom_byte_masks(m, equal);
     return m;
   }
+
+  void atom_masks(JsonBlockMasks& m) const noexcept {
+    m.digit = gather([](__m128i v) { return at_most(_mm_sub_epi8(v, _mm_set1_epi8('0')), 9); });
+    fill_atom_byte_masks(
+        m, [this](char c) { return gather([c](__m128i v) { return _mm_cmpeq_epi8(v, _mm_set1_epi8(c)); }); });
+  }
+
+  static std::uint64_t prefix_xor(std::uint64_t bits) noexcept { return prefix_xor_by_shifts(bits); }
 
   // Groups of 16 kept bytes are copied whole; mixed groups byte by byte, without branches.
   char* compress(std::uint64_t keep, char* out) const noexcept {
@@ -76,6 +74,17 @@ class Sse2Block {
   // v <= limit, unsigned.
   static __m128i at_most(__m128i v, char limit) noexcept {
     return _mm_cmpeq_epi8(_mm_min_epu8(v, _mm_set1_epi8(limit)), v);
+  }
+
+  // The 64 lanes of `lanes_of(group)` for the four groups, as one bit each.
+  template <class Lanes>
+  [[nodiscard]] std::uint64_t gather(const Lanes& lanes_of) const noexcept {
+    std::uint64_t bits = 0;
+    for (int group = 0; group < 4; ++group) {
+      const auto lanes = static_cast<unsigned>(_mm_movemask_epi8(lanes_of(v_[group])));
+      bits |= static_cast<std::uint64_t>(lanes) << (16 * group);
+    }
+    return bits;
   }
 
   const char* bytes_;

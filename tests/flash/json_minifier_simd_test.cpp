@@ -10,6 +10,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/cpu_features.h"
@@ -230,6 +231,148 @@ TEST_P(JsonMinifierVariantTest, AgreesOnEveryByteValueInsideAndOutsideStrings) {
            {pad + "\"" + c + "\"", pad + "[" + c + "]", pad + "[1" + c + "2]", pad + "{\"a\"" + c + ":1}", pad + c,
             pad + "[true" + c + "]", pad + "\"\\" + c + "\"", pad + "[1," + c + "]"}) {
         ASSERT_TRUE(agrees(text)) << "byte " << value << ", offset " << offset;
+      }
+    }
+  }
+}
+
+// Configuration text people write in other languages: long strings of CJK and accented characters, emoji,
+// escapes, quoted words and Windows paths, in documents spanning many blocks.
+TEST_P(JsonMinifierVariantTest, VouchesForEscapeAndUtf8HeavyDocumentsWithTheScalarOutput) {
+  RandomJson random(kSeed + 4, json_test::StringStyle::Prose);
+  for (int i = 0; i < 2000; ++i) {
+    ASSERT_TRUE(vouches(random.document(5))) << "document " << i;
+  }
+  for (int i = 0; i < 200; ++i) {
+    ASSERT_TRUE(vouches(long_document(random, 1 + random.below(40)))) << "long document " << i;
+  }
+}
+
+TEST_P(JsonMinifierVariantTest, AgreesWithTheScalarScannerOnMutatedEscapeAndUtf8HeavyDocuments) {
+  RandomJson random(kSeed + 5, json_test::StringStyle::Prose);
+  int refused = 0;
+  for (int i = 0; i < 3000; ++i) {
+    const std::string document = i % 10 == 0 ? long_document(random, 1 + random.below(20)) : random.document(5);
+    for (int m = 0; m < 4; ++m) {
+      const std::string mutant = random.mutate(document);
+      ASSERT_TRUE(agrees(mutant)) << "document " << i << ", mutant " << m;
+      refused += detail::minify_and_validate_json_scalar(mutant).ok() ? 0 : 1;
+    }
+  }
+  EXPECT_GT(refused, 3000);
+}
+
+// Each multi-byte character, escape, bad escape and control byte placed so that it starts on every byte of a run
+// crossing a 16, 32 and 64-byte boundary, with long runs of multi-byte text before and after it.
+TEST_P(JsonMinifierVariantTest, AgreesOnCharactersAndEscapesStraddlingEveryBlockBoundary) {
+  const std::string pieces[] = {"\xc3\xa9",
+                                "\xe4\xb8\xad",
+                                "\xf0\x9f\x98\x80",
+                                "\\u00e9",
+                                "\\ud83d\\ude00",
+                                "\\\"",
+                                "\\\\",
+                                "\\n",
+                                "\\/",
+                                "\\x",
+                                "\\u12g4",
+                                "\\ud800\\u0041",
+                                "\\udc00",
+                                "\\",
+                                "\x01",
+                                "\t",
+                                "\x1f",
+                                "\x7f",
+                                "\xff",
+                                "\x80",
+                                "\xe4\xb8",
+                                "\\\\\\\"\\\\\\\\"};
+  const std::string cjk = "\xe9\x85\x8d\xe7\xbd\xae\xe6\x96\x87\xe4\xbb\xb6";  // four three-byte characters
+  for (std::size_t offset = 0; offset < 72; ++offset) {
+    const std::string pad = offset % 2 == 0 ? std::string(offset, 'a') : std::string(offset - 1, 'b') + " ";
+    for (const std::string& piece : pieces) {
+      for (const std::string& text : {
+               "\"" + pad + piece + "\"",
+               "[\"" + pad + piece + cjk + cjk + "\",\"" + cjk + "\"]",
+               "{\"" + pad + piece + "\":\"" + cjk + piece + cjk + "\"}",
+               "\"" + cjk + pad + piece + cjk + cjk + cjk + cjk + cjk + cjk + "\"",
+               "\"" + pad + piece,
+               pad.substr(0, offset / 3) + piece + "1",
+           }) {
+        ASSERT_TRUE(agrees(text)) << "offset " << offset << ", piece \"" << printable(piece) << "\"";
+      }
+    }
+  }
+}
+
+// Strings that fill whole blocks with text and nothing to check, then end, escape or break at every offset of the
+// block after: the end of such a run, a backslash on a block's last byte and a control byte on a block's first
+// byte must all be seen.
+TEST_P(JsonMinifierVariantTest, AgreesOnStringsSpanningWholeBlocks) {
+  std::string prose;
+  while (prose.size() < 300) {
+    prose += "\xe5\xb7\xa6\xe7\x9b\xb8\xe6\x9c\xba Caf\xc3\xa9 \xf0\x9f\x93\xb7 ";
+  }
+  const std::string endings[] = {"\"", "\\n\"",     "\\\"\"",    "\\x\"", "\x01\"", "\\",
+                                 "",   "\\u00e9\"", "\\ud83d\"", "\"]",   "\",1]",  "\" x"};
+  for (std::size_t start = 0; start < 64; ++start) {
+    for (std::size_t length = 64; length < 200; length += 7) {
+      for (const std::string& ending : endings) {
+        const std::string body = std::string(start, ' ') + "[\"" + prose.substr(0, length);
+        ASSERT_TRUE(agrees(body + ending)) << "start " << start << ", length " << length;
+        ASSERT_TRUE(agrees(body + ending + "]")) << "start " << start << ", length " << length;
+      }
+    }
+  }
+  // A backslash on the last byte of a block escapes the first byte of the next one, which holds nothing else to
+  // check; a bad escape there is refused and a good one accepted by the fast path itself. The byte after that
+  // block is no longer escaped, so an 'n' there must not stand in for the bad escape.
+  for (std::size_t block_end = 64; block_end <= 192; block_end += 64) {
+    for (const char escaped : {'n', 'x', '"', 'u', '\\', '\x01', '/'}) {
+      const bool good = escaped != 'x' && escaped != '\x01';
+      for (const auto& [open, close] :
+           {std::pair<std::string, std::string>{"\"", "\""}, {"[\"", "\"]"}, {"{\"k\": \"", "\"}"}, {"{\"", "\":0}"}}) {
+        std::string text = open + std::string(block_end - 1 - open.size(), 'a') + "\\" + escaped +
+                           (escaped == 'u' ? "00e9" : "") + std::string(63, 'c') + "n" + std::string(40, 'd') + close;
+        ASSERT_EQ(text[block_end - 1], '\\');
+        ASSERT_EQ(detail::minify_and_validate_json_scalar(text).ok(), good) << printable(text);
+        ASSERT_TRUE(agrees(text)) << "escape " << escaped << " after " << block_end;
+        if (good) {
+          ASSERT_TRUE(vouches(text)) << "escape " << escaped << " after " << block_end;
+        }
+      }
+    }
+  }
+}
+
+// Long stretches of prose make the fast path skip the check of numbers and literals in blocks holding none, and
+// stretches full of numbers make it check every block; a bad number or literal must be found in either mode and
+// on the switch between them.
+TEST_P(JsonMinifierVariantTest, AgreesOnNumbersAndLiteralsAfterLongProseAndAfterLongNumberLists) {
+  std::string prose_member;
+  for (int i = 0; i < 4; ++i) {
+    prose_member +=
+        "\"note\":\"\xe8\xbf\x99\xe6\x98\xaf\xe4\xb8\x80\xe4\xb8\xaa\xe7\x9b\xb8\xe6\x9c\xba\xe7\x9a\x84"
+        "\xe8\xaf\xb4\xe6\x98\x8e\xe6\x96\x87\xe5\xad\x97\xef\xbc\x8c\xe5\xbe\x88\xe9\x95\xbf\xe3\x80\x82 "
+        "\\\"\xe5\xb9\xbf\xe8\xa7\x92\\\" \\u00e9\\ud83d\\ude00\",";
+  }
+  std::string number_member;
+  for (int i = 0; i < 12; ++i) {
+    number_member += "\"v\":[1.5,-2e+3,0,true,null,false,12345],";
+  }
+  const std::string atoms[] = {"0",    "-0.5e-7", "01",  "1.",  "1.e5", "-",     "--1",   "1e",   "1e+", "tru",
+                               "true", "truex",   "nul", "nan", "fals", "false", "1.5.2", "1e5e", ".5",  "+1"};
+  for (int prose = 0; prose <= 12; prose += 3) {
+    for (int numbers = 0; numbers <= 8; numbers += 4) {
+      for (std::size_t shift = 0; shift < 64; shift += 5) {
+        std::string head = "{" + std::string(shift, ' ');
+        for (int i = 0; i < prose; ++i) head += prose_member;
+        for (int i = 0; i < numbers; ++i) head += number_member;
+        for (const std::string& atom : atoms) {
+          ASSERT_TRUE(agrees(head + "\"x\":" + atom + "}")) << "prose " << prose << ", numbers " << numbers;
+          ASSERT_TRUE(agrees(head + "\"x\":[" + atom + "," + atom + "]," + prose_member + "\"y\":1}"))
+              << "prose " << prose << ", numbers " << numbers;
+        }
       }
     }
   }

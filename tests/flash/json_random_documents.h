@@ -10,9 +10,13 @@
 // allows) and of byte-level mutations of them, for comparing minifiers on input nobody wrote by hand.
 namespace tovanel::uvc_stereo::json_test {
 
+// How the generated strings look: short ones with a little of everything, or the notes, names and paths people
+// write in other languages, up to a few hundred bytes each, dense with escapes and multi-byte UTF-8.
+enum class StringStyle : std::uint8_t { Short, Prose };
+
 class RandomJson {
  public:
-  explicit RandomJson(std::uint32_t seed) : rng_(seed) {}
+  explicit RandomJson(std::uint32_t seed, StringStyle style = StringStyle::Short) : rng_(seed), style_(style) {}
 
   // A well-formed document, possibly wrapped in whitespace.
   std::string document(int max_depth = 4) {
@@ -125,6 +129,10 @@ class RandomJson {
   }
 
   void string(std::string& text) {
+    if (style_ == StringStyle::Prose) {
+      prose_string(text);
+      return;
+    }
     static constexpr char kSimpleEscapes[] = {'"', '/', '\\', 'b', 'f', 'n', 'r', 't'};
     text += '"';
     const int length = below(8);
@@ -148,6 +156,68 @@ class RandomJson {
       } else {
         hex_unit(text, 0xD800 + static_cast<unsigned>(below(0x400)));
         hex_unit(text, 0xDC00 + static_cast<unsigned>(below(0x400)));
+      }
+    }
+    text += '"';
+  }
+
+  // One well-formed UTF-8 character of `bytes` bytes (2, 3 or 4), surrogates excluded as UTF-8 requires.
+  void utf8_character(std::string& text, int bytes) {
+    unsigned code = 0;
+    if (bytes == 2) {
+      code = 0x80 + static_cast<unsigned>(below(0x800 - 0x80));
+      text += static_cast<char>(0xC0 | (code >> 6));
+    } else if (bytes == 3) {
+      code = 0x800 + static_cast<unsigned>(below(0x10000 - 0x800));
+      if (code >= 0xD800 && code <= 0xDFFF) code -= 0x800;
+      text += static_cast<char>(0xE0 | (code >> 12));
+      text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+    } else {
+      code = 0x10000 + static_cast<unsigned>(below(0x110000 - 0x10000));
+      text += static_cast<char>(0xF0 | (code >> 18));
+      text += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
+      text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+    }
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  }
+
+  // Runs of one script (CJK, accented Latin, emoji) broken by escapes, quoted words and path separators, so that
+  // characters and escapes fall across every 16, 32 and 64-byte boundary.
+  void prose_string(std::string& text) {
+    static constexpr std::string_view kEscapes[] = {"\\\"", "\\\\", "\\n", "\\t", "\\r", "\\/", "\\b", "\\f"};
+    text += '"';
+    const int pieces = below(40);
+    for (int i = 0; i < pieces; ++i) {
+      const int kind = below(12);
+      const int run = 1 + below(12);
+      if (kind < 3) {
+        for (int k = 0; k < run; ++k) utf8_character(text, 3);
+      } else if (kind == 3) {
+        for (int k = 0; k < run; ++k) utf8_character(text, 2);
+      } else if (kind == 4) {
+        utf8_character(text, 4);
+      } else if (kind == 5) {
+        // Bytes above 0x7F that form no character: the minifier passes them unchecked.
+        text += static_cast<char>(0x80 + below(0x80));
+      } else if (kind == 6) {
+        text += kEscapes[below(static_cast<int>(sizeof(kEscapes) / sizeof(kEscapes[0])))];
+      } else if (kind == 7) {
+        unsigned unit = 0x80 + static_cast<unsigned>(below(0x10000 - 0x80));
+        if (unit >= 0xD800 && unit <= 0xDFFF) unit -= 0x1000;
+        hex_unit(text, unit);
+      } else if (kind == 8) {
+        hex_unit(text, 0xD800 + static_cast<unsigned>(below(0x400)));
+        hex_unit(text, 0xDC00 + static_cast<unsigned>(below(0x400)));
+      } else if (kind == 9) {
+        text += "C:\\\\Users\\\\";
+        utf8_character(text, 3);
+        text += "\\\\";
+      } else {
+        for (int k = 0; k < run; ++k) {
+          char c = static_cast<char>(0x20 + below(0x5F));
+          if (c == '"' || c == '\\') c = ' ';
+          text += c;
+        }
       }
     }
     text += '"';
@@ -204,6 +274,10 @@ class RandomJson {
         "\\udfff",
         "\\u00e9",
         "\\uD83D\\uDE00",
+        "\xe4\xb8\xad",
+        "\xf0\x9f\x98\x80",
+        "\xe4\xb8",
+        "\\\\",
         "\\ud83d\\u0041",
         "true",
         "null",
@@ -224,6 +298,7 @@ class RandomJson {
   }
 
   std::mt19937 rng_;
+  StringStyle style_;
 };
 
 // Removes the four whitespace bytes wherever they stand outside a string, tracking only quotes and backslashes;
