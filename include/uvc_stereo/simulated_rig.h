@@ -30,31 +30,32 @@ enum class ImuMotion : std::uint8_t {
 /// accelerometer and gyroscope in the default scales (2048 counts per g, 16.4 counts
 /// per degree per second, 128 counts per degree Celsius around 25 degrees).
 struct SimulatedImu {
-  ImuMotion motion = ImuMotion::AtRest;
-  std::uint32_t first_counter = 0;  ///< counter of the first sample (wraps at 2^20)
-  std::uint32_t counter_step = 1;   ///< counter increment per read; larger values model missed samples
-  double temperature_c = 31.5;      ///< die temperature
-  std::uint32_t seed = 1;           ///< noise seed, so runs are repeatable
+  ImuMotion motion = ImuMotion::AtRest;  ///< what the IMU is doing
+  std::uint32_t first_counter = 0;       ///< counter of the first sample (wraps at 2^20)
+  std::uint32_t counter_step = 1;        ///< counter increment per read; larger values model missed samples
+  double temperature_c = 31.5;           ///< die temperature
+  std::uint32_t seed = 1;                ///< noise seed, so runs are repeatable
 };
 
 /// One camera on the rig.
 struct SimulatedCamera {
-  std::uint16_t vendor_id = 0x0C45;
-  std::uint16_t product_id = 0x6366;
-  DescriptorByteOrder descriptor_order = DescriptorByteOrder::BigEndian;
+  std::uint16_t vendor_id = 0x0C45;   ///< USB vendor id (a supported model by default)
+  std::uint16_t product_id = 0x6366;  ///< USB product id
+  DescriptorByteOrder descriptor_order =
+      DescriptorByteOrder::BigEndian;  ///< how the vid/pid descriptor request is answered
   std::string device_path;  ///< as the vendor library reports it (UTF-8 here, UTF-16 in the library's record)
   std::string device_name;  ///< the library's device name
   /// USB string descriptors 2 (product), 3 and 4 (serial number); absent ones fail to read.
   std::optional<std::string> product_string;
-  std::optional<std::string> descriptor_3;
-  std::optional<std::string> serial_number;
-  std::string firmware_version = "V1.0.0";
-  std::int32_t flash_type = 1;             ///< 0 is the library's "unknown flash"
-  std::uint32_t flash_size = 0x100000;     ///< the whole chip; every address below it exists
-  std::uint32_t flash_sector_size = 4096;  ///< erase granularity of the chip
+  std::optional<std::string> descriptor_3;   ///< string descriptor 3; absent fails to read
+  std::optional<std::string> serial_number;  ///< string descriptor 4, the serial number; absent fails to read
+  std::string firmware_version = "V1.0.0";   ///< what SonixCam_GetVersion answers
+  std::int32_t flash_type = 1;               ///< 0 is the library's "unknown flash"
+  std::uint32_t flash_size = 0x100000;       ///< the whole chip; every address below it exists
+  std::uint32_t flash_sector_size = 4096;    ///< erase granularity of the chip
   /// The region the SDK may erase and write; anything else touched is a violation.
   std::uint32_t user_space_address = 0x51000;
-  std::uint32_t user_space_size = 0x10000;
+  std::uint32_t user_space_size = 0x10000;  ///< bytes in the user space
   /// The camera's capability report as a record: when engaged, the extension unit answers
   /// it encoded as a camera sends it (CRC-32C included) and `capability_report` is not used.
   std::optional<CapabilityReport> capability;
@@ -63,15 +64,15 @@ struct SimulatedCamera {
   std::array<std::uint8_t, 64> capability_report{};
   /// Where the IMU answers (unit id, control selector, minimum read length).
   std::uint8_t imu_unit = 4;
-  std::uint8_t imu_selector = 10;
-  std::uint8_t imu_length = 17;
-  SimulatedImu imu;
+  std::uint8_t imu_selector = 10;  ///< control selector of the IMU control
+  std::uint8_t imu_length = 17;    ///< bytes the IMU read needs, at least 17
+  SimulatedImu imu;                ///< what the IMU does
 };
 
 /// One device a capture backend lists.
 struct SimulatedCaptureDevice {
-  std::string friendly_name;
-  std::string device_path;
+  std::string friendly_name;  ///< the name the backend lists
+  std::string device_path;    ///< the device path the backend lists, matched against the cameras'
 };
 
 /// One vendor call as the rig saw it.
@@ -79,9 +80,9 @@ struct VendorCall {
   std::string name;                ///< "SonixCam_Init", "SonixCam_CstmReadFromSF", ...
   std::vector<std::int64_t> args;  ///< the integer arguments, in order (addresses, lengths, constants)
   int camera = -1;                 ///< the camera the device record named; -1 for none or unknown
-  bool succeeded = false;
-  bool lock_held = false;  ///< the calling thread held the vendor lock
-  int open_sessions = 0;   ///< sessions open when the call was made (before Init/UnInit took effect)
+  bool succeeded = false;          ///< whether the call reported success
+  bool lock_held = false;          ///< the calling thread held the vendor lock
+  int open_sessions = 0;           ///< sessions open when the call was made (before Init/UnInit took effect)
 };
 
 /// Makes any vendor call fail. Calls are counted per name from the moment the fault is added.
@@ -118,10 +119,12 @@ class UVC_STEREO_API SimulatedRig {
 
   /// Plugs a camera in; returns its rig index (0, 1, ...). Its flash starts erased (0xFF).
   int add_camera(const SimulatedCamera& camera);
+  /// How many cameras were added, plugged or not.
   [[nodiscard]] std::size_t camera_count() const;
   /// Unplugged cameras vanish from enumeration and every call on them fails with
   /// "ecDeviceDisconnect"; plugging back restores them (write protection comes back on).
   void unplug(int camera);
+  /// Plugs an unplugged camera back in.
   void plug(int camera);
 
   /// The library itself cannot start (as on a machine without the camera driver).
@@ -131,7 +134,9 @@ class UVC_STEREO_API SimulatedRig {
 
   /// Flash contents and state.
   [[nodiscard]] std::vector<std::uint8_t> flash(int camera, std::uint32_t address, std::uint32_t length) const;
+  /// Sets flash bytes directly, as a factory programmer would (no erase needed, no rule applies).
   void set_flash(int camera, std::uint32_t address, const std::vector<std::uint8_t>& bytes);
+  /// Whether the camera's flash is write-protected now.
   [[nodiscard]] bool write_protected(int camera) const;
   /// The next flash write programs only its first `bytes` bytes, then fails ("ecWriteFlashFail").
   void cut_power_during_write(int camera, std::uint32_t bytes);
@@ -142,7 +147,9 @@ class UVC_STEREO_API SimulatedRig {
 
   /// The camera's capability answer and firmware text can change while plugged.
   void set_capability_report(int camera, const std::array<std::uint8_t, 64>& report);
+  /// The capability report as a record, encoded as a camera sends it.
   void set_capability_report(int camera, const CapabilityReport& report);
+  /// The firmware version text the camera reports from now on.
   void set_firmware_version(int camera, const std::string& version);
   /// The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order.
   void queue_imu_status(int camera, std::uint8_t status_byte);
@@ -156,6 +163,7 @@ class UVC_STEREO_API SimulatedRig {
 
   /// Fault injection.
   void add_fault(const VendorFault& fault);
+  /// Removes every fault not yet used up.
   void clear_faults();
 
   /// Something to happen at the very moment a vendor call begins, such as a camera
@@ -182,7 +190,9 @@ class UVC_STEREO_API SimulatedRig {
 
   /// What the rig saw.
   [[nodiscard]] std::vector<VendorCall> calls() const;
+  /// The names of the calls seen, in order.
   [[nodiscard]] std::vector<std::string> call_names() const;
+  /// Forgets the calls seen so far.
   void clear_calls();
   /// Broken rules: calls outside a session or without the vendor lock, UnInit without
   /// Init, erases or writes outside a camera's user space. Empty when all was well.

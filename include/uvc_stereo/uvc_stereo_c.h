@@ -167,8 +167,8 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_minify_and_valida
 
 /** The USB identity of one supported camera model. */
 typedef struct uvc_stereo_camera_model_t {
-  uint16_t vendor_id;
-  uint16_t product_id;
+  uint16_t vendor_id;  /**< USB vendor id */
+  uint16_t product_id; /**< USB product id */
 } uvc_stereo_camera_model_t;
 
 /** The camera models this SDK supports, in the order scans check them: exactly the cameras
@@ -203,7 +203,7 @@ UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_opencv_backend_name(int3
 /** One capture index: the backend that sees the camera and the index it gives it. */
 typedef struct uvc_stereo_backend_index_t {
   int32_t backend; /**< UVC_STEREO_BACKEND_* */
-  int32_t index;
+  int32_t index;   /**< the capture index that backend gives the camera */
 } uvc_stereo_backend_index_t;
 
 /* The most capture indices a device info carries (one per backend). */
@@ -213,29 +213,29 @@ typedef struct uvc_stereo_backend_index_t {
  * device handle it came from. Into the SDK (uvc_stereo_open_device_info), a null string
  * reads as "". */
 typedef struct uvc_stereo_device_info_t {
-  uint32_t struct_size;
-  uint16_t vendor_id;          /**< USB vendor id; 0 = unknown */
-  uint16_t product_id;         /**< USB product id; 0 = unknown */
-  bool aux_flag_a;             /**< carried unchanged into the device's flash configuration */
-  bool aux_flag_b;             /**< carried unchanged into the device's flash configuration */
-  const char* serial_number;   /**< string descriptor 4; a selector */
-  const char* descriptor_text; /**< string descriptor 3; informational */
-  const char* friendly_name;   /**< display name */
-  const char* extra_text;      /**< informational; a scan leaves it empty */
-  const char* device_path;     /**< Windows device path; a selector */
+  uint32_t struct_size;         /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  uint16_t vendor_id;           /**< USB vendor id; 0 = unknown */
+  uint16_t product_id;          /**< USB product id; 0 = unknown */
+  bool aux_flag_a;              /**< carried unchanged into the device's flash configuration */
+  bool aux_flag_b;              /**< carried unchanged into the device's flash configuration */
+  const char* serial_number;    /**< string descriptor 4; a selector */
+  const char* descriptor_text;  /**< string descriptor 3; informational */
+  const char* friendly_name;    /**< display name */
+  const char* extra_text;       /**< informational; a scan leaves it empty */
+  const char* device_path;      /**< Windows device path; a selector */
+  uint32_t backend_index_count; /**< how many of backend_indices are set */
   /** Capture index per backend that sees the camera, in increasing backend order. */
-  uint32_t backend_index_count;
   uvc_stereo_backend_index_t backend_indices[UVC_STEREO_MAX_BACKEND_INDICES];
 } uvc_stereo_device_info_t;
 
 /** Narrows a scan. All zero (struct_size aside) passes every supported camera. */
 typedef struct uvc_stereo_scan_filter_t {
-  uint32_t struct_size;
-  bool has_vendor_id; /**< when false, vendor_id is not looked at */
-  uint16_t vendor_id;
-  bool has_product_id; /**< when false, product_id is not looked at */
-  uint16_t product_id;
-  bool require_serial_number;
+  uint32_t struct_size;       /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  bool has_vendor_id;         /**< when false, vendor_id is not looked at */
+  uint16_t vendor_id;         /**< only cameras with this vendor id, when has_vendor_id */
+  bool has_product_id;        /**< when false, product_id is not looked at */
+  uint16_t product_id;        /**< only cameras with this product id, when has_product_id */
+  bool require_serial_number; /**< only cameras whose serial number can be read and is not empty */
 } uvc_stereo_scan_filter_t;
 
 /* Bits of uvc_stereo_open_options_t.required_capabilities and of a device's transport flags. */
@@ -245,7 +245,7 @@ typedef struct uvc_stereo_scan_filter_t {
 
 /** How to open a camera. All zero (struct_size aside) is the default. */
 typedef struct uvc_stereo_open_options_t {
-  uint32_t struct_size;
+  uint32_t struct_size; /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
   /** What opening must prove: UVC_STEREO_TRANSPORT_FLASH and/or UVC_STEREO_TRANSPORT_FLASH_JSON;
    * UVC_STEREO_TRANSPORT_IMU is accepted and proven only when the IMU is opened.
    * Above 7 is refused. */
@@ -272,15 +272,15 @@ typedef struct uvc_stereo_reported_imu_t {
 
 /** A validated 64-byte capability report, as a record. */
 typedef struct uvc_stereo_capability_report_t {
-  uint32_t struct_size;
-  uint8_t major_version;
-  uint8_t minor_version;
-  uint64_t capability_bits;
-  bool has_flash_user_space; /**< true exactly when bit 1 is set */
-  uint32_t flash_user_space_start;
-  uint32_t flash_user_space_size;
-  bool has_imu; /**< true exactly when bit 2 is set */
-  uvc_stereo_reported_imu_t imu;
+  uint32_t struct_size;            /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  uint8_t major_version;           /**< report format major version (1) */
+  uint8_t minor_version;           /**< report format minor version */
+  uint64_t capability_bits;        /**< what the camera declares (UVC_STEREO_CAPABILITY_* bits) */
+  bool has_flash_user_space;       /**< true exactly when bit 1 is set */
+  uint32_t flash_user_space_start; /**< flash address of the user space, when has_flash_user_space */
+  uint32_t flash_user_space_size;  /**< bytes in the user space, when has_flash_user_space */
+  bool has_imu;                    /**< true exactly when bit 2 is set */
+  uvc_stereo_reported_imu_t imu;   /**< the IMU block, when has_imu */
 } uvc_stereo_capability_report_t;
 
 /** Fills a report with the C++ defaults (version 1.0, no bits, no blocks, the default IMU
@@ -297,8 +297,8 @@ enum {
 
 /** What a device knows of its camera's capability report. Pointers owned by the device. */
 typedef struct uvc_stereo_capability_info_t {
-  uint32_t struct_size;
-  int32_t source;                               /**< UVC_STEREO_CAPABILITY_SOURCE_* */
+  uint32_t struct_size; /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  int32_t source;       /**< UVC_STEREO_CAPABILITY_SOURCE_* */
   const uvc_stereo_capability_report_t* report; /**< the report when source is REPORTED, else null */
   const char* message;                          /**< why defaults are in force, with FALLBACK; else "" */
 } uvc_stereo_capability_info_t;
@@ -306,13 +306,13 @@ typedef struct uvc_stereo_capability_info_t {
 /** Which camera a flash operation addresses, and where and how its configuration record
  * lies in the camera's serial flash. Strings owned by the device. */
 typedef struct uvc_stereo_flash_config_t {
-  uint32_t struct_size;
-  const char* vidpid;  /**< "%04x%04x", vendor first; "" = any */
-  bool auto_select;    /**< select the first device when no other selector is set */
-  uint16_t vendor_id;  /**< narrows the enumeration; 0 = any */
-  uint16_t product_id; /**< narrows the enumeration; 0 = any */
-  bool aux_flag_a;
-  bool aux_flag_b;
+  uint32_t struct_size;        /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  const char* vidpid;          /**< "%04x%04x", vendor first; "" = any */
+  bool auto_select;            /**< select the first device when no other selector is set */
+  uint16_t vendor_id;          /**< narrows the enumeration; 0 = any */
+  uint16_t product_id;         /**< narrows the enumeration; 0 = any */
+  bool aux_flag_a;             /**< carried from the device info */
+  bool aux_flag_b;             /**< carried from the device info */
   const char* serial_number;   /**< preferred serial number; "" = not set */
   const char* device_path;     /**< preferred device path; wins over serial_number */
   uint32_t user_space_address; /**< first byte of the user space and of the record */
@@ -327,15 +327,15 @@ typedef struct uvc_stereo_flash_config_t {
 
 /** Where IMU samples are read: extension unit, control selector, bytes per read. */
 typedef struct uvc_stereo_imu_transport_t {
-  uint32_t struct_size;
-  uint8_t xu_unit;
-  uint8_t xu_selector;
-  uint8_t xu_length;
+  uint32_t struct_size; /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  uint8_t xu_unit;      /**< unit id of the IMU extension unit */
+  uint8_t xu_selector;  /**< control selector of the IMU control */
+  uint8_t xu_length;    /**< bytes per read, at least 17 */
 } uvc_stereo_imu_transport_t;
 
 /** Scale factors from raw IMU counts to physical units. */
 typedef struct uvc_stereo_imu_conversion_options_t {
-  uint32_t struct_size;
+  uint32_t struct_size;         /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
   double temperature_offset_c;  /**< degrees Celsius added after scaling */
   double temperature_lsb_per_c; /**< must not be zero */
   double accel_lsb_per_g;       /**< zero turns the accelerometer output off */
@@ -349,21 +349,21 @@ uvc_stereo_imu_conversion_options_defaults(uvc_stereo_imu_conversion_options_t* 
 
 /** One raw IMU sample. */
 typedef struct uvc_stereo_imu_sample_t {
-  uint32_t struct_size;
+  uint32_t struct_size;       /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
   uint32_t sample_counter;    /**< the device's 20-bit counter */
   uint64_t host_timestamp_ns; /**< host time at the middle of the read */
-  int16_t temperature_raw;
-  int16_t accel_raw[3]; /**< x, y, z */
-  int16_t gyro_raw[3];  /**< x, y, z */
+  int16_t temperature_raw;    /**< die temperature in raw counts */
+  int16_t accel_raw[3];       /**< x, y, z */
+  int16_t gyro_raw[3];        /**< x, y, z */
 } uvc_stereo_imu_sample_t;
 
 /** One IMU sample in physical units. */
 typedef struct uvc_stereo_imu_converted_t {
-  uint32_t struct_size;
-  uint64_t host_timestamp_ns;
-  double temperature_c;
-  double accel_g[3];  /**< x, y, z in g */
-  double gyro_dps[3]; /**< x, y, z in degrees per second */
+  uint32_t struct_size;       /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  uint64_t host_timestamp_ns; /**< the raw sample's host_timestamp_ns, unchanged */
+  double temperature_c;       /**< die temperature in degrees Celsius */
+  double accel_g[3];          /**< x, y, z in g */
+  double gyro_dps[3];         /**< x, y, z in degrees per second */
 } uvc_stereo_imu_converted_t;
 
 /** Converts a raw sample with the given options. A zero accelerometer or gyroscope scale
@@ -531,9 +531,9 @@ enum {
  * descriptor_3, serial_number) null means the descriptor is absent (reading it fails);
  * for the others null reads as "". */
 typedef struct uvc_stereo_rig_camera_t {
-  uint32_t struct_size;
-  uint16_t vendor_id;
-  uint16_t product_id;
+  uint32_t struct_size;         /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  uint16_t vendor_id;           /**< USB vendor id */
+  uint16_t product_id;          /**< USB product id */
   int32_t descriptor_order;     /**< UVC_STEREO_DESCRIPTOR_* */
   const char* device_path;      /**< as the vendor library reports it */
   const char* device_name;      /**< the library's device name */
@@ -545,20 +545,20 @@ typedef struct uvc_stereo_rig_camera_t {
   uint32_t flash_size;          /**< the whole chip */
   uint32_t flash_sector_size;   /**< erase granularity of the chip */
   uint32_t user_space_address;  /**< the region the SDK may erase and write */
-  uint32_t user_space_size;
+  uint32_t user_space_size;     /**< bytes in the user space */
   /** The camera's capability report as a record (copied; encoded as a camera sends it),
    * or null: then the extension unit answers the 64 bytes of capability_report (all
    * zero for a camera without capability reporting, or any malformed report). */
   const uvc_stereo_capability_report_t* capability;
-  uint8_t capability_report[64];
-  uint8_t imu_unit; /**< where the IMU answers */
-  uint8_t imu_selector;
-  uint8_t imu_length;
-  int32_t imu_motion;         /**< UVC_STEREO_IMU_* */
-  uint32_t imu_first_counter; /**< counter of the first sample (wraps at 2^20) */
-  uint32_t imu_counter_step;  /**< counter increment per read; larger values model missed samples */
-  double imu_temperature_c;   /**< die temperature */
-  uint32_t imu_seed;          /**< noise seed, so runs are repeatable */
+  uint8_t capability_report[64]; /**< what the capability extension unit answers when capability is null */
+  uint8_t imu_unit;              /**< where the IMU answers */
+  uint8_t imu_selector;          /**< control selector of the IMU control */
+  uint8_t imu_length;            /**< bytes the IMU read needs, at least 17 */
+  int32_t imu_motion;            /**< UVC_STEREO_IMU_* */
+  uint32_t imu_first_counter;    /**< counter of the first sample (wraps at 2^20) */
+  uint32_t imu_counter_step;     /**< counter increment per read; larger values model missed samples */
+  double imu_temperature_c;      /**< die temperature */
+  uint32_t imu_seed;             /**< noise seed, so runs are repeatable */
 } uvc_stereo_rig_camera_t;
 
 /** Fills a camera with the C++ defaults (a supported model, 1 MiB flash, user space
@@ -653,7 +653,7 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_next_imu_coun
 
 /** One device a capture backend lists. Strings copied. */
 typedef struct uvc_stereo_rig_capture_device_t {
-  uint32_t struct_size;
+  uint32_t struct_size;      /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
   const char* friendly_name; /**< null reads as "" */
   const char* device_path;   /**< null reads as "" */
 } uvc_stereo_rig_capture_device_t;
@@ -682,12 +682,12 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_faults(
 
 /** One vendor call as the rig saw it. Pointers owned by the call log it came from. */
 typedef struct uvc_stereo_rig_call_t {
-  uint32_t struct_size;
-  const char* name;    /**< "SonixCam_Init", "SonixCam_CstmReadFromSF", ... */
-  const int64_t* args; /**< the integer arguments, in order (addresses, lengths, constants) */
-  size_t arg_count;
-  int32_t camera; /**< the camera the device record named; -1 for none or unknown */
-  bool succeeded;
+  uint32_t struct_size;  /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  const char* name;      /**< "SonixCam_Init", "SonixCam_CstmReadFromSF", ... */
+  const int64_t* args;   /**< the integer arguments, in order (addresses, lengths, constants) */
+  size_t arg_count;      /**< how many of args are set */
+  int32_t camera;        /**< the camera the device record named; -1 for none or unknown */
+  bool succeeded;        /**< whether the call reported success */
   bool lock_held;        /**< the calling thread held the vendor lock */
   int32_t open_sessions; /**< sessions open when the call was made */
 } uvc_stereo_rig_call_t;

@@ -11,15 +11,16 @@ source "$root/scripts/lib/packages.sh"
 
 # clang builds the C consumer: a second compiler, to show the C interface does not depend on the first.
 # dpkg-dev and file let CPack find the Debian package's dependencies.
-ensure_packages cmake ninja-build g++ pkg-config clang-14 dpkg-dev file python3 "${UVC_STEREO_TOOL_PACKAGES[@]}"
+ensure_packages cmake ninja-build g++ pkg-config clang-14 dpkg-dev file python3 doxygen "${UVC_STEREO_TOOL_PACKAGES[@]}"
 
 work="$root/build/ci-install"
 rm -rf "$work"
 prefix="$work/prefix"
 
 cmake -S "$root" -B "$work/sdk" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" \
-  -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_INSTALL_PYTHON=ON
-cmake --build "$work/sdk" --parallel "$(nproc)" --target tovanel_uvc_stereo_sdk uvc-stereo
+  -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_INSTALL_PYTHON=ON \
+  -DUVC_STEREO_BUILD_DOCS=ON
+cmake --build "$work/sdk" --parallel "$(nproc)" --target tovanel_uvc_stereo_sdk uvc-stereo uvc_stereo_reference
 cmake --install "$work/sdk"
 
 echo "--- installed files"
@@ -89,6 +90,7 @@ sudo=()
 "${sudo[@]}" dpkg -i "$deb"
 trap '"${sudo[@]}" dpkg --purge tovanel-uvc-stereo-sdk >/dev/null' EXIT
 [ -f /usr/lib/udev/rules.d/70-tovanel-uvc-stereo.rules ] || { echo "the udev rule is not installed" >&2; exit 1; }
+[ -f /usr/share/doc/tovanel_uvc_stereo_sdk/reference/index.html ] || { echo "the API reference is not installed" >&2; exit 1; }
 # From /usr, nothing needs telling where the SDK is: no prefix path, no PKG_CONFIG_PATH, no LD_LIBRARY_PATH.
 unset PKG_CONFIG_PATH
 cmake -S "$root/examples/consumer" -B "$work/deb-consumer-cmake" -G Ninja -DCMAKE_BUILD_TYPE=Release
