@@ -11,6 +11,7 @@ pure Python and finds the library at run time (see ``tovanel_uvc_stereo/_library
 
 import importlib.util
 import os
+import re
 import shutil
 from pathlib import Path
 
@@ -61,4 +62,19 @@ class MaybeBinaryDistribution(Distribution):
         return named_library() is not None or placed_library() is not None
 
 
-setup(cmdclass={"build_py": BuildPyWithLibrary}, distclass=MaybeBinaryDistribution)
+def sdk_version():
+    """The version the SDK's CMake project sets: the one place the version is written."""
+    cmake_lists = Path(__file__).resolve().parent.parent / "CMakeLists.txt"
+    if not cmake_lists.is_file():
+        raise SystemExit(f"{cmake_lists}: not found; the package is built from the SDK's source tree")
+    found = re.search(r"project\(\s*\w+\s+VERSION\s+(\d+\.\d+\.\d+)", cmake_lists.read_text(encoding="utf-8"))
+    if found is None:
+        raise SystemExit(f"{cmake_lists}: no project(... VERSION x.y.z)")
+    return found.group(1)
+
+
+setup(
+    version=sdk_version(),
+    cmdclass={"build_py": BuildPyWithLibrary},
+    distclass=MaybeBinaryDistribution,
+)

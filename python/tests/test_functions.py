@@ -1,13 +1,21 @@
 """The free functions: version, CRC-32, the JSON minifier, IMU conversion, the model table."""
 
+import importlib.metadata
+import re
+
 import pytest
 
 import tovanel_uvc_stereo as uvc
 
 
 def test_the_package_and_the_library_have_one_version():
-    assert uvc.__version__ == "0.1.0"
-    assert uvc.library_version() == uvc.__version__
+    assert re.fullmatch(r"\d+\.\d+\.\d+", uvc.library_version())
+    assert uvc.__version__ == uvc.library_version()
+    try:
+        installed = importlib.metadata.version("tovanel_uvc_stereo")
+    except importlib.metadata.PackageNotFoundError:
+        return  # run from the source tree: there is no installed distribution to compare
+    assert installed == uvc.library_version()
 
 
 def test_crc32_ieee_of_the_check_string_and_of_nothing():

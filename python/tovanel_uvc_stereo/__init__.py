@@ -46,7 +46,15 @@ from ._records import (
 
 from . import sim  # noqa: E402  (tovanel_uvc_stereo.sim.SimulatedRig without a second import)
 
-__version__ = "0.1.0"
+
+
+def __getattr__(name):
+    # The version is the library's own (set once, by the SDK's build), read when first asked for, so that importing
+    # the package never needs the library.
+    if name == "__version__":
+        return library_version()
+    raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+
 
 __all__ = [
     "CAPABILITY_FLASH_USER_SPACE",
