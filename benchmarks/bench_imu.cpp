@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "bench_open_imu.h"
 #include "bridge/imu_reader.h"
 #include "bridge/os/host_clock.h"
 #include "bridge/os/pause.h"
@@ -88,21 +89,8 @@ class OpenImu {
     camera.device_name = "Tovanel Stereo Camera";
     camera.serial_number = "SN-BENCH";
     rig_.add_camera(camera);
-    sdk::Result<std::vector<sdk::DeviceInfo>> devices = sdk::scan_devices();
-    if (!devices.ok() || devices.value().size() != 1) {
-      failure_ = "scan did not find the camera";
-      return;
-    }
-    info_ = devices.value().front();
-    sdk::Result<sdk::Device> opened = sdk::open_device(info_);
-    if (!opened.ok()) {
-      failure_ = "open_device: " + opened.status().message();
-      return;
-    }
-    device_.emplace(std::move(opened).value());
-    const sdk::Status imu = device_->open_imu();
-    if (!imu.ok()) {
-      failure_ = "open_imu: " + imu.message();
+    device_ = sdk::bench::open_only_camera_with_imu(failure_, info_);
+    if (!device_.has_value()) {
       return;
     }
     use_instant();

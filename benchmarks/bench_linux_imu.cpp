@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "bench_open_imu.h"
 #include "bridge/backends/linux_backend.h"
 #include "bridge/platform.h"
 #include "linux/fake_cameras.h"
@@ -49,21 +50,8 @@ class LinuxCamera {
   LinuxCamera() {
     kernel_.add_camera(fake::supported_camera("SN-BENCH", "1-2", 0));
     platform_.emplace(linux_platform(kernel_));
-    sdk::Result<std::vector<sdk::DeviceInfo>> devices = sdk::scan_devices();
-    if (!devices.ok() || devices.value().size() != 1) {
-      failure_ = "scan did not find the camera";
-      return;
-    }
-    sdk::Result<sdk::Device> opened = sdk::open_device(devices.value().front());
-    if (!opened.ok()) {
-      failure_ = "open_device: " + opened.status().message();
-      return;
-    }
-    device_.emplace(std::move(opened).value());
-    const sdk::Status imu = device_->open_imu();
-    if (!imu.ok()) {
-      failure_ = "open_imu: " + imu.message();
-    }
+    sdk::DeviceInfo info;
+    device_ = sdk::bench::open_only_camera_with_imu(failure_, info);
     // The fake's own log of accesses would grow with every read; the counters remain.
     kernel_.log_accesses(false);
   }

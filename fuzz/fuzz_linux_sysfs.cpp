@@ -3,7 +3,6 @@
 // lead nowhere, nodes of devices that are not USB cameras, nodes that cannot be opened. The listing is checked
 // against the listing restated from the layout itself.
 #include <linux/videodev2.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -23,6 +22,7 @@
 #include "bridge/backends/linux_usb_identity.h"
 #include "fuzz_check.h"
 #include "fuzz_input.h"
+#include "linux/scratch_directory.h"
 #include "linux/uvc_descriptor_builder.h"
 
 namespace {
@@ -161,33 +161,8 @@ void write_file(const fs::path& path, const std::optional<std::string>& bytes) {
 }
 
 // One scratch directory for the whole run, removed when the run ends.
-class ScratchDirectory {
- public:
-  ScratchDirectory() {
-    // Each input lays out a few dozen files: in memory (tmpfs) that is thousands of inputs a second, on a disk a few.
-    std::error_code error;
-    const fs::path base = fs::is_directory("/dev/shm", error) ? fs::path("/dev/shm") : fs::temp_directory_path();
-    std::string pattern = (base / "uvc-stereo-fuzz-sysfs-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) {
-      std::abort();
-    }
-    path_ = pattern;
-  }
-  ~ScratchDirectory() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  ScratchDirectory(const ScratchDirectory&) = delete;
-  ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-
-  [[nodiscard]] const fs::path& path() const noexcept { return path_; }
-
- private:
-  fs::path path_;
-};
-
 const fs::path& scratch_root() {
-  static const ScratchDirectory scratch;
+  static const testing_kit::ScratchDirectory scratch("uvc-stereo-fuzz-sysfs");
   return scratch.path();
 }
 

@@ -3,7 +3,6 @@
 #include <linux/usb/video.h>
 #include <linux/uvcvideo.h>
 #include <linux/videodev2.h>
-#include <stdlib.h>
 
 #include <atomic>
 #include <cerrno>
@@ -50,14 +49,9 @@ constexpr char kUsbBusDirectory[] = "devices/pci0000:00/0000:00:14.0/usb1";
 
 }  // namespace
 
-FakeKernel::FakeKernel() {
-  std::string pattern = (fs::temp_directory_path() / "uvc-stereo-fake-kernel-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) {
-    throw std::runtime_error("cannot make a scratch directory");
-  }
-  root_ = pattern;
-  sysfs_ = root_ / "sys";
-  dev_ = root_ / "dev";
+FakeKernel::FakeKernel() : root_("uvc-stereo-fake-kernel") {
+  sysfs_ = root_.path() / "sys";
+  dev_ = root_.path() / "dev";
   fs::create_directories(sysfs_ / kUsbBusDirectory);
   fs::create_directories(sysfs_ / "bus" / "usb" / "devices");
   fs::create_directories(sysfs_ / "class" / "video4linux");
@@ -68,11 +62,7 @@ FakeKernel::FakeKernel() {
   g_active.store(this);
 }
 
-FakeKernel::~FakeKernel() {
-  g_active.store(nullptr);
-  std::error_code ignored;
-  fs::remove_all(root_, ignored);
-}
+FakeKernel::~FakeKernel() { g_active.store(nullptr); }
 
 int FakeKernel::add_camera(const FakeUvcCamera& camera) {
   const std::lock_guard<std::mutex> guard(mutex_);

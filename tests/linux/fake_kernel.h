@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "bridge/linux_kernel.h"
+#include "linux/scratch_directory.h"
 #include "linux/uvc_descriptor_builder.h"
 #include "sim/rig_state.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -101,7 +102,7 @@ class FakeKernel {
   int ioctl_locked(int fd, unsigned long request, void* argument);
   void record(std::string what);
 
-  std::filesystem::path root_;
+  ScratchDirectory root_;
   std::filesystem::path sysfs_;
   std::filesystem::path dev_;
   std::string sysfs_text_;

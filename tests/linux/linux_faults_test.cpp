@@ -20,15 +20,6 @@ DeviceInfo only_camera() {
   return scan.ok() && !scan.value().empty() ? scan.value()[0] : DeviceInfo();
 }
 
-bool any_line_has(const std::vector<std::string>& lines, const std::string& a, const std::string& b) {
-  for (const std::string& line : lines) {
-    if (line.find(a) != std::string::npos && line.find(b) != std::string::npos) {
-      return true;
-    }
-  }
-  return false;
-}
-
 TEST_F(LinuxFaults, ACameraUnpluggedWhileStreamingIsADisconnect) {
   const int camera = kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
   Result<Device> device = open_device(only_camera());
@@ -40,7 +31,7 @@ TEST_F(LinuxFaults, ACameraUnpluggedWhileStreamingIsADisconnect) {
   ASSERT_FALSE(lost.ok());
   EXPECT_EQ(lost.status().code(), ErrorCode::PlatformError);
   EXPECT_EQ(lost.status().message(), "SonixCam_XuRead failed: vendor_code=ecDeviceDisconnect(7)");
-  EXPECT_TRUE(any_line_has(diagnostics(), kernel_.usb_path("1-2"), "unplugged"));
+  EXPECT_TRUE(diagnosed(kernel_.usb_path("1-2"), "unplugged"));
   // Later reads keep saying so, and closing the reader still ends its session.
   const Result<ReadImuResult> still_lost = device.value().read_imu();
   ASSERT_FALSE(still_lost.ok());
@@ -71,7 +62,7 @@ TEST_F(LinuxFaults, ANodeThisAccountMayNotOpenIsNamedWithTheSystemsReason) {
   const Status imu = device.value().open_imu();
   EXPECT_EQ(imu.code(), ErrorCode::PlatformError);
   EXPECT_EQ(imu.message(), "SonixCam_SetNodeID failed: vendor_code=ecGetKsControlFail(5)");
-  EXPECT_TRUE(any_line_has(diagnostics(), "cannot open " + kernel_.dev_node(0), "Permission denied"));
+  EXPECT_TRUE(diagnosed("cannot open " + kernel_.dev_node(0), "Permission denied"));
 }
 
 TEST_F(LinuxFaults, AnExtensionUnitWithAnotherGuidIsNotTheCamerasUnit) {
@@ -83,7 +74,7 @@ TEST_F(LinuxFaults, AnExtensionUnitWithAnotherGuidIsNotTheCamerasUnit) {
   EXPECT_EQ(device.value().capability_info().source, CapabilitySource::Fallback);
   const Status imu = device.value().open_imu();
   EXPECT_EQ(imu.message(), "SonixCam_SetNodeID failed: vendor_code=ecGetKsControlFail(5)");
-  EXPECT_TRUE(any_line_has(diagnostics(), "has no extension unit 4", kernel_.usb_path("1-2")));
+  EXPECT_TRUE(diagnosed("has no extension unit 4", kernel_.usb_path("1-2")));
   // The unit is never asked for a control it may not have.
   for (const KernelAccess& access : kernel_.accesses()) {
     EXPECT_NE(access.what, "UVCIOC_CTRL_QUERY");
@@ -110,7 +101,7 @@ TEST_F(LinuxFaults, TheConfigurationRecordFailsClearlyWithoutTheVendorLibrary) {
   const Status written = device.value().write_json("{\"a\":1}");
   EXPECT_FALSE(written.ok());
   EXPECT_EQ(written.message(), "SonixCam_GetSerialFlashType failed: vendor_code=ecGetKsControlFail(5)");
-  EXPECT_TRUE(any_line_has(diagnostics(), "serial flash", "camera vendor's library"));
+  EXPECT_TRUE(diagnosed("serial flash", "camera vendor's library"));
   // Nothing was ever written or erased.
   for (const std::string& name : call_names()) {
     EXPECT_NE(name, "SonixCam_WriteToSF");

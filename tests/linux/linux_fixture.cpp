@@ -194,6 +194,15 @@ std::vector<std::string> LinuxBackendTest::diagnostics() const {
   return lines;
 }
 
+bool LinuxBackendTest::diagnosed(const std::string& a, const std::string& b) const {
+  for (const std::string& line : diagnostics()) {
+    if (line.find(a) != std::string::npos && line.find(b) != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
 std::vector<std::string> LinuxBackendTest::call_names() const {
   std::vector<std::string> names;
   for (const AuditedCall& call : audited_calls()) {

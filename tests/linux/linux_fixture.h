@@ -45,6 +45,8 @@ class LinuxBackendTest : public ::testing::Test {
 
   // Diagnostic lines written so far.
   [[nodiscard]] std::vector<std::string> diagnostics() const;
+  // Whether some diagnostic line so far holds both `a` and `b`.
+  [[nodiscard]] bool diagnosed(const std::string& a, const std::string& b) const;
   // The names of the vendor calls made so far.
   [[nodiscard]] std::vector<std::string> call_names() const;
 

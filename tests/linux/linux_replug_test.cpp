@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,6 @@
 
 namespace tovanel::uvc_stereo::linux_testing {
 namespace {
-
-using LinuxReplug = LinuxBackendTest;
 
 constexpr char kDisconnect[] = "SonixCam_XuRead failed: vendor_code=ecDeviceDisconnect(7)";
 
@@ -32,35 +31,39 @@ DeviceInfo camera_with_serial(const std::string& serial) {
   return DeviceInfo();
 }
 
-bool any_line_has(const std::vector<std::string>& lines, const std::string& a, const std::string& b) {
-  for (const std::string& line : lines) {
-    if (line.find(a) != std::string::npos && line.find(b) != std::string::npos) {
-      return true;
-    }
+class LinuxReplug : public LinuxBackendTest {
+ protected:
+  // Opens camera `serial`, opens its IMU and reads one sample.
+  void start_streaming(const std::string& serial) {
+    Result<Device> opened = open_device(camera_with_serial(serial));
+    ASSERT_TRUE(opened.ok()) << opened.status().message();
+    device_.emplace(std::move(opened.value()));
+    ASSERT_TRUE(device_->open_imu().ok());
+    ASSERT_TRUE(device_->read_imu().ok());
   }
-  return false;
-}
+  Device& device() { return *device_; }
+
+ private:
+  std::optional<Device> device_;
+};
 
 TEST_F(LinuxReplug, AnotherCameraInTheSamePortIsADisconnectAndNeverRead) {
   const int a = kernel_.add_camera(supported_camera("SN-A", "1-2", 0));
-  Result<Device> device = open_device(camera_with_serial("SN-A"));
-  ASSERT_TRUE(device.ok()) << device.status().message();
-  ASSERT_TRUE(device.value().open_imu().ok());
-  ASSERT_TRUE(device.value().read_imu().ok());
+  ASSERT_NO_FATAL_FAILURE(start_streaming("SN-A"));
 
   const int b = kernel_.replug(a, supported_camera("SN-B", "1-2", 0));
   const std::uint32_t b_counter = kernel_.camera_state(b).imu.next_counter();
   for (int i = 0; i < 3; ++i) {
-    const Result<ReadImuResult> read = device.value().read_imu();
+    const Result<ReadImuResult> read = device().read_imu();
     ASSERT_FALSE(read.ok()) << "read " << i << " took a sample from the camera now at the port";
     EXPECT_EQ(read.status().code(), ErrorCode::PlatformError);
     EXPECT_EQ(read.status().message(), kDisconnect);
   }
   // Camera B gave no sample to A's reader, and its node was never asked for one.
   EXPECT_EQ(kernel_.camera_state(b).imu.next_counter(), b_counter);
-  EXPECT_TRUE(any_line_has(diagnostics(), kernel_.usb_path("1-2"), "unplugged"));
-  EXPECT_EQ(device.value().info().serial_number, "SN-A");
-  ASSERT_TRUE(device.value().close_imu().ok());
+  EXPECT_TRUE(diagnosed(kernel_.usb_path("1-2"), "unplugged"));
+  EXPECT_EQ(device().info().serial_number, "SN-A");
+  ASSERT_TRUE(device().close_imu().ok());
 
   // B is a camera of its own, opened and read under its own serial number.
   Result<Device> other = open_device(camera_with_serial("SN-B"));
@@ -74,73 +77,67 @@ TEST_F(LinuxReplug, AnotherCameraInTheSamePortIsADisconnectAndNeverRead) {
 
 TEST_F(LinuxReplug, TheSameCameraPluggedInAgainIsANewDeviceForAnOpenReader) {
   const int a = kernel_.add_camera(supported_camera("SN-A", "1-2", 0));
-  Result<Device> device = open_device(camera_with_serial("SN-A"));
-  ASSERT_TRUE(device.ok()) << device.status().message();
-  ASSERT_TRUE(device.value().open_imu().ok());
-  ASSERT_TRUE(device.value().read_imu().ok());
+  ASSERT_NO_FATAL_FAILURE(start_streaming("SN-A"));
   kernel_.replug(a, supported_camera("SN-A", "1-2", 0));
-  EXPECT_EQ(device.value().read_imu().status().message(), kDisconnect);
-  EXPECT_EQ(device.value().read_imu().status().message(), kDisconnect);
-  ASSERT_TRUE(device.value().close_imu().ok());
+  EXPECT_EQ(device().read_imu().status().message(), kDisconnect);
+  EXPECT_EQ(device().read_imu().status().message(), kDisconnect);
+  ASSERT_TRUE(device().close_imu().ok());
   // Opened again, the camera streams.
-  ASSERT_TRUE(device.value().open_imu().ok());
-  EXPECT_TRUE(device.value().read_imu().ok());
-  ASSERT_TRUE(device.value().close_imu().ok());
+  ASSERT_TRUE(device().open_imu().ok());
+  EXPECT_TRUE(device().read_imu().ok());
+  ASSERT_TRUE(device().close_imu().ok());
 }
 
 TEST_F(LinuxReplug, AScanWhileAReaderIsOpenDoesNotHandTheReaderTheNewCamera) {
   const int a = kernel_.add_camera(supported_camera("SN-A", "1-2", 0));
-  Result<Device> device = open_device(camera_with_serial("SN-A"));
-  ASSERT_TRUE(device.ok()) << device.status().message();
-  ASSERT_TRUE(device.value().open_imu().ok());
-  ASSERT_TRUE(device.value().read_imu().ok());
+  ASSERT_NO_FATAL_FAILURE(start_streaming("SN-A"));
   const int b = kernel_.replug(a, supported_camera("SN-B", "1-2", 0));
   // The scan nests a session in the reader's and lists the port's new camera.
   const DeviceInfo listed = camera_with_serial("SN-B");
   EXPECT_EQ(listed.device_path, kernel_.usb_path("1-2"));
   const std::uint32_t b_counter = kernel_.camera_state(b).imu.next_counter();
-  EXPECT_EQ(device.value().read_imu().status().message(), kDisconnect);
-  EXPECT_EQ(device.value().read_imu().status().message(), kDisconnect);
+  EXPECT_EQ(device().read_imu().status().message(), kDisconnect);
+  EXPECT_EQ(device().read_imu().status().message(), kDisconnect);
   EXPECT_EQ(kernel_.camera_state(b).imu.next_counter(), b_counter);
-  ASSERT_TRUE(device.value().close_imu().ok());
+  ASSERT_TRUE(device().close_imu().ok());
 }
 
 TEST_F(LinuxReplug, ACameraReplacedBeforeItsNodeOpensIsADisconnectWhenTheReaderStarts) {
   const int a = kernel_.add_camera(supported_camera("SN-A", "1-2", 0));
-  Result<Device> device = open_device(camera_with_serial("SN-A"));
-  ASSERT_TRUE(device.ok()) << device.status().message();
+  Result<Device> camera = open_device(camera_with_serial("SN-A"));
+  ASSERT_TRUE(camera.ok()) << camera.status().message();
   // The camera changes after the reader's session has listed it and before its node opens.
   before_next_call("SonixCam_SetNodeID", [&] { kernel_.replug(a, supported_camera("SN-B", "1-2", 0)); });
-  const Status opened = device.value().open_imu();
-  EXPECT_EQ(opened.code(), ErrorCode::PlatformError);
-  EXPECT_EQ(opened.message(), "SonixCam_SetNodeID failed: vendor_code=ecDeviceDisconnect(7)");
-  EXPECT_TRUE(any_line_has(diagnostics(), kernel_.usb_path("1-2"), "another camera"));
+  const Status started = camera.value().open_imu();
+  EXPECT_EQ(started.code(), ErrorCode::PlatformError);
+  EXPECT_EQ(started.message(), "SonixCam_SetNodeID failed: vendor_code=ecDeviceDisconnect(7)");
+  EXPECT_TRUE(diagnosed(kernel_.usb_path("1-2"), "another camera"));
 }
 
 TEST_F(LinuxReplug, AFailedReadOfACameraStillThereKeepsItsOwnCodeAndTheNextReadWorks) {
   kernel_.add_camera(supported_camera("SN-A", "1-2", 0));
-  Result<Device> device = open_device(camera_with_serial("SN-A"));
-  ASSERT_TRUE(device.ok()) << device.status().message();
-  ASSERT_TRUE(device.value().open_imu().ok());
+  Result<Device> camera = open_device(camera_with_serial("SN-A"));
+  ASSERT_TRUE(camera.ok()) << camera.status().message();
+  ASSERT_TRUE(camera.value().open_imu().ok());
   kernel_.fail_next_control_query(ETIMEDOUT);
-  const Result<ReadImuResult> late = device.value().read_imu();
+  const Result<ReadImuResult> late = camera.value().read_imu();
   ASSERT_FALSE(late.ok());
   EXPECT_EQ(late.status().message(), "SonixCam_XuRead failed: vendor_code=ecSyncTransTimeOut(8)");
-  EXPECT_TRUE(device.value().read_imu().ok());
-  ASSERT_TRUE(device.value().close_imu().ok());
+  EXPECT_TRUE(camera.value().read_imu().ok());
+  ASSERT_TRUE(camera.value().close_imu().ok());
 }
 
 TEST_F(LinuxReplug, MemoryRunningOutInAnOperationIsMemoryMallocFailAndTheNextOneWorks) {
   kernel_.add_camera(supported_camera("SN-A", "1-2", 0));
-  Result<Device> device = open_device(camera_with_serial("SN-A"));
-  ASSERT_TRUE(device.ok()) << device.status().message();
+  Result<Device> camera = open_device(camera_with_serial("SN-A"));
+  ASSERT_TRUE(camera.ok()) << camera.status().message();
   before_next_call("SonixCam_SetNodeID", [&] { kernel_.exhaust_memory_on_next_open(); });
-  const Status failed = device.value().open_imu();
+  const Status failed = camera.value().open_imu();
   EXPECT_EQ(failed.code(), ErrorCode::PlatformError);
   EXPECT_EQ(failed.message(), "SonixCam_SetNodeID failed: vendor_code=ecMemoryMallocFail(6)");
-  ASSERT_TRUE(device.value().open_imu().ok());
-  EXPECT_TRUE(device.value().read_imu().ok());
-  ASSERT_TRUE(device.value().close_imu().ok());
+  ASSERT_TRUE(camera.value().open_imu().ok());
+  EXPECT_TRUE(camera.value().read_imu().ok());
+  ASSERT_TRUE(camera.value().close_imu().ok());
 }
 
 TEST_F(LinuxReplug, ARecordTheBackendDidNotHandOutNamesNoCamera) {
