@@ -47,12 +47,20 @@ int SimulatedImuGenerator::noise(int amplitude) {
 }
 
 ImuPayload SimulatedImuGenerator::next_sample() {
+  const ImuPayload payload = sample_at(counter_, samples_);
+  counter_ = (counter_ + config_.counter_step) & kCounterMask;
+  ++samples_;
+  return payload;
+}
+
+ImuPayload SimulatedImuGenerator::sample_at(std::uint32_t counter, std::uint64_t sample_number) {
+  const double rate_hz = config_.timing ? config_.timing->rate_hz : kSampleRateHz;
   double accel[3] = {0.0, 0.0, kAccelCountsPerG};
   double gyro[3] = {0.0, 0.0, 0.0};
   if (config_.motion == ImuMotion::Moving) {
     // A pendulum-like sway about y: gravity tilts in the x-z plane and the y rate is
     // the tilt's derivative, so the two sensors tell the same story.
-    const double t = static_cast<double>(samples_) / kSampleRateHz;
+    const double t = static_cast<double>(sample_number) / rate_hz;
     const double phase = 2.0 * kPi * kSwayFrequencyHz * t;
     const double tilt_rad = kSwayAmplitudeDeg * kPi / 180.0 * std::sin(phase);
     const double rate_dps = kSwayAmplitudeDeg * 2.0 * kPi * kSwayFrequencyHz * std::cos(phase);
@@ -70,12 +78,9 @@ ImuPayload SimulatedImuGenerator::next_sample() {
   for (int axis = 0; axis < 3; ++axis) {
     store_be16(&payload[8 + 2 * axis], to_counts(gyro[axis] + noise(2)));
   }
-  payload[14] = static_cast<std::uint8_t>((counter_ >> 8) & 0xFFu);
-  payload[15] = static_cast<std::uint8_t>(counter_ & 0xFFu);
-  payload[16] = static_cast<std::uint8_t>((counter_ >> 16) & 0x0Fu);
-
-  counter_ = (counter_ + config_.counter_step) & kCounterMask;
-  ++samples_;
+  payload[14] = static_cast<std::uint8_t>((counter >> 8) & 0xFFu);
+  payload[15] = static_cast<std::uint8_t>(counter & 0xFFu);
+  payload[16] = static_cast<std::uint8_t>((counter >> 16) & 0x0Fu);
   return payload;
 }
 
