@@ -10,9 +10,9 @@
 
 #include "bridge/backend_matching.h"
 #include "bridge/device_record_text.h"
+#include "bridge/os/capture_listing.h"
 #include "bridge/vendor_status.h"
 #include "imu/model_table.h"
-#include "win/capture_listing.h"
 #include "win/device_path.h"
 
 namespace tovanel::uvc_stereo::win_detail {

@@ -1,15 +1,15 @@
-#include "flash/flash_transport.h"
+#include "bridge/flash_transport.h"
 
 #include <cstdint>
 #include <exception>
 #include <vector>
 
 #include "bridge/flash_session.h"
+#include "bridge/os/debug_output.h"
 #include "flash/readback_verify.h"
 #include "flash/record_preview.h"
 #include "flash/write_record.h"
 #include "uvc_stereo/flash.h"
-#include "win/debug_output.h"
 
 // The four flash operations. Each opens its own session on the selected camera, does its
 // work and closes the session again; nothing is thrown to the caller.

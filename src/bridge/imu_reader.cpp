@@ -10,7 +10,7 @@
 #include "bridge/device_resolution.h"
 #include "bridge/device_selector.h"
 #include "bridge/extension_unit.h"
-#include "bridge/host_time.h"
+#include "bridge/os/host_time.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"

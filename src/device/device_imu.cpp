@@ -5,7 +5,7 @@
 #include "bridge/imu_reader.h"
 #include "device/capability_not_supported.h"
 #include "device/device_impl.h"
-#include "imu/firmware_gate.h"
+#include "device/firmware_gate.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/imu.h"
 

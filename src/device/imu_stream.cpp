@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include "bridge/host_time.h"
+#include "bridge/os/host_time.h"
 #include "bridge/imu_reader.h"
 #include "device/device_impl.h"
 #include "imu/latency_histogram.h"

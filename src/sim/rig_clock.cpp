@@ -1,6 +1,6 @@
 #include "sim/rig_clock.h"
 
-#include "bridge/host_time.h"
+#include "bridge/os/host_time.h"
 
 namespace tovanel::uvc_stereo::sim {
 namespace {

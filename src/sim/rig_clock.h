@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "core/platform_table.h"
+#include "bridge/platform_table.h"
 
 namespace tovanel::uvc_stereo::sim {
 

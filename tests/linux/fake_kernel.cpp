@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "bridge/host_time.h"
+#include "bridge/os/host_time.h"
 #include "bridge/process_lock.h"
 #include "sim/extension_unit.h"
 

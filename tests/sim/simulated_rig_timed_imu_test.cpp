@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "bridge/host_time.h"
+#include "bridge/os/host_time.h"
 #include "simulated_rig_fixture.h"
 #include "uvc_stereo/simulated_rig.h"
 

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "bridge/os/windows_api_win.h"
 #include "bridge/vendor_backend.h"
-#include "win/windows_api_win.h"
 
 namespace tovanel::uvc_stereo::vendor {
 namespace {

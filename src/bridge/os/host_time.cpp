@@ -1,10 +1,10 @@
-#include "bridge/host_time.h"
+#include "bridge/os/host_time.h"
 
 #include <chrono>
 #include <thread>
 
-#include "core/platform_table.h"
-#include "win/host_clock.h"
+#include "bridge/platform_table.h"
+#include "bridge/os/host_clock.h"
 
 namespace tovanel::uvc_stereo::detail {
 

@@ -6,13 +6,13 @@
 #include <utility>
 #include <vector>
 
-#include "win/capture_listing.h"
-#include "win/capture_system_calls_win.h"
-#include "win/com_ref_win.h"
-#include "win/com_start_win.h"
-#include "win/hresult_message_win.h"
-#include "win/property_bag_text_win.h"
-#include "win/wide_text_win.h"
+#include "bridge/os/capture_listing.h"
+#include "bridge/os/capture_system_calls_win.h"
+#include "bridge/os/com_ref_win.h"
+#include "bridge/os/com_start_win.h"
+#include "bridge/os/hresult_message_win.h"
+#include "bridge/os/property_bag_text_win.h"
+#include "bridge/os/wide_text_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {
