@@ -153,6 +153,7 @@ list(APPEND UVC_STEREO_SOURCES
   c_api/device_list.cpp
   c_api/errors.cpp
   c_api/imu.cpp
+  c_api/imu_stream.cpp
   c_api/last_error.cpp
   c_api/library.cpp
   c_api/records.cpp

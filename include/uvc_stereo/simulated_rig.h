@@ -176,6 +176,9 @@ class UVC_STEREO_API SimulatedRig {
   void queue_imu_status(int camera, std::uint8_t status_byte);
   // The counter the next IMU sample will carry (for a timed IMU: the newest sample's, now).
   [[nodiscard]] std::uint32_t next_imu_counter(int camera) const;
+  // From now on the camera's IMU samples in time with `timing`, its counter starting afresh
+  // at its first_counter, as if the camera had just been plugged in.
+  void set_imu_timing(int camera, const SimulatedImuTiming& timing);
   // A timed IMU restarts now: its counter goes back to 0 and its samples start afresh.
   void restart_imu(int camera);
   // Each distinct sample the camera's timed IMU answered reads with since the last call,

@@ -165,6 +165,15 @@ std::uint32_t SimulatedRig::next_imu_counter(int camera) const {
   return target->timed_imu ? target->timed_imu->newest_counter(state_->clock.now_ns()) : target->imu.next_counter();
 }
 
+void SimulatedRig::set_imu_timing(int camera, const SimulatedImuTiming& timing) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->config.imu.timing = timing;
+    target->timed_imu.emplace(timing, target->config.imu.first_counter);
+    target->timed_imu->power_up(state_->clock.now_ns());
+  }
+}
+
 void SimulatedRig::restart_imu(int camera) {
   const Guard guard(state_->mutex);
   if (CameraState* target = state_->camera(camera); target != nullptr && target->timed_imu) {

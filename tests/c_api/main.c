@@ -11,6 +11,7 @@ int main(void) {
   device_tests();
   json_tests();
   imu_tests();
+  imu_stream_tests();
   rig_tests();
   argument_tests();
   if (check_failures() != 0) {
