@@ -35,7 +35,9 @@ struct ImuStreamSample {
   /// are. Estimated from the fit of the camera's sample clock to the host's; strictly
   /// increasing over the stream's life, restarts included.
   std::uint64_t host_time_ns = 0;
-  /// The reads bound the sample's time to `host_time_ns` plus or minus this.
+  /// The reads bound the sample's time to `host_time_ns` plus or minus this; the all-ones
+  /// value for the stream's first sample, which may have been taken any time in the
+  /// sample period before its read while that period is still unknown.
   std::uint64_t host_time_uncertainty_ns = 0;
   /// The middle of the read that delivered the sample (what read_imu stamps a sample with).
   std::uint64_t read_time_ns = 0;

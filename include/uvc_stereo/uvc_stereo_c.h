@@ -743,15 +743,16 @@ uvc_stereo_imu_stream_options_defaults(uvc_stereo_imu_stream_options_t* options)
 /* One sample as a stream delivers it. */
 typedef struct uvc_stereo_imu_stream_sample_t {
   uint32_t struct_size;
-  uint32_t counter;                     /* the raw 20-bit counter */
-  uint64_t sample_index;                /* continuous across wraps; grows by 1 + missed_before, restarts included */
-  uint32_t segment;                     /* restarts of the camera seen before this sample */
-  bool restarted;                       /* the first sample after a restart */
-  uint64_t missed_before;               /* samples taken just before this one that no read saw */
-  uint64_t host_time_ns;                /* when it was taken, host monotonic clock; strictly increasing */
-  uint64_t host_time_uncertainty_ns;    /* the reads bound that time to host_time_ns plus or minus this */
-  uint64_t read_time_ns;                /* the middle of the read that delivered it */
-  uvc_stereo_imu_sample_t raw;          /* as uvc_stereo_device_read_imu gives it (stamped read_time_ns) */
+  uint32_t counter;                  /* the raw 20-bit counter */
+  uint64_t sample_index;             /* continuous across wraps; grows by 1 + missed_before, restarts included */
+  uint32_t segment;                  /* restarts of the camera seen before this sample */
+  bool restarted;                    /* the first sample after a restart */
+  uint64_t missed_before;            /* samples taken just before this one that no read saw */
+  uint64_t host_time_ns;             /* when it was taken, host monotonic clock; strictly increasing */
+  uint64_t host_time_uncertainty_ns; /* the reads bound that time to host_time_ns plus or minus this (all ones: not yet,
+                                        for the first sample) */
+  uint64_t read_time_ns;             /* the middle of the read that delivered it */
+  uvc_stereo_imu_sample_t raw;       /* as uvc_stereo_device_read_imu gives it (stamped read_time_ns) */
   uvc_stereo_imu_converted_t converted; /* in physical units, stamped host_time_ns */
 } uvc_stereo_imu_stream_sample_t;
 

@@ -190,10 +190,10 @@ double SampleClockFit::slope_tolerance(const Line& line) const noexcept {
 SampleTimeEstimate SampleClockFit::estimate(std::uint64_t n) const noexcept {
   const double slope = reference_slope();
   if (slope <= 0.0 || !segment_has_reads_) {
-    // One sample seen so far: it was newest somewhere inside its read.
+    // One sample seen so far: it was newest somewhere inside its read, but it may have been taken any time in the
+    // period before, which no read has told yet.
     const double middle = (latest_started_ + latest_finished_) / 2.0;
-    return SampleTimeEstimate{host_time_of(middle, origin_ns_),
-                              nanoseconds_of((latest_finished_ - latest_started_) / 2.0)};
+    return SampleTimeEstimate{host_time_of(middle, origin_ns_), kUnbounded};
   }
   const Line line = fit(slope);
   const auto sample = static_cast<double>(n);

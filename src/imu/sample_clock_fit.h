@@ -6,10 +6,13 @@
 
 namespace tovanel::uvc_stereo::detail {
 
+// The uncertainty of a time the reads cannot bound yet: the first sample, before the sample period is known.
+inline constexpr std::uint64_t kUnbounded = ~std::uint64_t{0};
+
 // When a sample was taken on the host clock, as far as the reads tell.
 struct SampleTimeEstimate {
   std::uint64_t time_ns = 0;         ///< best estimate on the host clock
-  std::uint64_t uncertainty_ns = 0;  ///< the reads' bounds lie within time_ns plus or minus this
+  std::uint64_t uncertainty_ns = 0;  ///< the reads' bounds lie within time_ns plus or minus this; kUnbounded if none
 };
 
 // Fits the camera's sample clock to the host's clock from the reads themselves. A read

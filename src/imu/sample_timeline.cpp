@@ -115,7 +115,9 @@ bool ImuSampleTimeline::on_read(std::uint32_t counter, std::uint64_t started_ns,
   out.sample_index = last_index_;
   out.segment = segment_;
   out.host_time_ns = time;
-  out.uncertainty_ns = std::max(estimate.uncertainty_ns, time - std::min(time, estimate.time_ns));
+  out.uncertainty_ns = estimate.uncertainty_ns == kUnbounded
+                           ? kUnbounded
+                           : std::max(estimate.uncertainty_ns, time - std::min(time, estimate.time_ns));
   return true;
 }
 

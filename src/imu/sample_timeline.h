@@ -13,7 +13,8 @@ struct TimelineSample {
   bool restarted = false;            ///< the first sample after a restart
   std::uint64_t missed_before = 0;   ///< samples the camera took, just before this one, that no read saw
   std::uint64_t host_time_ns = 0;    ///< when it was taken, on the host clock; strictly increasing
-  std::uint64_t uncertainty_ns = 0;  ///< the reads' bounds on that time lie within plus or minus this
+  std::uint64_t uncertainty_ns = 0;  ///< the reads' bounds on that time lie within plus or minus this (kUnbounded:
+                                     ///< none yet, for the first sample before the period is known)
 };
 
 // Turns the raw answers of IMU reads (a 20-bit counter between two host times) into a

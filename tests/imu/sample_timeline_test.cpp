@@ -218,13 +218,15 @@ TEST(ImuSampleTimeline, ClockErrorIsMeasuredAgainstTheNominalRateGiven) {
   EXPECT_NEAR(timeline.clock_error_ppm(), 400.16, 5.0);
 }
 
-TEST(ImuSampleTimeline, FirstSampleIsStampedInsideItsRead) {
+TEST(ImuSampleTimeline, FirstSampleIsStampedInsideItsReadWithItsTimeNotYetBounded) {
   ImuSampleTimeline timeline;
   TimelineSample sample;
   ASSERT_TRUE(timeline.on_read(3, kStart, kStart + 800 * kMicrosecond, sample));
   EXPECT_EQ(sample.host_time_ns, kStart + 400 * kMicrosecond);
-  EXPECT_EQ(sample.uncertainty_ns, 400 * kMicrosecond);
+  EXPECT_EQ(sample.uncertainty_ns, kUnbounded) << "taken any time in the unknown period before the read";
   EXPECT_EQ(timeline.rate_hz(), 0.0);
+  ASSERT_TRUE(timeline.on_read(4, kStart + 5 * kMillisecond, kStart + 5500 * kMicrosecond, sample));
+  EXPECT_LT(sample.uncertainty_ns, 10 * kMillisecond) << "two samples bound the period";
 }
 
 }  // namespace

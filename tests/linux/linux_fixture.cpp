@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "support/allocation_counter.h"
 #include "support/reported_imu.h"
 
 namespace tovanel::uvc_stereo::linux_testing {
@@ -18,17 +19,19 @@ Audit& audit() {
   return instance;
 }
 
-// Records one call around the Linux backend's own answer.
+// Records one call around the Linux backend's own answer. Only the backend's allocations count, not the record's.
 template <typename Call>
 bool audited(const char* name, Call call) {
   AuditedCall record;
-  record.name = name;
-  record.lock_held = vendor::process_lock_held_by_this_thread();
   {
+    const test_support::UncountedAllocations uncounted;
+    record.name = name;
+    record.lock_held = vendor::process_lock_held_by_this_thread();
     const std::lock_guard<std::mutex> guard(audit().mutex);
     record.open_sessions = audit().open_sessions;
   }
   record.succeeded = call();
+  const test_support::UncountedAllocations uncounted;
   const std::lock_guard<std::mutex> guard(audit().mutex);
   if (record.succeeded && record.name == "SonixCam_Init") {
     ++audit().open_sessions;

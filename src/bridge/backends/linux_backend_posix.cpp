@@ -90,10 +90,9 @@ const LinuxUvcCamera* camera_of(const SonixLib::scDevice_t* device) {
     fail(SonixLib::ecNotFindDevice);
     return nullptr;
   }
-  const std::string path = win_detail::device_record_text(device->devicePath);
   for (const LinuxUvcCamera& camera : state.cameras) {
-    if (camera.device_path == path) {
-      if (!linux_usb_device_present(camera.device_path)) {
+    if (win_detail::device_record_text_equals(device->devicePath, camera.device_path)) {
+      if (!linux_usb_device_present(camera)) {
         report_linux_problem("Linux UVC: " + camera.device_path + " has been unplugged");
         fail(SonixLib::ecDeviceDisconnect);
         return nullptr;

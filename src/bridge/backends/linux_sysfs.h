@@ -16,9 +16,10 @@ struct LinuxUvcCamera {
   std::optional<std::string> manufacturer;  ///< the USB device's string texts; absent when it has none
   std::optional<std::string> product;
   std::optional<std::string> serial;
-  std::string node_name;     ///< the capture node's V4L2 name
-  int capture_index = -1;    ///< N of the capture node /dev/videoN
-  std::string capture_node;  ///< the capture node's path, e.g. "/dev/video0"
+  std::string node_name;         ///< the capture node's V4L2 name
+  int capture_index = -1;        ///< N of the capture node /dev/videoN
+  std::string capture_node;      ///< the capture node's path, e.g. "/dev/video0"
+  std::string descriptors_file;  ///< the USB device's descriptors in sysfs: there exactly while it is plugged in
 };
 
 struct LinuxUvcListing {
@@ -33,8 +34,8 @@ struct LinuxUvcListing {
 // diagnostic output.
 [[nodiscard]] LinuxUvcListing list_linux_uvc_cameras(const LinuxKernel& kernel);
 
-// Whether the USB device of `device_path` (a path from the listing) is still plugged in.
-[[nodiscard]] bool linux_usb_device_present(const std::string& device_path);
+// Whether the USB device of `camera` (from the listing) is still plugged in.
+[[nodiscard]] bool linux_usb_device_present(const LinuxUvcCamera& camera) noexcept;
 
 // Sends one line to the diagnostic output.
 void report_linux_problem(const std::string& text) noexcept;

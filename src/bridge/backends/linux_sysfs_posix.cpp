@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
@@ -134,6 +136,7 @@ LinuxUvcListing list_linux_uvc_cameras(const LinuxKernel& kernel) {
     }
     LinuxUvcCamera camera;
     camera.device_path = (sysfs / "bus" / "usb" / "devices" / facts->usb_directory.filename()).string();
+    camera.descriptors_file = (fs::path(camera.device_path) / "descriptors").string();
     camera.descriptors = std::move(facts->descriptors);
     camera.manufacturer = read_attribute(facts->usb_directory / "manufacturer");
     camera.product = read_attribute(facts->usb_directory / "product");
@@ -154,9 +157,10 @@ LinuxUvcListing list_linux_uvc_cameras(const LinuxKernel& kernel) {
   return listing;
 }
 
-bool linux_usb_device_present(const std::string& device_path) {
-  std::error_code error;
-  return fs::exists(fs::path(device_path) / "descriptors", error);
+bool linux_usb_device_present(const LinuxUvcCamera& camera) noexcept {
+  // Asked on every read, so the path is made once at listing and the question builds nothing.
+  struct stat status {};
+  return ::stat(camera.descriptors_file.c_str(), &status) == 0;
 }
 
 void report_linux_problem(const std::string& text) noexcept { win_detail::output_debug_line(text); }
