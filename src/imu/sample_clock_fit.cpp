@@ -1,6 +1,7 @@
 #include "imu/sample_clock_fit.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace tovanel::uvc_stereo::detail {
@@ -109,34 +110,39 @@ void SampleClockFit::refresh_period() noexcept {
 }
 
 SampleClockFit::Line SampleClockFit::fit(double slope) const noexcept {
-  // Weighted means first, then the spread about them, so that long offsets lose no precision.
-  double weight_sum = 0.0;
-  double n_sum = 0.0;
-  double t_sum = 0.0;
-  std::size_t count = 0;
-  const auto in_window = [this](const Bin& bin) { return bin.used && bin.number + kWindowBins > newest_bin_; };
-  const auto weight_of = [](double width) {
-    const double w = std::max(std::fabs(width), kTightestWidthNs);
-    return 1.0 / (w * w);
+  // Each bin of the window as one point: the middle of its bounds carried to its centre along `slope`, weighted by
+  // how tight those bounds are.
+  struct Point {
+    double n;
+    double t;
+    double weight;
   };
+  std::array<Point, kWindowBins> points{};
+  std::size_t count = 0;
   for (const Bin& bin : bins_) {
-    if (!in_window(bin)) {
+    if (!bin.used || bin.number + kWindowBins <= newest_bin_) {
       continue;
     }
     const double centre = centre_of(bin);
     const double upper = bin.upper_t + slope * (centre - bin.upper_n);
     const double lower = bin.lower_t + slope * (centre - bin.lower_n);
-    const double w = weight_of(upper - lower);
-    weight_sum += w;
-    n_sum += w * centre;
-    t_sum += w * (upper + lower) / 2.0;
-    ++count;
+    const double width = std::max(std::fabs(upper - lower), kTightestWidthNs);
+    points[count++] = Point{centre, (upper + lower) / 2.0, 1.0 / (width * width)};
   }
   Line line;
   line.bins = count;
   line.slope = slope;
   if (count == 0) {
     return line;
+  }
+  // Weighted means first, then the spread about them, so that long offsets lose no precision.
+  double weight_sum = 0.0;
+  double n_sum = 0.0;
+  double t_sum = 0.0;
+  for (std::size_t i = 0; i < count; ++i) {
+    weight_sum += points[i].weight;
+    n_sum += points[i].weight * points[i].n;
+    t_sum += points[i].weight * points[i].t;
   }
   line.center_n = n_sum / weight_sum;
   line.at_center = t_sum / weight_sum;
@@ -145,17 +151,10 @@ SampleClockFit::Line SampleClockFit::fit(double slope) const noexcept {
   }
   double nn = 0.0;
   double nt = 0.0;
-  for (const Bin& bin : bins_) {
-    if (!in_window(bin)) {
-      continue;
-    }
-    const double centre = centre_of(bin);
-    const double upper = bin.upper_t + slope * (centre - bin.upper_n);
-    const double lower = bin.lower_t + slope * (centre - bin.lower_n);
-    const double w = weight_of(upper - lower);
-    const double dn = centre - line.center_n;
-    nn += w * dn * dn;
-    nt += w * dn * ((upper + lower) / 2.0 - line.at_center);
+  for (std::size_t i = 0; i < count; ++i) {
+    const double dn = points[i].n - line.center_n;
+    nn += points[i].weight * dn * dn;
+    nt += points[i].weight * dn * (points[i].t - line.at_center);
   }
   if (nn <= 0.0) {
     return line;
@@ -163,15 +162,9 @@ SampleClockFit::Line SampleClockFit::fit(double slope) const noexcept {
   line.slope = nt / nn;
   if (count > 2) {
     double residuals = 0.0;
-    for (const Bin& bin : bins_) {
-      if (!in_window(bin)) {
-        continue;
-      }
-      const double centre = centre_of(bin);
-      const double upper = bin.upper_t + slope * (centre - bin.upper_n);
-      const double lower = bin.lower_t + slope * (centre - bin.lower_n);
-      const double r = (upper + lower) / 2.0 - (line.at_center + line.slope * (centre - line.center_n));
-      residuals += weight_of(upper - lower) * r * r;
+    for (std::size_t i = 0; i < count; ++i) {
+      const double r = points[i].t - (line.at_center + line.slope * (points[i].n - line.center_n));
+      residuals += points[i].weight * r * r;
     }
     line.slope_error = std::sqrt(residuals / static_cast<double>(count - 2) / nn);
   }

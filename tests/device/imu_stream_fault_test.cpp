@@ -53,11 +53,7 @@ struct StatusByteCase {
 class ImuStreamStatusByte : public ImuStreamFaultTest, public ::testing::WithParamInterface<StatusByteCase> {};
 
 TEST_P(ImuStreamStatusByte, EndsThePullWithItsErrorAfterTheSamplesReadBeforeAndTheNextPullCarriesOn) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-FAULT-STATUS", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> opened = ImuStream::open(device);
-  ASSERT_TRUE(opened.ok());
-  ImuStream& stream = opened.value();
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-FAULT-STATUS", 200.0, 0.0), ImuStreamOptions{});
   static_cast<void>(rig_.take_imu_truth(0));
   on_read_number(40, [this] { rig_.queue_imu_status(0, GetParam().status_byte); });
 
@@ -89,11 +85,7 @@ INSTANTIATE_TEST_SUITE_P(
                       StatusByteCase{0xF2, ErrorCode::ReadFailed, "IMU device reported read failure"}));
 
 TEST_F(ImuStreamFaultTest, UnplugEndsThePullWithTheReadsFailureAfterTheSamplesReadBefore) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-FAULT-UNPLUG", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> opened = ImuStream::open(device);
-  ASSERT_TRUE(opened.ok());
-  ImuStream& stream = opened.value();
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-FAULT-UNPLUG", 200.0, 0.0), ImuStreamOptions{});
   static_cast<void>(rig_.take_imu_truth(0));
   on_read_number(30, [this] { rig_.unplug(0); });
 
@@ -112,11 +104,7 @@ TEST_F(ImuStreamFaultTest, UnplugEndsThePullWithTheReadsFailureAfterTheSamplesRe
 }
 
 TEST_F(ImuStreamFaultTest, CameraPluggedBackContinuesAsARestart) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-FAULT-REPLUG", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> opened = ImuStream::open(device);
-  ASSERT_TRUE(opened.ok());
-  ImuStream& stream = opened.value();
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-FAULT-REPLUG", 200.0, 0.0), ImuStreamOptions{});
   const StreamedTrace first = stream_for(rig_, stream, 3 * kSecond);
   ASSERT_FALSE(first.samples.empty());
   rig_.unplug(0);
@@ -132,22 +120,19 @@ TEST_F(ImuStreamFaultTest, CameraPluggedBackContinuesAsARestart) {
 }
 
 TEST_F(ImuStreamFaultTest, FailedVendorReadEndsThePullAndTheNextPullCarriesOn) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-FAULT-VENDOR", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> opened = ImuStream::open(device);
-  ASSERT_TRUE(opened.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-FAULT-VENDOR", 200.0, 0.0), ImuStreamOptions{});
   sim::VendorFault fault;
   fault.call = "SonixCam_XuRead";
   fault.nth = 25;
   fault.vendor_code = 7;
   rig_.add_fault(fault);
   std::vector<ImuStreamSample> before;
-  const ImuPull failed = pull_into(opened.value(), before);
+  const ImuPull failed = pull_into(stream, before);
   EXPECT_EQ(failed.status.code(), ErrorCode::PlatformError);
   EXPECT_NE(failed.status.message().find("SonixCam_XuRead failed"), std::string::npos) << failed.status.message();
   EXPECT_GE(before.size(), 5u);
   std::vector<ImuStreamSample> after;
-  EXPECT_TRUE(pull_into(opened.value(), after).status.ok());
+  EXPECT_TRUE(pull_into(stream, after).status.ok());
   EXPECT_FALSE(after.empty());
 }
 

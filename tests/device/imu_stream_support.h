@@ -69,3 +69,12 @@ inline double percentile(const std::vector<double>& sorted, double share) {
 }
 
 }  // namespace tovanel::uvc_stereo::device_testing
+
+// Plugs `camera` in and opens it into the Device `device`, then its IMU stream with `options` into the ImuStream
+// `stream`; stops the test when a step fails.
+#define IMU_STREAM_TESTING_OPEN(device, stream, camera, options)                    \
+  DEVICE_TESTING_OPEN(device, plug_and_scan(camera), 0);                            \
+  ::tovanel::uvc_stereo::Result<::tovanel::uvc_stereo::ImuStream> stream##_opened = \
+      ::tovanel::uvc_stereo::ImuStream::open(device, (options));                    \
+  ASSERT_TRUE(stream##_opened.ok()) << stream##_opened.status().message();          \
+  ::tovanel::uvc_stereo::ImuStream stream = std::move(stream##_opened).value()

@@ -49,12 +49,9 @@ class ImuStreamTest : public DeviceRigTest {
 };
 
 TEST_F(ImuStreamTest, DeliversEverySampleOnceInOrderAsTheRigAnsweredThem) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-ONCE", 200.0, 100.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok()) << stream.status().message();
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-ONCE", 200.0, 100.0), ImuStreamOptions{});
   static_cast<void>(rig_.take_imu_truth(0));
-  const StreamedTrace trace = stream_for(rig_, stream.value(), 60 * kSecond);
+  const StreamedTrace trace = stream_for(rig_, stream, 60 * kSecond);
   ASSERT_TRUE(trace.last_status.ok()) << trace.last_status.message();
   ASSERT_GT(trace.samples.size(), 11000u);
   expect_matches_truth(trace);
@@ -63,12 +60,9 @@ TEST_F(ImuStreamTest, DeliversEverySampleOnceInOrderAsTheRigAnsweredThem) {
 TEST_F(ImuStreamTest, ReadsPacedFromTheRateSeeEverySampleOfA200HzImuWithoutFloodingTheBus) {
   sim::SimulatedCamera camera = timed_camera("SN-STREAM-PACE", 200.0, 0.0);
   camera.imu.timing->stall_probability = 0.0;
-  const DeviceInfo info = plug_and_scan(camera);
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
-  static_cast<void>(stream_for(rig_, stream.value(), 30 * kSecond));
-  const Result<ImuStreamStatistics> stats = stream.value().statistics();
+  IMU_STREAM_TESTING_OPEN(device, stream, camera, ImuStreamOptions{});
+  static_cast<void>(stream_for(rig_, stream, 30 * kSecond));
+  const Result<ImuStreamStatistics> stats = stream.statistics();
   ASSERT_TRUE(stats.ok());
   EXPECT_EQ(stats.value().samples_missed, 0u);
   // About three reads per sample period: enough to pin each sample down, no flood.
@@ -77,30 +71,24 @@ TEST_F(ImuStreamTest, ReadsPacedFromTheRateSeeEverySampleOfA200HzImuWithoutFlood
 }
 
 TEST_F(ImuStreamTest, StallsLongerThanASamplePeriodLoseOnlyTheSamplesTheyCover) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-STALLS", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-STALLS", 200.0, 0.0), ImuStreamOptions{});
   static_cast<void>(rig_.take_imu_truth(0));
-  const StreamedTrace trace = stream_for(rig_, stream.value(), 30 * kSecond);
+  const StreamedTrace trace = stream_for(rig_, stream, 30 * kSecond);
   expect_matches_truth(trace);
-  const ImuStreamStatistics stats = stream.value().statistics().value();
+  const ImuStreamStatistics stats = stream.statistics().value();
   // A stall of at most 20 ms covers at most 4 samples of 5 ms; about 1% of the reads stall.
   EXPECT_GT(stats.samples_missed, 0u);
   EXPECT_LE(stats.samples_missed, 4 * (stats.reads / 100 + 3 * 10));
 }
 
 TEST_F(ImuStreamTest, ReadsSlowerThanTheImuCountEveryMissedSample) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-GAPS", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
   ImuStreamOptions options;
   options.max_reads_per_second = 40.0;
-  Result<ImuStream> stream = ImuStream::open(device, options);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-GAPS", 200.0, 0.0), options);
   static_cast<void>(rig_.take_imu_truth(0));
-  const StreamedTrace trace = stream_for(rig_, stream.value(), 20 * kSecond);
+  const StreamedTrace trace = stream_for(rig_, stream, 20 * kSecond);
   expect_matches_truth(trace);
-  const Result<ImuStreamStatistics> stats = stream.value().statistics();
+  const Result<ImuStreamStatistics> stats = stream.statistics();
   ASSERT_TRUE(stats.ok());
   EXPECT_GT(stats.value().samples_missed, 3 * stats.value().samples_delivered);
   EXPECT_EQ(stats.value().duplicate_reads, 0u);
@@ -109,12 +97,9 @@ TEST_F(ImuStreamTest, ReadsSlowerThanTheImuCountEveryMissedSample) {
 TEST_F(ImuStreamTest, IndexContinuesAcrossTheCounterWrap) {
   sim::SimulatedCamera camera = timed_camera("SN-STREAM-WRAP", 1000.0, -100.0);
   camera.imu.first_counter = (1u << 20) - 3000;
-  const DeviceInfo info = plug_and_scan(camera);
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, camera, ImuStreamOptions{});
   static_cast<void>(rig_.take_imu_truth(0));
-  const StreamedTrace trace = stream_for(rig_, stream.value(), 6 * kSecond);
+  const StreamedTrace trace = stream_for(rig_, stream, 6 * kSecond);
   expect_matches_truth(trace);
   ASSERT_FALSE(trace.samples.empty());
   EXPECT_GE(trace.samples.back().sample_index, 1u << 20);
@@ -126,12 +111,9 @@ TEST_F(ImuStreamTest, RestartOfTheCameraStartsANewSegmentFlaggedOnItsFirstSample
   sim::SimulatedCamera camera = timed_camera("SN-STREAM-RESTART", 200.0, 50.0);
   camera.imu.first_counter = 70000;
   camera.imu.timing->restart_after_s = {12.5};
-  const DeviceInfo info = plug_and_scan(camera);
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, camera, ImuStreamOptions{});
   static_cast<void>(rig_.take_imu_truth(0));
-  const StreamedTrace trace = stream_for(rig_, stream.value(), 25 * kSecond);
+  const StreamedTrace trace = stream_for(rig_, stream, 25 * kSecond);
   expect_matches_truth(trace);
   std::size_t restarted = 0;
   for (const ImuStreamSample& sample : trace.samples) {
@@ -139,7 +121,7 @@ TEST_F(ImuStreamTest, RestartOfTheCameraStartsANewSegmentFlaggedOnItsFirstSample
   }
   EXPECT_EQ(restarted, 1u);
   EXPECT_EQ(trace.samples.back().segment, 1u);
-  EXPECT_EQ(stream.value().statistics().value().restarts, 1u);
+  EXPECT_EQ(stream.statistics().value().restarts, 1u);
 }
 
 struct TraceCase {
@@ -150,17 +132,15 @@ struct TraceCase {
 class ImuStreamAccuracy : public ImuStreamTest, public ::testing::WithParamInterface<TraceCase> {};
 
 TEST_P(ImuStreamAccuracy, SampleTimesLieWithin100MicrosecondsOfTheTruthAtThe99thPercentile) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-TIME", GetParam().rate_hz, GetParam().ppm));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-TIME", GetParam().rate_hz, GetParam().ppm),
+                          ImuStreamOptions{});
   static_cast<void>(rig_.take_imu_truth(0));
-  const StreamedTrace trace = stream_for(rig_, stream.value(), 300 * kSecond);
+  const StreamedTrace trace = stream_for(rig_, stream, 300 * kSecond);
   expect_matches_truth(trace);
   const std::vector<double> errors = sorted_errors_us(trace);
   EXPECT_LE(percentile(errors, 0.99), 100.0);
   EXPECT_LE(percentile(errors, 0.50), 30.0);
-  const ImuStreamStatistics stats = stream.value().statistics().value();
+  const ImuStreamStatistics stats = stream.statistics().value();
   EXPECT_NEAR(stats.clock_error_ppm, GetParam().ppm, 5.0);
   EXPECT_EQ(stats.nominal_rate_hz, GetParam().rate_hz);
 }
@@ -170,13 +150,10 @@ INSTANTIATE_TEST_SUITE_P(Traces, ImuStreamAccuracy,
                                            TraceCase{1000.0, -100.0}));
 
 TEST_F(ImuStreamTest, PullReturnsAtItsTimeoutWithWhatItRead) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-TIMEOUT", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-TIMEOUT", 200.0, 0.0), ImuStreamOptions{});
   std::vector<ImuStreamSample> samples(1000);
   const std::uint64_t before = rig_.now_ns();
-  const ImuPull pulled = stream.value().pull(samples.data(), samples.size(), std::chrono::milliseconds(100));
+  const ImuPull pulled = stream.pull(samples.data(), samples.size(), std::chrono::milliseconds(100));
   const std::uint64_t after = rig_.now_ns();
   EXPECT_TRUE(pulled.status.ok());
   EXPECT_GE(pulled.count, 15u);
@@ -186,21 +163,18 @@ TEST_F(ImuStreamTest, PullReturnsAtItsTimeoutWithWhatItRead) {
 }
 
 TEST_F(ImuStreamTest, PullWithZeroTimeoutMakesOnlyTheReadDueNowAndNeverWaits) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-POLL", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-POLL", 200.0, 0.0), ImuStreamOptions{});
   ImuStreamSample samples[8];
-  const ImuPull first = stream.value().pull(samples, 8, std::chrono::nanoseconds(0));
+  const ImuPull first = stream.pull(samples, 8, std::chrono::nanoseconds(0));
   EXPECT_TRUE(first.status.ok());
   EXPECT_EQ(first.count, 1u) << "the stream's first read is due at once";
   std::uint64_t idle_polls = 0;
   for (int i = 0; i < 200; ++i) {
-    const std::uint64_t reads_before = stream.value().statistics().value().reads;
+    const std::uint64_t reads_before = stream.statistics().value().reads;
     const std::uint64_t before = rig_.now_ns();
-    const ImuPull polled = stream.value().pull(samples, 8, std::chrono::nanoseconds(0));
+    const ImuPull polled = stream.pull(samples, 8, std::chrono::nanoseconds(0));
     EXPECT_TRUE(polled.status.ok());
-    const std::uint64_t reads = stream.value().statistics().value().reads - reads_before;
+    const std::uint64_t reads = stream.statistics().value().reads - reads_before;
     ASSERT_LE(reads, 1u);
     ASSERT_LE(polled.count, reads);
     if (reads == 0) {
@@ -213,12 +187,9 @@ TEST_F(ImuStreamTest, PullWithZeroTimeoutMakesOnlyTheReadDueNowAndNeverWaits) {
 }
 
 TEST_F(ImuStreamTest, StatisticsCountWhatTheStreamDid) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-STATS", 200.0, 100.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
-  const StreamedTrace trace = stream_for(rig_, stream.value(), 40 * kSecond);
-  const ImuStreamStatistics stats = stream.value().statistics().value();
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-STATS", 200.0, 100.0), ImuStreamOptions{});
+  const StreamedTrace trace = stream_for(rig_, stream, 40 * kSecond);
+  const ImuStreamStatistics stats = stream.statistics().value();
   EXPECT_EQ(stats.samples_delivered, trace.samples.size());
   std::uint64_t missed = 0;
   for (const ImuStreamSample& sample : trace.samples) {
@@ -236,12 +207,9 @@ TEST_F(ImuStreamTest, StatisticsCountWhatTheStreamDid) {
 }
 
 TEST_F(ImuStreamTest, ConvertedValuesAreStampedWithTheSampleTimeAndRawWithTheRead) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-CONVERT", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-CONVERT", 200.0, 0.0), ImuStreamOptions{});
   ImuStreamSample samples[4];
-  const ImuPull pulled = stream.value().pull(samples, 4, std::chrono::seconds(1));
+  const ImuPull pulled = stream.pull(samples, 4, std::chrono::seconds(1));
   ASSERT_EQ(pulled.count, 4u);
   for (const ImuStreamSample& sample : samples) {
     EXPECT_EQ(sample.converted.host_timestamp_ns, sample.host_time_ns);
@@ -256,26 +224,20 @@ TEST_F(ImuStreamTest, ConvertedValuesAreStampedWithTheSampleTimeAndRawWithTheRea
 }
 
 TEST_F(ImuStreamTest, OpeningTheStreamOpensTheImuAndClosingTheImuEndsIt) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-CLOSE", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-CLOSE", 200.0, 0.0), ImuStreamOptions{});
   EXPECT_TRUE(device.read_imu().ok()) << "the stream opened the IMU";
   ASSERT_TRUE(device.close_imu().ok());
   ImuStreamSample sample;
-  const ImuPull pulled = stream.value().pull(&sample, 1, std::chrono::milliseconds(10));
+  const ImuPull pulled = stream.pull(&sample, 1, std::chrono::milliseconds(10));
   EXPECT_EQ(pulled.count, 0u);
   EXPECT_EQ(pulled.status.code(), ErrorCode::InvalidArgument);
   EXPECT_EQ(pulled.status.message(), "IMU is not open");
 }
 
 TEST_F(ImuStreamTest, MovedFromStreamRefusesToPull) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-MOVED", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
-  ImuStream kept = std::move(stream).value();
-  ImuStream& moved = stream.value();  // NOLINT(bugprone-use-after-move): the point of the test
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-MOVED", 200.0, 0.0), ImuStreamOptions{});
+  ImuStream kept = std::move(stream);
+  ImuStream& moved = stream;  // NOLINT(bugprone-use-after-move): the point of the test
   ImuStreamSample sample;
   const ImuPull pulled = moved.pull(&sample, 1, std::chrono::milliseconds(10));
   EXPECT_EQ(pulled.status.message(), "IMU stream is closed or moved-from");
@@ -284,25 +246,19 @@ TEST_F(ImuStreamTest, MovedFromStreamRefusesToPull) {
 }
 
 TEST_F(ImuStreamTest, StreamOnAMovedFromDeviceRefusesWithTheDevicesWords) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-DEVMOVED", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-DEVMOVED", 200.0, 0.0), ImuStreamOptions{});
   const Device keeper = std::move(device);
   ImuStreamSample sample;
-  const ImuPull pulled = stream.value().pull(&sample, 1, std::chrono::milliseconds(10));
+  const ImuPull pulled = stream.pull(&sample, 1, std::chrono::milliseconds(10));
   EXPECT_EQ(pulled.status.message(), "device is closed or moved-from");
 }
 
 TEST_F(ImuStreamTest, NullArrayIsRefused) {
-  const DeviceInfo info = plug_and_scan(timed_camera("SN-STREAM-NULL", 200.0, 0.0));
-  DEVICE_TESTING_OPEN(device, info, 0);
-  Result<ImuStream> stream = ImuStream::open(device);
-  ASSERT_TRUE(stream.ok());
-  const ImuPull pulled = stream.value().pull(nullptr, 3, std::chrono::milliseconds(10));
+  IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-NULL", 200.0, 0.0), ImuStreamOptions{});
+  const ImuPull pulled = stream.pull(nullptr, 3, std::chrono::milliseconds(10));
   EXPECT_EQ(pulled.status.code(), ErrorCode::InvalidArgument);
   EXPECT_EQ(pulled.status.message(), "samples must not be null");
-  EXPECT_EQ(stream.value().statistics().value().reads, 0u);
+  EXPECT_EQ(stream.statistics().value().reads, 0u);
 }
 
 TEST_F(ImuStreamTest, InvalidOptionsAreRefusedBeforeTheImuOpens) {
