@@ -1,11 +1,11 @@
 #include "uvc_stereo/imu_stream.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
-#include "bridge/os/host_time.h"
 #include "bridge/imu_reader.h"
+#include "bridge/os/host_time.h"
+#include "core/guard.h"
 #include "device/device_impl.h"
 #include "imu/latency_histogram.h"
 #include "imu/sample_timeline.h"
@@ -34,7 +34,7 @@ struct ImuStream::Impl {
   // The reader of the device's open IMU, or the Device's own refusal.
   [[nodiscard]] Status reader(detail::ImuReader*& out) const {
     if (!device->impl_) {
-      return Status(ErrorCode::InvalidArgument, "device is closed or moved-from");
+      return detail::device_closed();
     }
     if (device->impl_->imu_reader == nullptr) {
       return Status(ErrorCode::InvalidArgument, "IMU is not open");
@@ -107,7 +107,7 @@ ImuStream& ImuStream::operator=(ImuStream&& other) noexcept = default;
 ImuStream::~ImuStream() = default;
 
 Result<ImuStream> ImuStream::open(Device& device, const ImuStreamOptions& options) {
-  try {
+  return detail::guard_operation("unknown exception during IMU stream open", [&]() -> Result<ImuStream> {
     if (!(options.reads_per_sample >= 1.0) || !(options.max_reads_per_second >= 0.0) ||
         !(options.nominal_rate_hz >= 0.0)) {
       return Status(ErrorCode::InvalidArgument, "invalid IMU stream options");
@@ -121,28 +121,23 @@ Result<ImuStream> ImuStream::open(Device& device, const ImuStreamOptions& option
       return conversion.status();
     }
     return ImuStream(std::make_unique<Impl>(device, options, conversion.value()));
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during IMU stream open");
-  }
+  });
 }
 
 ImuPull ImuStream::pull(ImuStreamSample* samples, std::size_t count, std::chrono::nanoseconds timeout) {
   ImuPull pulled;
-  try {
+  // What was delivered before an exception stays delivered; the exception only ends the pull.
+  pulled.status = detail::guard_operation("unknown exception during IMU stream pull", [&]() -> Status {
     if (!impl_) {
-      pulled.status = stream_closed();
-      return pulled;
+      return stream_closed();
     }
     if (samples == nullptr && count != 0) {
-      pulled.status = Status(ErrorCode::InvalidArgument, "samples must not be null");
-      return pulled;
+      return Status(ErrorCode::InvalidArgument, "samples must not be null");
     }
     detail::ImuReader* imu = nullptr;
-    pulled.status = impl_->reader(imu);
-    if (!pulled.status.ok()) {
-      return pulled;
+    Status status = impl_->reader(imu);
+    if (!status.ok()) {
+      return status;
     }
     const std::uint64_t start = detail::host_now_ns();
     const std::uint64_t deadline = start + static_cast<std::uint64_t>(std::max<std::int64_t>(0, timeout.count()));
@@ -157,17 +152,13 @@ ImuPull ImuStream::pull(ImuStreamSample* samples, std::size_t count, std::chrono
       }
       impl_->read_before = true;
       bool delivered = false;
-      if (!impl_->read_once(*imu, samples[pulled.count], delivered, pulled.status)) {
-        return pulled;
+      if (!impl_->read_once(*imu, samples[pulled.count], delivered, status)) {
+        return status;
       }
       pulled.count += delivered ? 1 : 0;
     }
-    return pulled;
-  } catch (const std::exception& e) {
-    pulled.status = Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    pulled.status = Status(ErrorCode::InternalError, "unknown exception during IMU stream pull");
-  }
+    return Status();
+  });
   return pulled;
 }
 
