@@ -3,8 +3,8 @@
 #include <chrono>
 #include <thread>
 
-#include "bridge/platform_table.h"
 #include "bridge/os/host_clock.h"
+#include "bridge/platform_table.h"
 
 namespace tovanel::uvc_stereo::detail {
 
