@@ -1,11 +1,13 @@
-// The SDK's own cost of one IMU read. The camera is opened through the simulated rig as an application would open
-// it; the reads then go to the bridge's instant extension unit, which copies a fixed 17-byte sample and returns at
-// once, so what is measured is the SDK around the library call: the vendor lock, the host clock, the
-// buffer, the decoding and the result. Allocations made by the read are counted too.
+// The SDK's own cost of one IMU read, and of one sample delivered by the IMU stream. The camera is opened through the
+// simulated rig as an application would open it; the reads then go to the bridge's instant extension unit, which copies
+// a fixed 17-byte sample and returns at once, so what is measured is the SDK around the library call: the vendor lock,
+// the host clock, the buffer, the decoding and the result. Allocations made by the read are counted too.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -25,6 +27,7 @@
 #include "imu/model_table.h"
 #include "support/stand_in_library.h"
 #include "uvc_stereo/device.h"
+#include "uvc_stereo/imu_stream.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
 
@@ -106,7 +109,11 @@ class OpenImu {
 
   [[nodiscard]] const std::string& failure() const { return failure_; }
   void use_rig() { instant_in_force_.reset(); }
-  void use_instant() { instant_in_force_.emplace(std::vector<std::uint8_t>(kSample.begin(), kSample.end())); }
+  // The instant extension unit answers the fixed sample, its counter advancing after each read when `counting`.
+  void use_instant(bool counting = false) {
+    instant_in_force_.reset();
+    instant_in_force_.emplace(std::vector<std::uint8_t>(kSample.begin(), kSample.end()), counting);
+  }
   sdk::Device& device() { return *device_; }
   [[nodiscard]] const sdk::DeviceInfo& info() const { return info_; }
 
@@ -146,6 +153,62 @@ void DeviceReadImu(benchmark::State& state) {
   report_allocations(state, g_allocations.load());
 }
 BENCHMARK(DeviceReadImu);
+
+// A host clock that moves only 1 us per reading and jumps to the end of every wait, so that the stream's pacing
+// costs no real time and what is measured is the stream's own work.
+struct WaitlessClock {
+  std::uint64_t now_ns = 1000000000;
+};
+
+std::uint64_t waitless_now(void* context) { return static_cast<WaitlessClock*>(context)->now_ns += 1000; }
+
+void waitless_sleep_until(std::uint64_t deadline_ns, void* context) {
+  auto* clock = static_cast<WaitlessClock*>(context);
+  clock->now_ns = std::max(clock->now_ns, deadline_ns);
+}
+
+// ImuStream::pull of one sample, on a camera whose every read answers a new sample: the SDK's cost per delivered
+// sample (the read as above, the timeline and the clock fit, the conversion), beside DeviceReadImu's per read.
+void ImuStreamPerSample(benchmark::State& state) {
+  OpenImu open;
+  if (!open.failure().empty()) {
+    state.SkipWithError(open.failure().c_str());
+    return;
+  }
+  open.use_instant(true);
+  WaitlessClock clock;
+  const sdk::detail::HostClock host_clock{waitless_now, waitless_sleep_until, &clock};
+  sdk::detail::PlatformTable entries;
+  entries.host_clock = &host_clock;
+  const vendor::PlatformOverride waitless(entries);
+  sdk::Result<sdk::ImuStream> stream = sdk::ImuStream::open(open.device());
+  if (!stream.ok()) {
+    state.SkipWithError(stream.status().message().c_str());
+    return;
+  }
+  sdk::ImuStreamSample sample;
+  for (int i = 0; i < 1000; ++i) {
+    if (stream.value().pull(&sample, 1, std::chrono::seconds(1)).count != 1) {
+      state.SkipWithError("the stream delivered no sample");
+      return;
+    }
+  }
+  std::size_t delivered = 0;
+  g_allocations = 0;
+  g_counting = true;
+  for (auto _ : state) {
+    const sdk::ImuPull pulled = stream.value().pull(&sample, 1, std::chrono::seconds(1));
+    delivered += pulled.count;
+    benchmark::DoNotOptimize(sample);
+  }
+  g_counting = false;
+  state.counters["allocs_per_sample"] =
+      benchmark::Counter(static_cast<double>(g_allocations.load()) / static_cast<double>(state.iterations()));
+  if (delivered != static_cast<std::size_t>(state.iterations())) {
+    state.SkipWithError("a pull delivered no sample");
+  }
+}
+BENCHMARK(ImuStreamPerSample);
 
 // The same read one layer down, on a reader of its own (sessions nest, so the device's open IMU does not mind).
 void ImuReaderRead(benchmark::State& state) {

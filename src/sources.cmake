@@ -37,13 +37,17 @@ list(APPEND UVC_STEREO_SOURCES
   capability/capability_report.cpp
   capability/capability_report_encoder.cpp)
 
-# Pure functions: IMU payloads, conversion, the model table and its firmware rule.
+# Pure functions: IMU payloads, conversion, the model table and its firmware rule, the sample timeline and its clock
+# fit, read latencies.
 list(APPEND UVC_STEREO_SOURCES
   imu/firmware_gate.cpp
   imu/firmware_version.cpp
   imu/imu_convert.cpp
   imu/imu_payload.cpp
+  imu/latency_histogram.cpp
   imu/model_table.cpp
+  imu/sample_clock_fit.cpp
+  imu/sample_timeline.cpp
   imu/supported_models_public.cpp)
 
 # Pure functions: Windows device path strings, USB identities, capture-backend names and candidates.
@@ -105,6 +109,7 @@ list(APPEND UVC_STEREO_SOURCES
   bridge/os/host_clock.cpp
   bridge/os/host_clock_posix.cpp
   bridge/os/host_clock_win.cpp
+  bridge/os/host_time.cpp
   bridge/os/hresult_message_win.cpp
   bridge/os/pause.cpp
   bridge/os/property_bag_text_win.cpp
@@ -122,8 +127,10 @@ list(APPEND UVC_STEREO_SOURCES
   sim/flash.cpp
   sim/flash_ops.cpp
   sim/imu.cpp
+  sim/imu_timing.cpp
   sim/registry.cpp
   sim/rig.cpp
+  sim/rig_clock.cpp
   sim/session_ops.cpp)
 
 # The device API.
@@ -134,6 +141,7 @@ list(APPEND UVC_STEREO_SOURCES
   device/firmware_gate.cpp
   device/firmware_version.cpp
   device/flash_json.cpp
+  device/imu_stream.cpp
   device/open_device.cpp
   device/scan_devices.cpp)
 
@@ -149,6 +157,7 @@ list(APPEND UVC_STEREO_SOURCES
   c_api/errors.cpp
   c_api/handle_use.cpp
   c_api/imu.cpp
+  c_api/imu_stream.cpp
   c_api/last_error.cpp
   c_api/library.cpp
   c_api/records.cpp

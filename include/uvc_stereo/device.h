@@ -12,6 +12,8 @@
 
 namespace tovanel::uvc_stereo {
 
+class ImuStream;
+
 /// An opened camera. Move-only; a moved-from Device refuses every operation with
 /// "device is closed or moved-from". Not internally locked: use one Device from one
 /// thread at a time (vendor calls of all Devices are serialised process-wide).
@@ -68,6 +70,7 @@ class UVC_STEREO_API Device {
  private:
   explicit Device(std::unique_ptr<Impl> impl) noexcept;
   friend UVC_STEREO_API Result<Device> open_device(const DeviceInfo& device, const OpenDeviceOptions& options);
+  friend class ImuStream;  ///< reads the open IMU with the host times around each read
 
   std::unique_ptr<Impl> impl_;
 };

@@ -26,15 +26,43 @@ enum class ImuMotion : std::uint8_t {
   Moving,  ///< slow swaying: the acceleration direction and angular rates change smoothly
 };
 
+/// How a simulated IMU lives in time, as a real one does: it takes samples at its own
+/// rate on its own oscillator, whatever the reads do, and an extension-unit read answers
+/// with the newest sample taken before the request reached the camera (the same sample
+/// again when polled faster than the rate, counters skipped when slower). Each read takes
+/// a transfer time with jitter and rare stalls, drawn from `seed` so that runs repeat.
+struct SimulatedImuTiming {
+  double rate_hz = 200.0;                  ///< samples per second on the camera's own oscillator
+  double clock_error_ppm = 0.0;            ///< how much faster (positive) that oscillator runs than the host's clock
+  std::uint64_t latency_min_ns = 200000;   ///< shortest transfer of a read (request out and answer back)
+  std::uint64_t latency_max_ns = 2000000;  ///< longest transfer outside stalls; drawn evenly in between
+  double stall_probability = 0.0;          ///< share of reads that stall on top of their transfer
+  std::uint64_t stall_min_ns = 5000000;    ///< shortest stall
+  std::uint64_t stall_max_ns = 20000000;   ///< longest stall; drawn evenly in between
+  std::vector<double> restart_after_s;     ///< seconds after the camera was plugged at which it restarts (counter to 0)
+  std::uint32_t seed = 1;                  ///< seed of the transfer times and stalls
+};
+
 /// One simulated IMU: a 20-bit sample counter that wraps, a die temperature, and an
 /// accelerometer and gyroscope in the default scales (2048 counts per g, 16.4 counts
 /// per degree per second, 128 counts per degree Celsius around 25 degrees).
 struct SimulatedImu {
   ImuMotion motion = ImuMotion::AtRest;  ///< what the IMU is doing
   std::uint32_t first_counter = 0;       ///< counter of the first sample (wraps at 2^20)
-  std::uint32_t counter_step = 1;        ///< counter increment per read; larger values model missed samples
-  double temperature_c = 31.5;           ///< die temperature
-  std::uint32_t seed = 1;                ///< noise seed, so runs are repeatable
+  std::uint32_t counter_step = 1;  ///< counter increment per read without timing; larger values model missed samples
+  double temperature_c = 31.5;     ///< die temperature
+  std::uint32_t seed = 1;          ///< noise seed, so runs are repeatable
+  /// When set, the IMU samples in time from the moment the camera is plugged in. When
+  /// absent, every read answers at once with a new sample (counter advanced by counter_step).
+  std::optional<SimulatedImuTiming> timing;
+};
+
+/// The truth about one sample a timed IMU answered a read with: when the camera took it.
+struct SimulatedImuSampleTruth {
+  std::uint32_t counter = 0;        ///< the 20-bit counter it carried
+  std::uint32_t segment = 0;        ///< restarts of the camera before it was taken
+  std::uint64_t sample_number = 0;  ///< samples taken since the camera (re)started, before this one
+  std::uint64_t taken_ns = 0;       ///< when it was taken, on the host clock the SDK stamps samples with
 };
 
 /// One camera on the rig.
@@ -153,8 +181,31 @@ class UVC_STEREO_API SimulatedRig {
   void set_firmware_version(int camera, const std::string& version);
   /// The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order.
   void queue_imu_status(int camera, std::uint8_t status_byte);
-  /// The counter the next IMU sample will carry.
+  /// The counter the next IMU sample will carry (for a timed IMU: the newest sample's, now).
   [[nodiscard]] std::uint32_t next_imu_counter(int camera) const;
+  /// From now on the camera's IMU samples in time with `timing`, its counter starting afresh
+  /// at its first_counter, as if the camera had just been plugged in.
+  void set_imu_timing(int camera, const SimulatedImuTiming& timing);
+  /// A timed IMU restarts now: its counter goes back to 0 and its samples start afresh.
+  void restart_imu(int camera);
+  /// Each distinct sample the camera's timed IMU answered reads with since the last call,
+  /// in the order answered (a sample answered to several reads in a row appears once);
+  /// handing them over forgets them, so hours of IMU need not be held at once.
+  [[nodiscard]] std::vector<SimulatedImuSampleTruth> take_imu_truth(int camera);
+
+  /// Virtual time: from this call on, the host clock the SDK reads (IMU timestamps, the
+  /// IMU stream's pacing) is the rig's own, starting at `start_ns`. Only reads (by their
+  /// transfer times), waits and pauses (which pass at once) and advance_time move it, so
+  /// hours of IMU stream in seconds, deterministically. Timed IMUs already plugged start
+  /// sampling afresh at `start_ns`. Without it the rig lives in real time: reads take
+  /// their transfer times for real.
+  void use_virtual_time(std::uint64_t start_ns = 1000000000);
+  /// Whether the rig lives in virtual time.
+  [[nodiscard]] bool virtual_time() const;
+  /// The host clock the rig lives by: the virtual one, else the platform's monotonic clock.
+  [[nodiscard]] std::uint64_t now_ns() const;
+  /// Moves virtual time forward (nothing in real time).
+  void advance_time(std::uint64_t ns);
 
   /// Capture-backend listings that scans match against (Msmf and Dshow only).
   void set_capture_devices(OpenCvBackend backend, const std::vector<SimulatedCaptureDevice>& devices);

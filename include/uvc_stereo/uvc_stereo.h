@@ -9,6 +9,7 @@
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/imu.h"
+#include "uvc_stereo/imu_stream.h"
 #include "uvc_stereo/json.h"
 #include "uvc_stereo/models.h"
 #include "uvc_stereo/records.h"

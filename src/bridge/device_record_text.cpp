@@ -19,6 +19,25 @@ std::size_t device_record_text_length(const SonixLib::scWideChar* field, std::si
   return length;
 }
 
+bool device_record_text_equals(const SonixLib::scWideChar* field, std::size_t capacity, std::string_view text) {
+  const std::size_t length = device_record_text_length(field, capacity);
+  for (const char c : text) {
+    if (static_cast<unsigned char>(c) >= 0x80) {
+      // Beyond ASCII one code unit no longer matches one byte: compare the converted text.
+      return device_record_text(field, capacity) == text;
+    }
+  }
+  if (length != text.size()) {
+    return false;
+  }
+  for (std::size_t i = 0; i < length; ++i) {
+    if (static_cast<char16_t>(field[i]) != static_cast<char16_t>(static_cast<unsigned char>(text[i]))) {
+      return false;
+    }
+  }
+  return true;
+}
+
 void fill_device_record_text(std::string_view text, SonixLib::scWideChar* field, std::size_t capacity) {
   if (field == nullptr || capacity == 0) {
     return;

@@ -17,6 +17,16 @@ template <std::size_t N>
   return device_record_text(field, N);
 }
 
+// Whether a wide-string field of the library's device record holds exactly the UTF-8 `text`. Compares code unit by
+// code unit while the text is ASCII, so that naming a camera on every IMU read builds no string.
+[[nodiscard]] bool device_record_text_equals(const SonixLib::scWideChar* field, std::size_t capacity,
+                                             std::string_view text);
+
+template <std::size_t N>
+[[nodiscard]] bool device_record_text_equals(const SonixLib::scWideChar (&field)[N], std::string_view text) {
+  return device_record_text_equals(field, N, text);
+}
+
 // How many code units of a field come before its NUL, at most `capacity`; 0 for a null field.
 [[nodiscard]] std::size_t device_record_text_length(const SonixLib::scWideChar* field, std::size_t capacity) noexcept;
 

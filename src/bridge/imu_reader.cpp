@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bridge/camera_session.h"
-#include "bridge/os/host_clock.h"
+#include "bridge/os/host_time.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
@@ -31,20 +31,34 @@ class VendorImuReader final : public ImuReader::Impl {
   void keep(vendor::LibrarySession session) noexcept { session_ = std::move(session); }
 
   [[nodiscard]] Result<ReadImuResult> read() override {
+    BracketedImuRead read;
+    Status status = read_bracketed(read);
+    if (!status.ok()) {
+      return status;
+    }
+    return read.sample;
+  }
+
+  [[nodiscard]] Status read_bracketed(BracketedImuRead& out) override {
     win_detail::SonixGlobalLock lock;
-    const std::uint64_t t0 = now_ns();
+    const std::uint64_t t0 = host_now_ns();
+    out.started_ns = t0;
+    out.finished_ns = t0;
     std::memset(buffer_.data(), 0, buffer_.size());
     if (!SonixCam_XuRead(&handle_, buffer_.data(), transport_.xu_length, transport_.xu_selector, transport_.xu_unit)) {
       return win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_XuRead", &handle_);
     }
-    const std::uint64_t t1 = now_ns();
+    const std::uint64_t t1 = host_now_ns();
+    out.finished_ns = t1;
     Result<ReadImuResult> sample = decode_imu_payload(buffer_.data(), buffer_.size());
-    if (sample.ok()) {
-      // The device samples somewhere inside the transfer; its middle is the best host-side estimate.
-      sample.value().host_timestamp_ns = t1 >= t0 ? t0 + (t1 - t0) / 2 : t0;
-    }
     lock.unlock();
-    return sample;
+    if (!sample.ok()) {
+      return sample.status();
+    }
+    out.sample = sample.value();
+    // The device samples somewhere inside the transfer; its middle is the best host-side estimate of one read alone.
+    out.sample.host_timestamp_ns = t1 >= t0 ? t0 + (t1 - t0) / 2 : t0;
+    return Status();
   }
 
  private:
@@ -86,6 +100,13 @@ Result<ReadImuResult> ImuReader::read() {
     return Status(ErrorCode::InvalidArgument, "IMU reader is closed or moved-from");
   }
   return impl_->read();
+}
+
+Status ImuReader::read_bracketed(BracketedImuRead& out) {
+  if (!impl_) {
+    return Status(ErrorCode::InvalidArgument, "IMU reader is closed or moved-from");
+  }
+  return impl_->read_bracketed(out);
 }
 
 Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "uvc_stereo/records.h"
@@ -8,6 +9,13 @@
 namespace tovanel::uvc_stereo::detail {
 
 class ImuReader;
+
+// One IMU read with the host times around it: the sample was the camera's newest at some moment between the two.
+struct BracketedImuRead {
+  ReadImuResult sample;           ///< the decoded sample; host_timestamp_ns is the midpoint of the read
+  std::uint64_t started_ns = 0;   ///< host clock just before the read was issued
+  std::uint64_t finished_ns = 0;  ///< host clock just after it returned
+};
 
 // Opens the IMU of `device`: selects the camera afresh, points the extension unit at `transport.xu_unit` and
 // keeps the vendor session open for as long as the returned reader lives.
@@ -26,6 +34,9 @@ class ImuReader {
     virtual ~Impl();
     // One sample, stamped with host time.
     [[nodiscard]] virtual Result<ReadImuResult> read() = 0;
+    // One sample with the host times taken around the transfer; `read` fills `out` on success and on a failure
+    // reported by the camera's status byte alike (the times are then those of the failed read).
+    [[nodiscard]] virtual Status read_bracketed(BracketedImuRead& out) = 0;
   };
 
   ImuReader(ImuReader&& other) noexcept;
@@ -36,6 +47,8 @@ class ImuReader {
 
   // One sample; allocates nothing on success.
   [[nodiscard]] Result<ReadImuResult> read();
+  // One sample with the host times around its read; allocates nothing on success.
+  [[nodiscard]] Status read_bracketed(BracketedImuRead& out);
 
  private:
   explicit ImuReader(std::unique_ptr<Impl> impl) noexcept;

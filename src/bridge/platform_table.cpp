@@ -18,6 +18,7 @@ struct InstalledEntries {
   std::atomic<const PauseHook*> pause{nullptr};
   std::atomic<const JsonMinifierVariant*> json_minifier{nullptr};
   std::atomic<const vendor::LinuxKernel*> linux_kernel{nullptr};
+  std::atomic<const HostClock*> host_clock{nullptr};
 };
 
 struct LayerStack {
@@ -54,6 +55,7 @@ void publish(LayerStack& s) noexcept {
   out.pause.store(newest_entry(s.newest, &PlatformTable::pause), std::memory_order_release);
   out.json_minifier.store(newest_entry(s.newest, &PlatformTable::json_minifier), std::memory_order_release);
   out.linux_kernel.store(newest_entry(s.newest, &PlatformTable::linux_kernel), std::memory_order_release);
+  out.host_clock.store(newest_entry(s.newest, &PlatformTable::host_clock), std::memory_order_release);
   // The minifier lives below this table and keeps its own copy of the entry.
   choose_json_minifier_variant(out.json_minifier.load(std::memory_order_relaxed));
 }
@@ -69,6 +71,7 @@ PlatformTable installed_platform() noexcept {
   table.pause = in.pause.load(std::memory_order_acquire);
   table.json_minifier = in.json_minifier.load(std::memory_order_acquire);
   table.linux_kernel = in.linux_kernel.load(std::memory_order_acquire);
+  table.host_clock = in.host_clock.load(std::memory_order_acquire);
   return table;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 
 // The platform under the SDK, as one table of replaceable operations. Each entry is a
 // pointer to an immutable object owned by whoever installed it; null means "the
@@ -34,6 +35,17 @@ struct PauseHook {
   void* context;
 };
 
+// A stand-in for the host's monotonic clock: a simulated rig running in virtual time
+// answers the time itself and lets waits pass at once, so that hours of IMU stream in
+// seconds with every timestamp as the real clock would give it.
+struct HostClock {
+  // Nanoseconds on the stand-in's monotonic clock; never decreases.
+  std::uint64_t (*now_ns)(void* context);
+  // Returns when now_ns would give at least `deadline_ns` (at once when it already does).
+  void (*sleep_until_ns)(std::uint64_t deadline_ns, void* context);
+  void* context;
+};
+
 struct PlatformTable {
   // The vendor operations (SonixCam_*). Every entry of the backend is called with the
   // process-wide vendor lock held; each returns true on success and otherwise leaves a
@@ -64,6 +76,10 @@ struct PlatformTable {
   // The kernel interfaces the Linux backend talks through (sysfs and device nodes);
   // used only by that backend, under the vendor lock. Default: the running kernel.
   const vendor::LinuxKernel* linux_kernel = nullptr;
+
+  // The host clock that IMU reads are stamped with and that the IMU stream paces its
+  // reads by. No lock. Default: the platform's monotonic clock and real waits.
+  const HostClock* host_clock = nullptr;
 };
 
 // The entries in force now, null where the platform's own applies. Reading never blocks

@@ -3,12 +3,16 @@
 // What the C interface's opaque handles hold. Strings and records handed out through a
 // handle point into these members, so they stay valid until the handle is freed.
 
+#include <cstdint>
+#include <deque>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "c_api/handle_use.h"
 #include "uvc_stereo/device.h"
+#include "uvc_stereo/imu_stream.h"
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/uvc_stereo_c.h"
@@ -28,8 +32,19 @@ struct uvc_stereo_device_t {
   bool has_report = false;
 };
 
+struct uvc_stereo_imu_stream_t {
+  explicit uvc_stereo_imu_stream_t(tovanel::uvc_stereo::ImuStream&& opened) : stream(std::move(opened)) {}
+
+  tovanel::uvc_stereo::ImuStream stream;
+  // The samples of one read before they are turned into the caller's structs; grows to the largest count asked
+  // for once, then reads allocate nothing.
+  std::vector<tovanel::uvc_stereo::ImuStreamSample> batch;
+};
+
 struct uvc_stereo_rig_t {
   tovanel::uvc_stereo::sim::SimulatedRig rig;
+  // The IMU truth taken from the rig and not yet handed to the caller, by camera.
+  std::map<std::int32_t, std::deque<tovanel::uvc_stereo::sim::SimulatedImuSampleTruth>> imu_truth;
 };
 
 struct uvc_stereo_rig_call_log_t {

@@ -315,3 +315,119 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_faults(uvc_stereo_rig_t*
 }
 
 }  // extern "C"
+
+namespace {
+
+sim::SimulatedImuTiming from_c(const uvc_stereo_rig_imu_timing_t& timing) noexcept {
+  sim::SimulatedImuTiming out;
+  out.rate_hz = timing.rate_hz;
+  out.clock_error_ppm = timing.clock_error_ppm;
+  out.latency_min_ns = timing.latency_min_ns;
+  out.latency_max_ns = timing.latency_max_ns;
+  out.stall_probability = timing.stall_probability;
+  out.stall_min_ns = timing.stall_min_ns;
+  out.stall_max_ns = timing.stall_max_ns;
+  out.seed = timing.seed;
+  return out;
+}
+
+}  // namespace
+
+extern "C" {
+
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_imu_timing_defaults(uvc_stereo_rig_imu_timing_t* timing) {
+  constexpr const char* kFunction = "uvc_stereo_rig_imu_timing_defaults";
+  return c_api::guarded(kFunction, [&] {
+    Status checked = c_api::require_struct(timing, kFunction, "timing", "uvc_stereo_rig_imu_timing_t");
+    if (checked.ok()) {
+      const sim::SimulatedImuTiming defaults;
+      timing->rate_hz = defaults.rate_hz;
+      timing->clock_error_ppm = defaults.clock_error_ppm;
+      timing->latency_min_ns = defaults.latency_min_ns;
+      timing->latency_max_ns = defaults.latency_max_ns;
+      timing->stall_probability = defaults.stall_probability;
+      timing->stall_min_ns = defaults.stall_min_ns;
+      timing->stall_max_ns = defaults.stall_max_ns;
+      timing->seed = defaults.seed;
+    }
+    return checked;
+  });
+}
+
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_imu_timing(uvc_stereo_rig_t* rig, std::int32_t camera,
+                                                                 const uvc_stereo_rig_imu_timing_t* timing) {
+  constexpr const char* kFunction = "uvc_stereo_rig_set_imu_timing";
+  return c_api::guarded(kFunction, [&] {
+    Status checked =
+        c_api::first_failure(camera_arguments(rig, camera, kFunction),
+                             c_api::require_struct(timing, kFunction, "timing", "uvc_stereo_rig_imu_timing_t"));
+    if (checked.ok()) {
+      rig->rig.set_imu_timing(camera, from_c(*timing));
+    }
+    return checked;
+  });
+}
+
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_restart_imu(uvc_stereo_rig_t* rig, std::int32_t camera) {
+  return on_camera(rig, camera, "uvc_stereo_rig_restart_imu",
+                   [&](sim::SimulatedRig& held) { held.restart_imu(camera); });
+}
+
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_use_virtual_time(uvc_stereo_rig_t* rig, std::uint64_t start_ns) {
+  return c_api::on_rig(rig, "uvc_stereo_rig_use_virtual_time",
+                       [&](sim::SimulatedRig& held) { held.use_virtual_time(start_ns); });
+}
+
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_now_ns(const uvc_stereo_rig_t* rig, std::uint64_t* now_ns) {
+  constexpr const char* kFunction = "uvc_stereo_rig_now_ns";
+  return c_api::guarded(kFunction, [&] {
+    Status checked =
+        c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(now_ns, kFunction, "now_ns"));
+    if (checked.ok()) {
+      *now_ns = rig->rig.now_ns();
+    }
+    return checked;
+  });
+}
+
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_advance_time(uvc_stereo_rig_t* rig, std::uint64_t ns) {
+  return c_api::on_rig(rig, "uvc_stereo_rig_advance_time", [&](sim::SimulatedRig& held) { held.advance_time(ns); });
+}
+
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_take_imu_truth(uvc_stereo_rig_t* rig, std::int32_t camera,
+                                                                 uvc_stereo_rig_imu_truth_t* truth,
+                                                                 std::size_t capacity, std::size_t* count) {
+  constexpr const char* kFunction = "uvc_stereo_rig_take_imu_truth";
+  return c_api::guarded(kFunction, [&] {
+    Status checked =
+        c_api::first_failure(camera_arguments(rig, camera, kFunction), c_api::require(count, kFunction, "count"));
+    if (checked.ok() && capacity != 0) {
+      checked = c_api::require(truth, kFunction, "truth");
+    }
+    if (!checked.ok()) {
+      return checked;
+    }
+    *count = 0;
+    auto& pending = rig->imu_truth[camera];
+    for (const sim::SimulatedImuSampleTruth& sample : rig->rig.take_imu_truth(camera)) {
+      pending.push_back(sample);
+    }
+    while (*count < capacity && !pending.empty()) {
+      checked = c_api::require_struct(truth + *count, kFunction, "truth[i]", "uvc_stereo_rig_imu_truth_t");
+      if (!checked.ok()) {
+        return checked;
+      }
+      const sim::SimulatedImuSampleTruth& sample = pending.front();
+      uvc_stereo_rig_imu_truth_t& out = truth[*count];
+      out.counter = sample.counter;
+      out.segment = sample.segment;
+      out.sample_number = sample.sample_number;
+      out.taken_ns = sample.taken_ns;
+      pending.pop_front();
+      ++*count;
+    }
+    return Status();
+  });
+}
+
+}  // extern "C"

@@ -1,7 +1,9 @@
 #include "sim/call_scope.h"
 
+#include <chrono>
 #include <functional>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include "bridge/process_lock.h"
@@ -112,6 +114,19 @@ void VendorCallScope::run_call_hooks() {
   if (threw) {
     add_violation("a hook on " + record_.name + " threw");
   }
+}
+
+void VendorCallScope::take_time(std::uint64_t ns) {
+  if (ns == 0) {
+    return;
+  }
+  if (rig().clock.is_virtual()) {
+    rig().clock.advance(ns);
+    return;
+  }
+  access_.release_state();
+  std::this_thread::sleep_for(std::chrono::nanoseconds(ns));
+  access_.retake_state();
 }
 
 CameraState* VendorCallScope::named_camera() const noexcept { return rig().camera(record_.camera); }

@@ -34,6 +34,9 @@ class VendorCallScope {
   [[nodiscard]] CameraState* named_camera() const noexcept;
 
   void add_violation(std::string text);
+  // The call takes `ns` of host time: virtual time moves on, or the calling thread waits that long in real time
+  // with the rig's state let go, as a transfer on the bus would.
+  void take_time(std::uint64_t ns);
 
   // Counts the call against the armed faults; the fault that makes it fail, if any.
   [[nodiscard]] std::optional<VendorFault> take_fault();

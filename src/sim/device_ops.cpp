@@ -107,7 +107,9 @@ bool sim_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_
   if (camera == nullptr) {
     return false;
   }
-  if (read_extension_unit(*camera, selector, unit_id, buffer, length)) {
+  std::uint64_t transfer_ns = 0;
+  if (read_extension_unit(*camera, selector, unit_id, buffer, length, call.rig().clock.now_ns(), transfer_ns)) {
+    call.take_time(transfer_ns);
     return call.succeed();
   }
   return call.fail(SonixLib::ecGetKsControlFail);

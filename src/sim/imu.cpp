@@ -43,12 +43,20 @@ int SimulatedImuGenerator::noise(int amplitude) {
 }
 
 ImuPayload SimulatedImuGenerator::next_sample() {
+  const ImuPayload payload = sample_at(counter_, samples_);
+  counter_ = (counter_ + config_.counter_step) & kCounterMask;
+  ++samples_;
+  return payload;
+}
+
+ImuPayload SimulatedImuGenerator::sample_at(std::uint32_t counter, std::uint64_t sample_number) {
+  const double rate_hz = config_.timing ? config_.timing->rate_hz : kSampleRateHz;
   double accel[3] = {0.0, 0.0, kAccelCountsPerG};
   double gyro[3] = {0.0, 0.0, 0.0};
   if (config_.motion == ImuMotion::Moving) {
     // A pendulum-like sway about y: gravity tilts in the x-z plane and the y rate is
     // the tilt's derivative, so the two sensors tell the same story.
-    const double t = static_cast<double>(samples_) / kSampleRateHz;
+    const double t = static_cast<double>(sample_number) / rate_hz;
     const double phase = 2.0 * kPi * kSwayFrequencyHz * t;
     const double tilt_rad = kSwayAmplitudeDeg * kPi / 180.0 * std::sin(phase);
     const double rate_dps = kSwayAmplitudeDeg * 2.0 * kPi * kSwayFrequencyHz * std::cos(phase);
@@ -60,7 +68,7 @@ ImuPayload SimulatedImuGenerator::next_sample() {
 
   // The camera's own encoding of a sample, the one the SDK decodes; the noise is drawn in the order of the bytes.
   ReadImuResult sample;
-  sample.sample_counter = counter_;
+  sample.sample_counter = counter;
   sample.temperature_raw = to_counts(temperature);
   for (std::size_t axis = 0; axis < 3; ++axis) {
     sample.accel_raw[axis] = to_counts(accel[axis] + noise(4));
@@ -70,9 +78,6 @@ ImuPayload SimulatedImuGenerator::next_sample() {
   }
   ImuPayload payload{};
   detail::encode_imu_payload(sample, payload);
-
-  counter_ = (counter_ + config_.counter_step) & kCounterMask;
-  ++samples_;
   return payload;
 }
 

@@ -21,6 +21,9 @@ class SimulatedImuGenerator {
   [[nodiscard]] std::uint32_t next_counter() const noexcept { return counter_; }
   // The next sample, advancing the counter and the motion.
   [[nodiscard]] ImuPayload next_sample();
+  // The sample carrying `counter` that the IMU takes as its `sample_number`th since it started (the motion follows
+  // the sample's time; the noise continues from the previous sample asked for).
+  [[nodiscard]] ImuPayload sample_at(std::uint32_t counter, std::uint64_t sample_number);
 
  private:
   [[nodiscard]] int noise(int amplitude);

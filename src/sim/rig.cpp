@@ -5,6 +5,7 @@
 #include "capability/capability_report_encoder.h"
 #include "sim/backend.h"
 #include "sim/capture_listing.h"
+#include "sim/extension_unit.h"
 #include "sim/registry.h"
 #include "sim/rig_state.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -13,14 +14,6 @@ namespace tovanel::uvc_stereo::sim {
 namespace {
 
 using Guard = std::lock_guard<std::mutex>;
-
-// What the camera's extension unit answers: its report record encoded, else its raw bytes.
-SimulatedCamera with_encoded_capability(SimulatedCamera camera) {
-  if (camera.capability) {
-    camera.capability_report = detail::encode_xu_capability_report(*camera.capability);
-  }
-  return camera;
-}
 
 // The part of [address, address + length) that lies on the chip.
 std::uint32_t on_chip_length(const SimulatedFlash& flash, std::uint32_t address, std::uint64_t length) {
@@ -43,13 +36,14 @@ SimulatedRig::SimulatedRig() : state_(std::make_unique<State>()) {
 
 SimulatedRig::~SimulatedRig() {
   // Overrides stack, so an older rig destroyed first leaves the newer one in force.
+  state_->virtual_clock.reset();
   state_->installed.reset();
   deactivate_rig(state_.get());
 }
 
 int SimulatedRig::add_camera(const SimulatedCamera& camera) {
   const Guard guard(state_->mutex);
-  state_->cameras.emplace_back(with_encoded_capability(camera));
+  state_->cameras.push_back(plugged_camera_state(camera, state_->clock.now_ns()));
   return static_cast<int>(state_->cameras.size() - 1);
 }
 
@@ -71,6 +65,9 @@ void SimulatedRig::plug(int camera) {
   if (CameraState* target = state_->camera(camera); target != nullptr && !target->plugged) {
     target->plugged = true;
     target->power_cycle();
+    if (target->timed_imu) {
+      target->timed_imu->power_up(state_->clock.now_ns());
+    }
   }
 }
 
@@ -162,8 +159,62 @@ void SimulatedRig::queue_imu_status(int camera, std::uint8_t status_byte) {
 std::uint32_t SimulatedRig::next_imu_counter(int camera) const {
   const Guard guard(state_->mutex);
   const CameraState* target = state_->camera(camera);
-  return target == nullptr ? 0 : target->imu.next_counter();
+  if (target == nullptr) {
+    return 0;
+  }
+  return target->timed_imu ? target->timed_imu->newest_counter(state_->clock.now_ns()) : target->imu.next_counter();
 }
+
+void SimulatedRig::set_imu_timing(int camera, const SimulatedImuTiming& timing) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->config.imu.timing = timing;
+    target->timed_imu.emplace(timing, target->config.imu.first_counter);
+    target->timed_imu->power_up(state_->clock.now_ns());
+  }
+}
+
+void SimulatedRig::restart_imu(int camera) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera); target != nullptr && target->timed_imu) {
+    target->timed_imu->restart(state_->clock.now_ns());
+  }
+}
+
+std::vector<SimulatedImuSampleTruth> SimulatedRig::take_imu_truth(int camera) {
+  const Guard guard(state_->mutex);
+  CameraState* target = state_->camera(camera);
+  if (target == nullptr || !target->timed_imu) {
+    return {};
+  }
+  return target->timed_imu->take_truth();
+}
+
+void SimulatedRig::use_virtual_time(std::uint64_t start_ns) {
+  {
+    const Guard guard(state_->mutex);
+    state_->clock.use_virtual(start_ns);
+    for (CameraState& camera : state_->cameras) {
+      if (camera.timed_imu) {
+        camera.timed_imu->power_up(start_ns);
+      }
+    }
+  }
+  if (!state_->virtual_clock) {
+    // Installed outside the state's mutex: an override waits for the vendor lock, which a call may hold while it
+    // waits for the state.
+    detail::PlatformTable entries;
+    entries.host_clock = &state_->clock.host_clock();
+    entries.pause = &state_->clock.pauses();
+    state_->virtual_clock.emplace(entries);
+  }
+}
+
+bool SimulatedRig::virtual_time() const { return state_->clock.is_virtual(); }
+
+std::uint64_t SimulatedRig::now_ns() const { return state_->clock.now_ns(); }
+
+void SimulatedRig::advance_time(std::uint64_t ns) { state_->clock.advance(ns); }
 
 void SimulatedRig::set_capture_devices(OpenCvBackend backend, const std::vector<SimulatedCaptureDevice>& devices) {
   const Guard guard(state_->mutex);

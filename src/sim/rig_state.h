@@ -15,6 +15,8 @@
 #include "sim/faults.h"
 #include "sim/flash.h"
 #include "sim/imu.h"
+#include "sim/imu_timing.h"
+#include "sim/rig_clock.h"
 #include "uvc_stereo/simulated_rig.h"
 
 namespace tovanel::uvc_stereo::sim {
@@ -22,7 +24,11 @@ namespace tovanel::uvc_stereo::sim {
 // One camera plugged into the rig, with everything that changes while it runs.
 struct CameraState {
   explicit CameraState(const SimulatedCamera& camera)
-      : config(camera), flash(camera.flash_size, camera.flash_sector_size), imu(camera.imu) {}
+      : config(camera), flash(camera.flash_size, camera.flash_sector_size), imu(camera.imu) {
+    if (camera.imu.timing) {
+      timed_imu.emplace(*camera.imu.timing, camera.imu.first_counter);
+    }
+  }
 
   // The flash accepts erases and writes only once both unlock steps have been taken
   // since the last power-up.
@@ -41,6 +47,7 @@ struct CameraState {
   std::optional<std::uint32_t> write_power_cut;  ///< bytes the next write gets through before power fails
   std::optional<std::uint32_t> erase_power_cut;  ///< bytes the next erase gets through before power fails
   SimulatedImuGenerator imu;
+  std::optional<TimedImu> timed_imu;    ///< when the IMU lives in time: which sample is the newest when
   std::deque<std::uint8_t> imu_status;  ///< status bytes the next IMU reads answer with
 };
 
@@ -88,6 +95,9 @@ struct SimulatedRig::State {
   // The rig's place in the platform table while it lives: the vendor backend and the
   // capture listings. Set and cleared only by the rig's constructor and destructor.
   std::optional<vendor::PlatformOverride> installed;
+  // The host clock the rig lives by, and its place in the platform table once virtual.
+  RigClock clock;
+  std::optional<vendor::PlatformOverride> virtual_clock;
   // The rig that was alive when this one was made; the registry's link, guarded by it.
   State* older_rig = nullptr;
 };

@@ -38,6 +38,24 @@ TEST(DeviceRecordText, StopsAtTheFirstNul) {
   EXPECT_EQ(device_record_text(field.units), "Cam");
 }
 
+TEST(DeviceRecordText, EqualsItsOwnAsciiTextAndNothingLongerOrShorter) {
+  const NameField field({'/', 's', 'y', 's', 0, 'X'});
+  EXPECT_TRUE(device_record_text_equals(field.units, "/sys"));
+  EXPECT_FALSE(device_record_text_equals(field.units, "/sy"));
+  EXPECT_FALSE(device_record_text_equals(field.units, "/sysX"));
+  EXPECT_FALSE(device_record_text_equals(field.units, "/SYS"));
+  EXPECT_TRUE(device_record_text_equals(nullptr, 4, ""));
+}
+
+TEST(DeviceRecordText, EqualsItsTextBeyondAsciiAsTheConversionGivesIt) {
+  const NameField field({'C', 0xE9, ' ', 0xD83D, 0xDCF7});
+  EXPECT_TRUE(device_record_text_equals(field.units, "C\xC3\xA9 \xF0\x9F\x93\xB7"));
+  EXPECT_FALSE(device_record_text_equals(field.units, "C\xC3\xA9 \xF0\x9F\x93\xB8"));
+  // A code unit above 0x7F never equals a single byte of ASCII text.
+  const NameField latin({'C', 0xE9});
+  EXPECT_FALSE(device_record_text_equals(latin.units, "C\x69"));
+}
+
 TEST(DeviceRecordText, ConvertsEveryPlaneToUtf8) {
   const NameField field({'C', 0xE9, ' ', 0x7ACB, 0x4F53, ' ', 0xD83D, 0xDCF7});
   EXPECT_EQ(device_record_text(field.units), "C\xC3\xA9 \xE7\xAB\x8B\xE4\xBD\x93 \xF0\x9F\x93\xB7");

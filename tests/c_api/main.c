@@ -12,6 +12,7 @@ int main(void) {
   json_tests();
   imu_tests();
   imu_batch_tests();
+  imu_stream_tests();
   rig_tests();
   argument_tests();
   thread_tests();

@@ -1,16 +1,19 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "bridge/platform.h"
 #include "bridge/vendor_backend.h"
 #include "device/device_rig_support.h"
 #include "support/allocation_counter.h"
 #include "uvc_stereo/device.h"
+#include "uvc_stereo/imu_stream.h"
 #include "uvc_stereo/simulated_rig.h"
 
 namespace tovanel::uvc_stereo {
@@ -72,6 +75,31 @@ TEST_F(DeviceReadImuAllocations, SuccessfulReadsThroughTheDeviceAllocateNothing)
   EXPECT_EQ(allocations, 0);
   count_rig_reads();
   EXPECT_TRUE(device.close_imu().ok());
+}
+
+TEST_F(DeviceReadImuAllocations, StreamingAllocatesNothingPerSampleAfterOpen) {
+  rig_.use_virtual_time();
+  sim::SimulatedCamera camera = supported_camera(2, "SN-IMU-STREAM-ALLOC");
+  camera.imu.timing = sim::SimulatedImuTiming{};
+  camera.imu.timing->stall_probability = 0.01;
+  const DeviceInfo info = plug_and_scan(camera);
+  DEVICE_TESTING_OPEN(device, info, 0);
+  Result<ImuStream> stream = ImuStream::open(device);
+  ASSERT_TRUE(stream.ok());
+  std::vector<ImuStreamSample> samples(512);
+  uncount_rig_reads();
+
+  std::size_t delivered = 0;
+  AllocationCount count;
+  for (int i = 0; i < 20; ++i) {
+    const ImuPull pulled = stream.value().pull(samples.data(), samples.size(), std::chrono::seconds(1));
+    delivered += pulled.status.ok() ? pulled.count : 0;
+  }
+  const long allocations = count.stop();
+
+  EXPECT_GT(delivered, 3000u);
+  EXPECT_EQ(allocations, 0);
+  count_rig_reads();
 }
 
 // Guards the guard: the counter does see an allocation made under Device::read_imu, here the text of a refusal

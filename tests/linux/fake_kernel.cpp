@@ -6,13 +6,16 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <new>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
+#include "bridge/os/host_time.h"
 #include "bridge/process_lock.h"
 #include "sim/extension_unit.h"
 #include "support/allocation_counter.h"
@@ -109,7 +112,7 @@ int FakeKernel::add_camera_locked(const FakeUvcCamera& camera) {
 
   Camera added;
   added.config = camera;
-  added.state.emplace(sim::plugged_camera_state(model));
+  added.state.emplace(sim::plugged_camera_state(model, detail::host_now_ns()));
   const fs::path relative_usb = fs::path(kUsbBusDirectory) / camera.bus_name;
   added.usb_directory = sysfs_ / relative_usb;
 
@@ -357,11 +360,14 @@ int FakeKernel::ioctl_locked(int fd, unsigned long request, void* argument) {
     errno = ENOBUFS;
     return -1;
   }
-  if (query->data == nullptr ||
-      !sim::read_extension_unit(*camera->state, query->selector, query->unit, query->data, query->size)) {
+  std::uint64_t transfer_ns = 0;
+  if (query->data == nullptr || !sim::read_extension_unit(*camera->state, query->selector, query->unit, query->data,
+                                                          query->size, detail::host_now_ns(), transfer_ns)) {
     errno = EFAULT;
     return -1;
   }
+  // A timed IMU's read takes its transfer time on the bus, as the kernel's control query would.
+  std::this_thread::sleep_for(std::chrono::nanoseconds(transfer_ns));
   return 0;
 }
 

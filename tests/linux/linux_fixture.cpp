@@ -35,6 +35,9 @@ bool audited(const char* name, Call call) {
   record.lock_held = vendor::process_lock_held_by_this_thread();
   std::function<void()> action;
   {
+    const test_support::UncountedAllocations uncounted;
+    record.name = name;
+    record.lock_held = vendor::process_lock_held_by_this_thread();
     const std::lock_guard<std::mutex> guard(audit().mutex);
     record.open_sessions = audit().open_sessions;
     const auto planned = audit().before_call.find(record.name);

@@ -111,6 +111,7 @@ detail::PlatformTable instant_cameras_for(const std::vector<StandInCamera>& came
 struct InstantUnit {
   std::array<std::uint8_t, 256> bytes{};
   std::size_t size = 0;
+  bool count_imu_samples = false;
   VendorBackend backend{};
 };
 
@@ -118,13 +119,23 @@ InstantUnit g_unit;
 
 bool instant_xu_read(SonixLib::scDevice_t*, std::uint8_t* buffer, std::uint8_t length, std::uint8_t, std::uint8_t) {
   std::memcpy(buffer, g_unit.bytes.data(), std::min<std::size_t>(length, g_unit.size));
+  if (g_unit.count_imu_samples) {
+    // The counter's bits 15..8, 7..0 and 19..16 lie in bytes 14, 15 and 16.
+    std::uint32_t counter = (static_cast<std::uint32_t>(g_unit.bytes[16] & 0x0Fu) << 16) |
+                            (static_cast<std::uint32_t>(g_unit.bytes[14]) << 8) | g_unit.bytes[15];
+    counter = (counter + 1) & 0xFFFFFu;
+    g_unit.bytes[14] = static_cast<std::uint8_t>(counter >> 8);
+    g_unit.bytes[15] = static_cast<std::uint8_t>(counter);
+    g_unit.bytes[16] = static_cast<std::uint8_t>((g_unit.bytes[16] & 0xF0u) | (counter >> 16));
+  }
   return true;
 }
 
-detail::PlatformTable instant_unit_for(const std::vector<std::uint8_t>& bytes) {
+detail::PlatformTable instant_unit_for(const std::vector<std::uint8_t>& bytes, bool count_imu_samples) {
   // A read asks for at most 255 bytes, so no more are kept.
   g_unit.size = std::min(bytes.size(), g_unit.bytes.size());
   std::copy_n(bytes.begin(), g_unit.size, g_unit.bytes.begin());
+  g_unit.count_imu_samples = count_imu_samples && g_unit.size >= 17;
   g_unit.backend = active_vendor_backend();
   g_unit.backend.xu_read = instant_xu_read;
   return replacing_vendor_backend(g_unit.backend);
@@ -142,8 +153,8 @@ int InstantCameras::enumerate_alone() {
   return count;
 }
 
-InstantExtensionUnit::InstantExtensionUnit(const std::vector<std::uint8_t>& bytes)
-    : in_force_(instant_unit_for(bytes)) {}
+InstantExtensionUnit::InstantExtensionUnit(const std::vector<std::uint8_t>& bytes, bool count_imu_samples)
+    : in_force_(instant_unit_for(bytes, count_imu_samples)) {}
 
 InstantExtensionUnit::~InstantExtensionUnit() = default;
 

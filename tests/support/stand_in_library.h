@@ -41,10 +41,11 @@ class InstantCameras {
 };
 
 // While it lives, extension-unit reads answer at once with `bytes` (cut to the length asked for); every other
-// operation still goes to the backend that was in force when it was made.
+// operation still goes to the backend that was in force when it was made. With `count_imu_samples`, the 20-bit IMU
+// sample counter in bytes 14 to 16 advances by one after every read, as a camera read slower than its IMU would.
 class InstantExtensionUnit {
  public:
-  explicit InstantExtensionUnit(const std::vector<std::uint8_t>& bytes);
+  explicit InstantExtensionUnit(const std::vector<std::uint8_t>& bytes, bool count_imu_samples = false);
   ~InstantExtensionUnit();
   InstantExtensionUnit(const InstantExtensionUnit&) = delete;
   InstantExtensionUnit& operator=(const InstantExtensionUnit&) = delete;
