@@ -181,6 +181,9 @@ class UVC_STEREO_API SimulatedRig {
   struct State;
 
  private:
+  // Makes this rig the active one, with its cameras' lock place.
+  void install();
+
   std::unique_ptr<State> state_;
 };
 

@@ -1,5 +1,6 @@
 #include "bridge/flash_session.h"
 
+#include <chrono>
 #include <utility>
 
 #include "bridge/device_resolution.h"
@@ -38,19 +39,52 @@ Status device_not_ready() { return Status(ErrorCode::InternalError, "device hand
 
 }  // namespace
 
-FlashSession::FlashSession(const FlashConfig& config) : config_(config) {}
+FlashSession::FlashSession(const FlashConfig& config, vendor::CameraUse use) : config_(config), use_(use) {}
 
-Status FlashSession::open() {
-  if (!session_.start()) {
-    return session_.start_failure(ErrorCode::DeviceUnavailable);
+Result<std::string> FlashSession::start_and_resolve() {
+  session_.emplace();
+  if (!session_->start()) {
+    return session_->start_failure(ErrorCode::DeviceUnavailable);
   }
-
   Result<EnumeratedDevice> resolved = resolve_device_with_active_runtime(config_, false);
   if (!resolved.ok()) {
     return resolved.status();
   }
   device_ = resolved.value().device;
   device_ready_ = true;
+  const DeviceInfo& info = resolved.value().info;
+  return vendor::camera_lock_key(info.device_path, info.vendor_id, info.product_id, info.serial_number);
+}
+
+Status FlashSession::open() {
+  Result<std::string> key = start_and_resolve();
+  if (!key.ok()) {
+    return key.status();
+  }
+  const vendor::CameraLockPlace& place = vendor::active_camera_lock_place();
+  Result<vendor::CameraLock> held = vendor::CameraLock::take(place, key.value(), use_, std::chrono::milliseconds(0));
+  if (!held.ok() && vendor::is_camera_busy(held.status()) && config_.busy_wait_ms != 0) {
+    // Waiting under the vendor lock would stall every camera user of this process, the
+    // holder too, so the library session ends for the wait and the camera is found
+    // afresh once it is free.
+    session_.reset();
+    device_ready_ = false;
+    held = vendor::CameraLock::take(place, key.value(), use_, std::chrono::milliseconds(config_.busy_wait_ms));
+    if (!held.ok()) {
+      return held.status();
+    }
+    Result<std::string> again = start_and_resolve();
+    if (!again.ok()) {
+      return again.status();
+    }
+    if (again.value() != key.value()) {
+      return Status(ErrorCode::DeviceUnavailable, "the selected camera changed while waiting for it");
+    }
+  }
+  if (!held.ok()) {
+    return held.status();
+  }
+  camera_ = std::move(held).value();
 
   if (!SonixCam_GetSerialFlashType(&device_, &flash_type_)) {
     return make_vendor_status(ErrorCode::DeviceUnavailable, "SonixCam_GetSerialFlashType", &device_);

@@ -58,8 +58,8 @@ Result<FlashBlob> read_blob(const FlashConfig& config) {
   return parse_and_validate_raw_blob(whole, settings);
 }
 
-Result<std::string> firmware_version(const FlashConfig& config) {
-  win_detail::FlashSession session(config);
+Result<std::string> firmware_version(const FlashConfig& config, vendor::CameraUse use) {
+  win_detail::FlashSession session(config, use);
   Status opened = session.open();
   if (!opened.ok()) {
     return opened;
@@ -138,7 +138,17 @@ namespace detail {
 
 Result<std::string> read_firmware_version_from_device(const FlashConfig& config) {
   try {
-    return firmware_version(config);
+    return firmware_version(config, vendor::CameraUse::Flash);
+  } catch (const std::exception& error) {
+    return from_exception(error);
+  } catch (...) {
+    return Status(ErrorCode::InternalError, "unknown exception during firmware version read");
+  }
+}
+
+Result<std::string> read_firmware_version_for_imu(const FlashConfig& config) {
+  try {
+    return firmware_version(config, vendor::CameraUse::Imu);
   } catch (const std::exception& error) {
     return from_exception(error);
   } catch (...) {

@@ -4,12 +4,15 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "bridge/device_resolution.h"
 #include "bridge/device_selector.h"
 #include "bridge/extension_unit.h"
+#include "bridge/os/camera_lock.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
@@ -28,8 +31,11 @@ class VendorImuReader final : public ImuReader::Impl {
   VendorImuReader(const SonixLib::scDevice_t& handle, const ImuTransportConfig& transport)
       : handle_(handle), transport_(transport), buffer_(transport.xu_length, 0) {}
 
-  // Takes over the session once nothing can fail any more.
-  void keep(vendor::LibrarySession session) noexcept { session_ = std::move(session); }
+  // Takes over the session and the camera hold once nothing can fail any more.
+  void keep(vendor::LibrarySession session, vendor::CameraLock camera) noexcept {
+    session_ = std::move(session);
+    camera_ = std::move(camera);
+  }
 
   [[nodiscard]] Result<ReadImuResult> read() override {
     win_detail::SonixGlobalLock lock;
@@ -52,28 +58,63 @@ class VendorImuReader final : public ImuReader::Impl {
   SonixLib::scDevice_t handle_;
   ImuTransportConfig transport_;
   std::vector<std::uint8_t> buffer_;
+  vendor::CameraLock camera_;  ///< released after the session below has ended
   vendor::LibrarySession session_;
 };
 
-// Opens `reader` on the camera `device` names, in a session the reader keeps; a failure closes the session.
-Status open_reader_in_session(const DeviceInfo& device, const ImuTransportConfig& transport,
-                              std::unique_ptr<ImuReader::Impl>& opened) {
-  vendor::VendorSession session;
+// Starts `session` and resolves the camera `config` selects into `handle`; the camera's lock key on success.
+Result<std::string> start_and_resolve(vendor::VendorSession& session, const FlashConfig& config,
+                                      SonixLib::scDevice_t& handle) {
   if (!session.start()) {
     return session.start_failure(ErrorCode::DeviceUnavailable);
   }
-  const FlashConfig config = make_device_selector_config(device);
   Result<win_detail::EnumeratedDevice> resolved = win_detail::resolve_device_with_active_runtime(config, false);
   if (!resolved.ok()) {
     return resolved.status();
   }
-  SonixLib::scDevice_t handle = resolved.value().device;
+  handle = resolved.value().device;
+  const DeviceInfo& info = resolved.value().info;
+  return vendor::camera_lock_key(info.device_path, info.vendor_id, info.product_id, info.serial_number);
+}
+
+// Opens `reader` on the camera `device` names, in a session the reader keeps; a failure closes the session.
+Status open_reader_in_session(const DeviceInfo& device, const ImuTransportConfig& transport,
+                              std::chrono::milliseconds busy_wait, std::unique_ptr<ImuReader::Impl>& opened) {
+  const FlashConfig config = make_device_selector_config(device);
+  SonixLib::scDevice_t handle{};
+  std::optional<vendor::VendorSession> session(std::in_place);
+  Result<std::string> key = start_and_resolve(*session, config, handle);
+  if (!key.ok()) {
+    return key.status();
+  }
+  const vendor::CameraLockPlace& place = vendor::active_camera_lock_place();
+  Result<vendor::CameraLock> held =
+      vendor::CameraLock::take(place, key.value(), vendor::CameraUse::Imu, std::chrono::milliseconds(0));
+  if (!held.ok() && vendor::is_camera_busy(held.status()) && busy_wait.count() != 0) {
+    // The wait happens outside the vendor lock, so that a flash access of this process can finish meanwhile.
+    session.reset();
+    held = vendor::CameraLock::take(place, key.value(), vendor::CameraUse::Imu, busy_wait);
+    if (!held.ok()) {
+      return held.status();
+    }
+    session.emplace();
+    Result<std::string> again = start_and_resolve(*session, config, handle);
+    if (!again.ok()) {
+      return again.status();
+    }
+    if (again.value() != key.value()) {
+      return Status(ErrorCode::DeviceUnavailable, "the selected camera changed while waiting for it");
+    }
+  }
+  if (!held.ok()) {
+    return held.status();
+  }
   if (!SonixCam_SetNodeID(&handle, transport.xu_unit, vendor::kExtensionUnitGuid.data())) {
     return win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_SetNodeID", &handle);
   }
   auto reader = std::make_unique<VendorImuReader>(handle, transport);
   // From here the reader owns the library session and ends it when destroyed.
-  reader->keep(session.keep_library_session());
+  reader->keep(session->keep_library_session(), std::move(held).value());
   opened = std::move(reader);
   return Status();
 }
@@ -94,7 +135,8 @@ Result<ReadImuResult> ImuReader::read() {
   return impl_->read();
 }
 
-Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport) {
+Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport,
+                                    std::chrono::milliseconds busy_wait) {
   if (device.serial_number.empty() && device.device_path.empty() && (device.vendor_id == 0 || device.product_id == 0)) {
     return Status(ErrorCode::InvalidArgument, "selected device has no Windows device_path, serial_number, or vid/pid");
   }
@@ -104,7 +146,7 @@ Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransport
 
   try {
     std::unique_ptr<ImuReader::Impl> opened;
-    Status status = open_reader_in_session(device, transport, opened);
+    Status status = open_reader_in_session(device, transport, busy_wait, opened);
     if (!status.ok()) {
       return status;
     }

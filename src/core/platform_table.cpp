@@ -16,6 +16,7 @@ struct InstalledEntries {
   std::atomic<const PauseHook*> pause{nullptr};
   std::atomic<const JsonMinifierVariant*> json_minifier{nullptr};
   std::atomic<const vendor::LinuxKernel*> linux_kernel{nullptr};
+  std::atomic<const vendor::CameraLockPlace*> camera_locks{nullptr};
 };
 
 struct LayerStack {
@@ -52,6 +53,7 @@ void publish(LayerStack& s) noexcept {
   out.pause.store(newest_entry(s.newest, &PlatformTable::pause), std::memory_order_release);
   out.json_minifier.store(newest_entry(s.newest, &PlatformTable::json_minifier), std::memory_order_release);
   out.linux_kernel.store(newest_entry(s.newest, &PlatformTable::linux_kernel), std::memory_order_release);
+  out.camera_locks.store(newest_entry(s.newest, &PlatformTable::camera_locks), std::memory_order_release);
 }
 
 }  // namespace
@@ -65,6 +67,7 @@ PlatformTable installed_platform() noexcept {
   table.pause = in.pause.load(std::memory_order_acquire);
   table.json_minifier = in.json_minifier.load(std::memory_order_acquire);
   table.linux_kernel = in.linux_kernel.load(std::memory_order_acquire);
+  table.camera_locks = in.camera_locks.load(std::memory_order_acquire);
   return table;
 }
 

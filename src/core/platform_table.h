@@ -14,6 +14,7 @@
 namespace tovanel::uvc_stereo::vendor {
 struct VendorBackend;
 struct LinuxKernel;
+struct CameraLockPlace;
 }  // namespace tovanel::uvc_stereo::vendor
 
 namespace tovanel::uvc_stereo::win_detail {
@@ -64,6 +65,12 @@ struct PlatformTable {
   // The kernel interfaces the Linux backend talks through (sysfs and device nodes);
   // used only by that backend, under the vendor lock. Default: the running kernel.
   const vendor::LinuxKernel* linux_kernel = nullptr;
+
+  // Where the camera locks that every program on the machine shares are kept (a
+  // directory on POSIX systems, a kernel object namespace on Windows). No lock.
+  // Default: the machine's own place; a simulated rig puts its cameras' locks where only
+  // the programs sharing the rig meet them.
+  const vendor::CameraLockPlace* camera_locks = nullptr;
 };
 
 // The entries in force now, null where the platform's own applies. Reading never blocks

@@ -124,6 +124,7 @@ Result<Device> open_device(const DeviceInfo& device, const OpenDeviceOptions& op
     auto impl = std::make_unique<Device::Impl>();
     impl->info = device;
     impl->flash_config = std::move(derived).value();
+    impl->flash_config.busy_wait_ms = options.busy_wait_ms;
     if (probe.legacy_fallback || !probe.report.has_value()) {
       settle_legacy_capabilities(*impl);
     } else {

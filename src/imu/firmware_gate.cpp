@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "bridge/os/camera_lock.h"
 #include "core/pause.h"
 #include "flash/flash_transport.h"
 #include "imu/firmware_version.h"
@@ -43,7 +44,11 @@ Status ensure_imu_supported_by_firmware(const DeviceInfo& device, const FlashCon
     return Status();
   }
 
-  const Result<std::string> firmware = read_firmware_version_from_device(config);
+  const Result<std::string> firmware = read_firmware_version_for_imu(config);
+  if (!firmware.ok() && vendor::is_camera_busy(firmware.status())) {
+    // Not a verdict on the firmware: the caller learns who holds the camera.
+    return firmware.status();
+  }
   // The camera needs the pause after the version read whatever it answered, before its IMU is addressed.
   pause_for(kSettleAfterVersionRead);
   return judge_imu_firmware(required, disabling, firmware);

@@ -34,10 +34,18 @@ std::uint32_t on_chip_length(const SimulatedFlash& flash, std::uint32_t address,
 
 SimulatedRig::SimulatedRig() : state_(std::make_unique<State>()) {
   // The state is reachable before the backend is, so no call ever finds it missing.
+  // A rig in memory is seen by this program only, so no other program may meet its cameras' locks.
+  state_->lock_place = vendor::make_private_camera_lock_place();
+  state_->private_lock_place = true;
+  install();
+}
+
+void SimulatedRig::install() {
   activate_rig(state_.get());
   detail::PlatformTable entries;
   entries.vendor_backend = &simulated_vendor_backend();
   entries.capture_listing = &simulated_capture_listing_source();
+  entries.camera_locks = &state_->lock_place;
   state_->installed.emplace(entries);
 }
 
@@ -45,6 +53,9 @@ SimulatedRig::~SimulatedRig() {
   // Overrides stack, so an older rig destroyed first leaves the newer one in force.
   state_->installed.reset();
   deactivate_rig(state_.get());
+  if (state_->private_lock_place) {
+    vendor::remove_private_camera_lock_place(state_->lock_place);
+  }
 }
 
 int SimulatedRig::add_camera(const SimulatedCamera& camera) {

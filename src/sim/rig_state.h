@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "bridge/os/camera_lock.h"
 #include "bridge/platform.h"
 #include "sim/faults.h"
 #include "sim/flash.h"
@@ -80,6 +81,10 @@ struct SimulatedRig::State {
   // The rig's place in the platform table while it lives: the vendor backend and the
   // capture listings. Set and cleared only by the rig's constructor and destructor.
   std::optional<vendor::PlatformOverride> installed;
+  // Where the rig's cameras are locked against concurrent use: a place of this rig's own
+  // for a rig in memory, one shared by every program of a rig kept in a directory.
+  vendor::CameraLockPlace lock_place;
+  bool private_lock_place = false;
   // The rig that was alive when this one was made; the registry's link, guarded by it.
   State* older_rig = nullptr;
 };
