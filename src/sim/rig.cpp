@@ -1,11 +1,16 @@
 #include <algorithm>
+#include <exception>
+#include <memory>
 #include <mutex>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "capability/capability_report_encoder.h"
 #include "sim/backend.h"
 #include "sim/capture_listing.h"
 #include "sim/registry.h"
+#include "sim/rig_directory.h"
 #include "sim/rig_state.h"
 #include "uvc_stereo/simulated_rig.h"
 
@@ -49,6 +54,44 @@ void SimulatedRig::install() {
   state_->installed.emplace(entries);
 }
 
+SimulatedRig::SimulatedRig(std::unique_ptr<State> state) : state_(std::move(state)) { install(); }
+
+Result<std::unique_ptr<SimulatedRig>> SimulatedRig::keep_in_directory(const std::string& directory) {
+  try {
+    Result<std::vector<StoredCamera>> stored = load_rig_directory(directory);
+    if (!stored.ok()) {
+      return stored.status();
+    }
+    auto state = std::make_unique<State>();
+    state->directory = directory;
+    state->lock_place = vendor::shared_rig_camera_lock_place(directory);
+    for (std::size_t index = 0; index < stored.value().size(); ++index) {
+      const StoredCamera& camera = stored.value()[index];
+      CameraState& added = state->cameras.emplace_back(camera.camera);
+      added.plugged = camera.plugged;
+      added.flash.keep_in(std::make_unique<FlashImageFile>(flash_image_path(directory, index)));
+    }
+    return std::unique_ptr<SimulatedRig>(new SimulatedRig(std::move(state)));
+  } catch (const std::exception& error) {
+    return Status(ErrorCode::PlatformError, error.what());
+  }
+}
+
+std::string SimulatedRig::directory() const {
+  const Guard guard(state_->mutex);
+  return state_->directory;
+}
+
+void SimulatedRig::State::persist(int index) const {
+  if (directory.empty()) {
+    return;
+  }
+  const CameraState* target = camera(index);
+  if (target != nullptr) {
+    store_camera(directory, static_cast<std::size_t>(index), StoredCamera{target->config, target->plugged});
+  }
+}
+
 SimulatedRig::~SimulatedRig() {
   // Overrides stack, so an older rig destroyed first leaves the newer one in force.
   state_->installed.reset();
@@ -60,8 +103,19 @@ SimulatedRig::~SimulatedRig() {
 
 int SimulatedRig::add_camera(const SimulatedCamera& camera) {
   const Guard guard(state_->mutex);
-  state_->cameras.emplace_back(with_encoded_capability(camera));
-  return static_cast<int>(state_->cameras.size() - 1);
+  SimulatedCamera encoded = with_encoded_capability(camera);
+  const std::size_t index = state_->cameras.size();
+  if (state_->directory.empty()) {
+    state_->cameras.emplace_back(encoded);
+    return static_cast<int>(index);
+  }
+  // The flash first: the camera exists for other programs only once its text file does.
+  const std::string image = flash_image_path(state_->directory, index);
+  FlashImageFile::create(image, encoded.flash_size);
+  store_camera(state_->directory, index, StoredCamera{encoded, true});
+  CameraState& added = state_->cameras.emplace_back(encoded);
+  added.flash.keep_in(std::make_unique<FlashImageFile>(image));
+  return static_cast<int>(index);
 }
 
 std::size_t SimulatedRig::camera_count() const {
@@ -73,6 +127,7 @@ void SimulatedRig::unplug(int camera) {
   const Guard guard(state_->mutex);
   if (CameraState* target = state_->camera(camera)) {
     target->plugged = false;
+    state_->persist(camera);
   }
 }
 
@@ -82,6 +137,7 @@ void SimulatedRig::plug(int camera) {
   if (CameraState* target = state_->camera(camera); target != nullptr && !target->plugged) {
     target->plugged = true;
     target->power_cycle();
+    state_->persist(camera);
   }
 }
 
@@ -145,6 +201,7 @@ void SimulatedRig::set_capability_report(int camera, const std::array<std::uint8
   if (CameraState* target = state_->camera(camera)) {
     target->config.capability.reset();
     target->config.capability_report = report;
+    state_->persist(camera);
   }
 }
 
@@ -153,6 +210,7 @@ void SimulatedRig::set_capability_report(int camera, const CapabilityReport& rep
   if (CameraState* target = state_->camera(camera)) {
     target->config.capability = report;
     target->config.capability_report = detail::encode_xu_capability_report(report);
+    state_->persist(camera);
   }
 }
 
@@ -160,6 +218,7 @@ void SimulatedRig::set_firmware_version(int camera, const std::string& version) 
   const Guard guard(state_->mutex);
   if (CameraState* target = state_->camera(camera)) {
     target->config.firmware_version = version;
+    state_->persist(camera);
   }
 }
 
