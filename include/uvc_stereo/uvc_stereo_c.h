@@ -224,6 +224,10 @@ typedef struct uvc_stereo_open_options_t {
    * UVC_STEREO_TRANSPORT_IMU is accepted and proven only when the IMU is opened.
    * Above 7 is refused. */
   uint32_t required_capabilities;
+  /* How long the device's flash accesses and IMU opening wait, in milliseconds, while
+   * another device or program holds the camera, before they fail with
+   * UVC_STEREO_ERROR_DEVICE_UNAVAILABLE "camera is busy: ..."; 0 is the default, 5000. */
+  uint32_t busy_wait_ms;
 } uvc_stereo_open_options_t;
 
 /* Capability bits with a meaning for this SDK. */
@@ -297,6 +301,7 @@ typedef struct uvc_stereo_flash_config_t {
   uint16_t max_header_size;    /* largest accepted header size */
   bool verify_crc;             /* the payload CRC is checked when parsing */
   bool verify_after_write;     /* the record is read back after writing */
+  uint32_t busy_wait_ms;       /* how long a flash access waits for a camera held elsewhere */
 } uvc_stereo_flash_config_t;
 
 /* Where IMU samples are read: extension unit, control selector, bytes per read. */
@@ -714,6 +719,24 @@ UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_string_list_free(uvc_stereo_str
 /* Sessions opened and not yet closed. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_open_sessions(const uvc_stereo_rig_t* rig,
                                                                                  int32_t* sessions);
+
+/* Creates a rig whose cameras live in `directory` (UTF-8; made, without cameras, when it
+ * does not exist yet) and installs it as uvc_stereo_rig_create does. Each camera's
+ * identity, plugged state and flash contents are files there: what one program writes the
+ * next one reads, and programs given the same directory share its cameras while they run,
+ * with the same camera interlock as real cameras (its locks are in the directory's "locks"
+ * folder). Flash contents are shared as they change, identity and plugged state as each
+ * program finds them when it creates its rig; write protection, faults, hooks and the call
+ * log are each program's own. A program killed at any moment leaves the flash as a power
+ * cut would and every other file whole. PLATFORM_ERROR when the directory or a file in it
+ * cannot be made or read, INVALID_ARGUMENT when a camera file there is malformed. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_create_in_directory(const char* directory,
+                                                                                       uvc_stereo_rig_t** rig);
+
+/* The directory the rig's cameras are kept in, "" for a rig in memory: copied with its NUL
+ * when it fits `buffer_size`; *required_size (may be null) receives the size needed. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_directory(const uvc_stereo_rig_t* rig, char* buffer,
+                                                                             size_t buffer_size, size_t* required_size);
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -3,6 +3,7 @@
 // What the C interface's opaque handles hold. Strings and records handed out through a
 // handle point into these members, so they stay valid until the handle is freed.
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,7 +27,12 @@ struct uvc_stereo_device_t {
 };
 
 struct uvc_stereo_rig_t {
-  tovanel::uvc_stereo::sim::SimulatedRig rig;
+  uvc_stereo_rig_t() : owned(std::make_unique<tovanel::uvc_stereo::sim::SimulatedRig>()), rig(*owned) {}
+  explicit uvc_stereo_rig_t(std::unique_ptr<tovanel::uvc_stereo::sim::SimulatedRig> kept)
+      : owned(std::move(kept)), rig(*owned) {}
+
+  std::unique_ptr<tovanel::uvc_stereo::sim::SimulatedRig> owned;
+  tovanel::uvc_stereo::sim::SimulatedRig& rig;
 };
 
 struct uvc_stereo_rig_call_log_t {

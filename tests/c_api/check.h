@@ -64,6 +64,7 @@ void scan_tests(void);
 void device_tests(void);
 void json_tests(void);
 void imu_tests(void);
+void rig_directory_tests(void);
 void rig_tests(void);
 void argument_tests(void);
 

@@ -12,6 +12,7 @@ int main(void) {
   json_tests();
   imu_tests();
   rig_tests();
+  rig_directory_tests();
   argument_tests();
   if (check_failures() != 0) {
     printf("%d check(s) failed\n", check_failures());
