@@ -12,6 +12,7 @@
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
+#include "core/guard.h"
 #include "uvc_stereo/flash_config.h"
 
 namespace tovanel::uvc_stereo::detail {
@@ -62,13 +63,11 @@ XuCapabilityProbeResult probe_in_session(const DeviceInfo& device) {
 }  // namespace
 
 XuCapabilityProbeResult probe_xu_capability(const DeviceInfo& device) {
-  try {
-    return probe_in_session(device);
-  } catch (const std::exception& error) {
-    return failed_probe(Status(ErrorCode::InternalError, error.what()));
-  } catch (...) {
-    return failed_probe(Status(ErrorCode::InternalError, "unknown exception during Windows capability XU read"));
-  }
+  return catch_failures(
+      [&] { return probe_in_session(device); },
+      [](const std::exception* failure) {
+        return failed_probe(guarded_failure(failure, "unknown exception during Windows capability XU read"));
+      });
 }
 
 }  // namespace tovanel::uvc_stereo::detail

@@ -4,11 +4,11 @@
 #include <utility>
 
 #include "bridge/device_resolution.h"
+#include "bridge/os/debug_output.h"
 #include "bridge/vendor_status.h"
 #include "core/format.h"
 #include "flash/firmware_version_text.h"
 #include "uvc_stereo/flash.h"
-#include "win/debug_output.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {

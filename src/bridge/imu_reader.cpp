@@ -13,13 +13,14 @@
 #include "bridge/device_selector.h"
 #include "bridge/extension_unit.h"
 #include "bridge/os/camera_lock.h"
+#include "bridge/os/host_clock.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
+#include "core/guard.h"
 #include "imu/imu_payload.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "win/host_clock.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
@@ -144,18 +145,14 @@ Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransport
     return Status(ErrorCode::InvalidArgument, "invalid IMU transport configuration");
   }
 
-  try {
+  return guard_operation("unknown exception during Windows IMU open", [&]() -> Result<ImuReader> {
     std::unique_ptr<ImuReader::Impl> opened;
     Status status = open_reader_in_session(device, transport, busy_wait, opened);
     if (!status.ok()) {
       return status;
     }
     return ImuReader(std::move(opened));
-  } catch (const std::exception& error) {
-    return Status(ErrorCode::InternalError, error.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during Windows IMU open");
-  }
+  });
 }
 
 }  // namespace tovanel::uvc_stereo::detail

@@ -6,8 +6,9 @@
 #include <optional>
 #include <string>
 
+#include "bridge/os/windows_api_win.h"
 #include "bridge/vendor_backend.h"
-#include "win/windows_api_win.h"
+#include "core/guard.h"
 
 namespace tovanel::uvc_stereo::vendor {
 namespace {
@@ -96,21 +97,21 @@ std::optional<VendorBackend> try_library(HMODULE library) {
 }
 
 std::optional<VendorBackend> load_vendor_library() noexcept {
-  try {
-    // Looking beside the SDK first keeps the library that was shipped with it ahead of any
-    // other copy on the search path; its own dependencies are then found beside it too.
-    const std::wstring beside = library_beside_this_module();
-    if (!beside.empty()) {
-      if (std::optional<VendorBackend> table =
-              try_library(LoadLibraryExW(beside.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH))) {
-        return table;
-      }
-    }
-    return try_library(LoadLibraryW(kLibraryName));
-  } catch (...) {
-    // Only the path strings can fail (out of memory); the library then counts as absent.
-    return std::nullopt;
-  }
+  // Only the path strings can fail (out of memory); the library then counts as absent.
+  return detail::catch_failures(
+      []() -> std::optional<VendorBackend> {
+        // Looking beside the SDK first keeps the library that was shipped with it ahead of any
+        // other copy on the search path; its own dependencies are then found beside it too.
+        const std::wstring beside = library_beside_this_module();
+        if (!beside.empty()) {
+          if (std::optional<VendorBackend> table =
+                  try_library(LoadLibraryExW(beside.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH))) {
+            return table;
+          }
+        }
+        return try_library(LoadLibraryW(kLibraryName));
+      },
+      [](const std::exception*) -> std::optional<VendorBackend> { return std::nullopt; });
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/platform_table.h"
 #include "core/format.h"
-#include "core/platform_table.h"
 #include "win/device_path.h"
 
 namespace tovanel::uvc_stereo::vendor {
