@@ -94,6 +94,7 @@ list(APPEND UVC_STEREO_SOURCES
 list(APPEND UVC_STEREO_SOURCES
   bridge/os/camera_lock.cpp
   bridge/os/camera_lock_posix.cpp
+  bridge/os/camera_lock_win.cpp
   bridge/os/capture_listing.cpp
   bridge/os/capture_listing_posix.cpp
   bridge/os/capture_listing_win.cpp

@@ -68,6 +68,7 @@ std::string camera_lock_name(const CameraLockPlace& place, std::string_view key)
 CameraLock::CameraLock(CameraLock&& other) noexcept {
 #ifdef _WIN32
   gate_ = std::exchange(other.gate_, nullptr);
+  gate_name_ = std::move(other.gate_name_);
   reader_ = std::exchange(other.reader_, nullptr);
 #else
   fd_ = std::exchange(other.fd_, -1);
@@ -79,6 +80,7 @@ CameraLock& CameraLock::operator=(CameraLock&& other) noexcept {
     release();
 #ifdef _WIN32
     gate_ = std::exchange(other.gate_, nullptr);
+    gate_name_ = std::move(other.gate_name_);
     reader_ = std::exchange(other.reader_, nullptr);
 #else
     fd_ = std::exchange(other.fd_, -1);

@@ -78,6 +78,7 @@ class CameraLock {
  private:
 #ifdef _WIN32
   void* gate_ = nullptr;    ///< the camera's named mutex, owned while a flash access holds it
+  std::string gate_name_;   ///< its name, while owned
   void* reader_ = nullptr;  ///< the named reader slot an IMU hold keeps open
 #else
   int fd_ = -1;  ///< the lock file, flock()ed shared or exclusive
