@@ -35,6 +35,16 @@ std::uint32_t on_chip_length(const SimulatedFlash& flash, std::uint32_t address,
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(length, flash.size() - address));
 }
 
+// Writes camera `index`'s identity and plugged state to the rig's directory, if it has one.
+void persist(const SimulatedRig::State& state, int index) {
+  if (state.directory.empty()) {
+    return;
+  }
+  if (const CameraState* target = state.camera(index)) {
+    store_camera(state.directory, static_cast<std::size_t>(index), StoredCamera{target->config, target->plugged});
+  }
+}
+
 }  // namespace
 
 SimulatedRig::SimulatedRig() : state_(std::make_unique<State>()) {
@@ -82,16 +92,6 @@ std::string SimulatedRig::directory() const {
   return state_->directory;
 }
 
-void SimulatedRig::State::persist(int index) const {
-  if (directory.empty()) {
-    return;
-  }
-  const CameraState* target = camera(index);
-  if (target != nullptr) {
-    store_camera(directory, static_cast<std::size_t>(index), StoredCamera{target->config, target->plugged});
-  }
-}
-
 SimulatedRig::~SimulatedRig() {
   // Overrides stack, so an older rig destroyed first leaves the newer one in force.
   state_->installed.reset();
@@ -127,7 +127,7 @@ void SimulatedRig::unplug(int camera) {
   const Guard guard(state_->mutex);
   if (CameraState* target = state_->camera(camera)) {
     target->plugged = false;
-    state_->persist(camera);
+    persist(*state_, camera);
   }
 }
 
@@ -137,7 +137,7 @@ void SimulatedRig::plug(int camera) {
   if (CameraState* target = state_->camera(camera); target != nullptr && !target->plugged) {
     target->plugged = true;
     target->power_cycle();
-    state_->persist(camera);
+    persist(*state_, camera);
   }
 }
 
@@ -201,7 +201,7 @@ void SimulatedRig::set_capability_report(int camera, const std::array<std::uint8
   if (CameraState* target = state_->camera(camera)) {
     target->config.capability.reset();
     target->config.capability_report = report;
-    state_->persist(camera);
+    persist(*state_, camera);
   }
 }
 
@@ -210,7 +210,7 @@ void SimulatedRig::set_capability_report(int camera, const CapabilityReport& rep
   if (CameraState* target = state_->camera(camera)) {
     target->config.capability = report;
     target->config.capability_report = detail::encode_xu_capability_report(report);
-    state_->persist(camera);
+    persist(*state_, camera);
   }
 }
 
@@ -218,7 +218,7 @@ void SimulatedRig::set_firmware_version(int camera, const std::string& version) 
   const Guard guard(state_->mutex);
   if (CameraState* target = state_->camera(camera)) {
     target->config.firmware_version = version;
-    state_->persist(camera);
+    persist(*state_, camera);
   }
 }
 

@@ -88,8 +88,6 @@ struct SimulatedRig::State {
   // Where the cameras are kept; empty for a rig in memory.
   std::string directory;
 
-  // Writes camera `index`'s identity and plugged state to the directory, if there is one.
-  void persist(int index) const;
   // The rig that was alive when this one was made; the registry's link, guarded by it.
   State* older_rig = nullptr;
 };
