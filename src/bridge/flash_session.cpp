@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "bridge/camera_hold.h"
 #include "bridge/device_resolution.h"
 #include "bridge/os/debug_output.h"
 #include "bridge/vendor_status.h"
@@ -61,26 +62,13 @@ Status FlashSession::open() {
   if (!key.ok()) {
     return key.status();
   }
-  const vendor::CameraLockPlace& place = vendor::active_camera_lock_place();
-  Result<vendor::CameraLock> held = vendor::CameraLock::take(place, key.value(), use_, std::chrono::milliseconds(0));
-  if (!held.ok() && vendor::is_camera_busy(held.status()) && config_.busy_wait_ms != 0) {
-    // Waiting under the vendor lock would stall every camera user of this process, the
-    // holder too, so the library session ends for the wait and the camera is found
-    // afresh once it is free.
-    session_.reset();
-    device_ready_ = false;
-    held = vendor::CameraLock::take(place, key.value(), use_, std::chrono::milliseconds(config_.busy_wait_ms));
-    if (!held.ok()) {
-      return held.status();
-    }
-    Result<std::string> again = start_and_resolve();
-    if (!again.ok()) {
-      return again.status();
-    }
-    if (again.value() != key.value()) {
-      return Status(ErrorCode::DeviceUnavailable, "the selected camera changed while waiting for it");
-    }
-  }
+  Result<vendor::CameraLock> held = vendor::hold_found_camera(
+      key.value(), use_, std::chrono::milliseconds(config_.busy_wait_ms),
+      [this] {
+        session_.reset();
+        device_ready_ = false;
+      },
+      [this] { return start_and_resolve(); });
   if (!held.ok()) {
     return held.status();
   }

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/camera_hold.h"
 #include "bridge/device_resolution.h"
 #include "bridge/device_selector.h"
 #include "bridge/extension_unit.h"
@@ -88,25 +89,12 @@ Status open_reader_in_session(const DeviceInfo& device, const ImuTransportConfig
   if (!key.ok()) {
     return key.status();
   }
-  const vendor::CameraLockPlace& place = vendor::active_camera_lock_place();
-  Result<vendor::CameraLock> held =
-      vendor::CameraLock::take(place, key.value(), vendor::CameraUse::Imu, std::chrono::milliseconds(0));
-  if (!held.ok() && vendor::is_camera_busy(held.status()) && busy_wait.count() != 0) {
-    // The wait happens outside the vendor lock, so that a flash access of this process can finish meanwhile.
-    session.reset();
-    held = vendor::CameraLock::take(place, key.value(), vendor::CameraUse::Imu, busy_wait);
-    if (!held.ok()) {
-      return held.status();
-    }
-    session.emplace();
-    Result<std::string> again = start_and_resolve(*session, config, handle);
-    if (!again.ok()) {
-      return again.status();
-    }
-    if (again.value() != key.value()) {
-      return Status(ErrorCode::DeviceUnavailable, "the selected camera changed while waiting for it");
-    }
-  }
+  Result<vendor::CameraLock> held = vendor::hold_found_camera(
+      key.value(), vendor::CameraUse::Imu, busy_wait, [&session] { session.reset(); },
+      [&]() -> Result<std::string> {
+        session.emplace();
+        return start_and_resolve(*session, config, handle);
+      });
   if (!held.ok()) {
     return held.status();
   }

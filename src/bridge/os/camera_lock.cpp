@@ -65,15 +65,7 @@ std::string camera_lock_name(const CameraLockPlace& place, std::string_view key)
 #endif
 }
 
-CameraLock::CameraLock(CameraLock&& other) noexcept {
-#ifdef _WIN32
-  gate_ = std::exchange(other.gate_, nullptr);
-  gate_name_ = std::move(other.gate_name_);
-  reader_ = std::exchange(other.reader_, nullptr);
-#else
-  fd_ = std::exchange(other.fd_, -1);
-#endif
-}
+CameraLock::CameraLock(CameraLock&& other) noexcept { *this = std::move(other); }
 
 CameraLock& CameraLock::operator=(CameraLock&& other) noexcept {
   if (this != &other) {
