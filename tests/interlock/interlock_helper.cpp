@@ -161,11 +161,12 @@ int imu_hold(Camera& camera, int hold_ms, const std::string& marker) {
   return finish(camera, camera.device->close_imu().ok() ? 0 : 1);
 }
 
-// Writes the new record, and at vendor call number `stop_at` of the write announces
-// itself through `marker` and waits there to be killed.
-int write_until_killed(Camera& camera, int stop_at, const std::string& marker) {
+// Writes the new record, and at vendor call number `stop_at` of the write (counting only
+// calls named `call`, "*" for all) announces itself through `marker` and waits there to be
+// killed.
+int write_until_killed(Camera& camera, int stop_at, const std::string& marker, const std::string& call_name) {
   int seen = 0;
-  camera.rig->on_call("*", [&seen, stop_at, marker](const sdk::sim::VendorCall& call) {
+  camera.rig->on_call(call_name, [&seen, stop_at, marker](const sdk::sim::VendorCall& call) {
     if (++seen != stop_at) {
       return;
     }
@@ -213,7 +214,7 @@ int main(int argc, char** argv) {
     return imu_hold(camera, argument, argv[6]);
   }
   if (part == "write-until-killed" && argc >= 7) {
-    return write_until_killed(camera, argument, argv[6]);
+    return write_until_killed(camera, argument, argv[6], argc >= 8 ? argv[7] : "*");
   }
   if (part == "read-once") {
     return read_once(camera);

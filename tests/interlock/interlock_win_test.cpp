@@ -179,10 +179,14 @@ TEST_F(InterlockAcrossPrograms, AProgramKilledWithItsImuOpenFreesTheCameraAtOnce
 
 TEST_F(InterlockAcrossPrograms, AWriterKilledMidWriteAbandonsTheCameraToTheNextProgram) {
   const std::string marker = directory_ / "writing";
-  // Stopped at its sixth vendor call, inside its flash session: it owns the camera's mutex.
-  std::unique_ptr<Helper> writer = start("killed", {"write-until-killed", "0", "6", marker});
+  // Stopped as it erases, inside its flash session: it owns the camera's mutex.
+  std::unique_ptr<Helper> writer = start("killed", {"write-until-killed", "0", "1", marker, "SonixCam_SectorEraseSF"});
   wait_for(marker);
   ASSERT_TRUE(std::filesystem::exists(marker));
+  std::ifstream stopped_at(marker);
+  std::string call;
+  std::getline(stopped_at, call);
+  EXPECT_EQ(call, "SonixCam_SectorEraseSF");
   writer->kill();
   const std::string after = read_once();
   EXPECT_TRUE(after == "ok " + record_json(1, 0) || after == "ok " + record_json(2, 1) ||
