@@ -1,24 +1,22 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "bridge/os/camera_lock.h"
+#include "bridge/camera_session.h"
 #include "bridge/sonix_camera.h"
-#include "bridge/vendor_session.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/result.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 
 // One vendor session on the camera that a FlashConfig selects, owned by a single flash
-// operation on its stack. open() takes the vendor lock and starts the library, both
-// through one vendor::VendorSession, which destroying it closes on every path, and holds
-// the camera itself (vendor::CameraLock) for `use` until the session is destroyed, after
-// the library session has ended. Every address and length is checked against the user
-// space before it reaches the flash.
+// operation on its stack. Constructing it takes the vendor lock and open() starts the
+// library, resolves the camera and holds it for `use` against every other Device and
+// program, all through one vendor::CameraSession, which destroying it closes on every
+// path. Every address and length is checked against the user space before it reaches the
+// flash.
 class FlashSession {
  public:
   explicit FlashSession(const FlashConfig& config, vendor::CameraUse use = vendor::CameraUse::Flash);
@@ -27,9 +25,8 @@ class FlashSession {
   FlashSession(FlashSession&&) = delete;
   FlashSession& operator=(FlashSession&&) = delete;
 
-  // Starts the library, resolves the camera, holds it and learns its flash type. A camera
-  // another holder keeps is waited for up to `busy_wait_ms` outside the vendor lock (so
-  // that the holder, in this process too, can let go meanwhile), then found afresh.
+  // Starts the library, resolves the camera, holds it (waiting up to the configuration's
+  // busy_wait_ms for another holder) and learns its flash type.
   [[nodiscard]] Status open();
 
   // One flash read of exactly `length` bytes into `destination` (resized, zero-filled).
@@ -50,15 +47,9 @@ class FlashSession {
   [[nodiscard]] const FlashConfig& config() const noexcept { return config_; }
 
  private:
-  // Starts the library and resolves the camera; the camera's lock key on success.
-  [[nodiscard]] Result<std::string> start_and_resolve();
-
   FlashConfig config_;
   vendor::CameraUse use_;
-  vendor::CameraLock camera_;  ///< released after the session below has ended
-  std::optional<vendor::VendorSession> session_;
-  bool device_ready_ = false;
-  SonixLib::scDevice_t device_{};
+  vendor::CameraSession camera_;
   SonixLib::SERIAL_FLASH_TYPE flash_type_ = SonixLib::SF_UNKNOW;
 };
 

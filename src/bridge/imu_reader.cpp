@@ -1,19 +1,15 @@
 #include "bridge/imu_reader.h"
 
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <exception>
 #include <memory>
-#include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
-#include "bridge/camera_hold.h"
-#include "bridge/device_resolution.h"
+#include "bridge/camera_session.h"
 #include "bridge/device_selector.h"
-#include "bridge/extension_unit.h"
-#include "bridge/os/camera_lock.h"
 #include "bridge/os/host_clock.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
@@ -64,46 +60,20 @@ class VendorImuReader final : public ImuReader::Impl {
   vendor::LibrarySession session_;
 };
 
-// Starts `session` and resolves the camera `config` selects into `handle`; the camera's lock key on success.
-Result<std::string> start_and_resolve(vendor::VendorSession& session, const FlashConfig& config,
-                                      SonixLib::scDevice_t& handle) {
-  if (!session.start()) {
-    return session.start_failure(ErrorCode::DeviceUnavailable);
-  }
-  Result<win_detail::EnumeratedDevice> resolved = win_detail::resolve_device_with_active_runtime(config, false);
-  if (!resolved.ok()) {
-    return resolved.status();
-  }
-  handle = resolved.value().device;
-  const DeviceInfo& info = resolved.value().info;
-  return vendor::camera_lock_key(info.device_path, info.vendor_id, info.product_id, info.serial_number);
-}
-
 // Opens `reader` on the camera `device` names, in a session the reader keeps; a failure closes the session.
 Status open_reader_in_session(const DeviceInfo& device, const ImuTransportConfig& transport,
                               std::chrono::milliseconds busy_wait, std::unique_ptr<ImuReader::Impl>& opened) {
-  const FlashConfig config = make_device_selector_config(device);
-  SonixLib::scDevice_t handle{};
-  std::optional<vendor::VendorSession> session(std::in_place);
-  Result<std::string> key = start_and_resolve(*session, config, handle);
-  if (!key.ok()) {
-    return key.status();
+  vendor::CameraSession camera;
+  Status ready = camera.open_and_hold(make_device_selector_config(device), vendor::CameraUse::Imu, busy_wait);
+  if (ready.ok()) {
+    ready = camera.select_extension_unit(transport.xu_unit);
   }
-  Result<vendor::CameraLock> held = vendor::hold_found_camera(
-      key.value(), vendor::CameraUse::Imu, busy_wait, [&session] { session.reset(); },
-      [&]() -> Result<std::string> {
-        session.emplace();
-        return start_and_resolve(*session, config, handle);
-      });
-  if (!held.ok()) {
-    return held.status();
+  if (!ready.ok()) {
+    return ready;
   }
-  if (!SonixCam_SetNodeID(&handle, transport.xu_unit, vendor::kExtensionUnitGuid.data())) {
-    return win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_SetNodeID", &handle);
-  }
-  auto reader = std::make_unique<VendorImuReader>(handle, transport);
+  auto reader = std::make_unique<VendorImuReader>(camera.device(), transport);
   // From here the reader owns the library session and ends it when destroyed.
-  reader->keep(session->keep_library_session(), std::move(held).value());
+  reader->keep(camera.keep_library_session(), camera.keep_camera_hold());
   opened = std::move(reader);
   return Status();
 }
