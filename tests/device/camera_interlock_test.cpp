@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
+#ifndef _WIN32
 #include <unistd.h>
+#endif
 
 #include <chrono>
 #include <cstdint>
@@ -23,10 +25,16 @@ using device_testing::supported_camera;
 
 constexpr char kImuOpen[] = "IMU must be closed before flash JSON access";
 
+// The holder, as the busy message names it: this process where the platform tells which process holds the camera.
+#ifdef _WIN32
+std::string imu_busy_here() { return "camera is busy: its IMU is open in another program"; }
+std::string flash_busy_here() { return "camera is busy: its flash is being accessed by another program"; }
+#else
 std::string imu_busy_here() { return "camera is busy: its IMU is open in process " + std::to_string(::getpid()); }
 std::string flash_busy_here() {
   return "camera is busy: its flash is being accessed by process " + std::to_string(::getpid());
 }
+#endif
 
 OpenDeviceOptions waiting(std::uint32_t busy_wait_ms) {
   OpenDeviceOptions options;

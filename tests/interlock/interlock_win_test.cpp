@@ -150,7 +150,8 @@ TEST_F(InterlockAcrossPrograms, AWriterAReaderAndAnImuStreamerKeepEveryRecordWho
 
 TEST_F(InterlockAcrossPrograms, AWriteWhileAnotherProgramStreamsTheImuWaitsThenFailsAndTouchesNothing) {
   const std::string marker = directory_ / "imu-open";
-  std::unique_ptr<Helper> streamer = start("streamer", {"imu-hold", "0", "3000", marker});
+  // Held long enough for the writer to start and give up, however slowly programs start here.
+  std::unique_ptr<Helper> streamer = start("streamer", {"imu-hold", "0", "10000", marker});
   wait_for(marker);
   ASSERT_TRUE(std::filesystem::exists(marker)) << streamer->output();
 
