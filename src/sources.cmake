@@ -95,8 +95,12 @@ list(APPEND UVC_STEREO_SOURCES
   bridge/backends/real_library_win.cpp
   bridge/backends/unavailable.cpp)
 
-# The operating system's own calls: capture listings, COM, debug output, host clock, pauses.
+# The operating system's own calls: capture listings, COM, debug output, host clock, pauses, camera locks, files
+# replaced whole.
 list(APPEND UVC_STEREO_SOURCES
+  bridge/os/camera_lock.cpp
+  bridge/os/camera_lock_posix.cpp
+  bridge/os/camera_lock_win.cpp
   bridge/os/capture_listing.cpp
   bridge/os/capture_listing_posix.cpp
   bridge/os/capture_listing_win.cpp
@@ -106,6 +110,8 @@ list(APPEND UVC_STEREO_SOURCES
   bridge/os/debug_output_posix.cpp
   bridge/os/debug_output_win.cpp
   bridge/os/diagnostic_callback.cpp
+  bridge/os/file_replace_posix.cpp
+  bridge/os/file_replace_win.cpp
   bridge/os/host_clock.cpp
   bridge/os/host_clock_posix.cpp
   bridge/os/host_clock_win.cpp
@@ -119,18 +125,21 @@ list(APPEND UVC_STEREO_SOURCES
 list(APPEND UVC_STEREO_SOURCES
   sim/backend.cpp
   sim/call_scope.cpp
+  sim/camera_file.cpp
   sim/capture_listing.cpp
   sim/device_ops.cpp
   sim/device_record.cpp
   sim/extension_unit.cpp
   sim/faults.cpp
   sim/flash.cpp
+  sim/flash_image_file.cpp
   sim/flash_ops.cpp
   sim/imu.cpp
   sim/imu_timing.cpp
   sim/registry.cpp
   sim/rig.cpp
   sim/rig_clock.cpp
+  sim/rig_directory.cpp
   sim/session_ops.cpp)
 
 # The device API.
@@ -164,6 +173,7 @@ list(APPEND UVC_STEREO_SOURCES
   c_api/rig.cpp
   c_api/rig_call.cpp
   c_api/rig_camera.cpp
+  c_api/rig_directory.cpp
   c_api/rig_hooks.cpp
   c_api/rig_log.cpp)
 

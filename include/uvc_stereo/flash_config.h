@@ -26,6 +26,10 @@ struct UVC_STEREO_API FlashConfig {
   std::uint16_t max_header_size = 256;         ///< largest accepted header size
   bool verify_crc = true;                      ///< check the payload CRC when parsing
   bool verify_after_write = true;              ///< read the record back after writing
+  /// How long a flash access waits, in milliseconds, while another Device or program
+  /// holds the camera (its IMU open, or its own flash access) before it fails with
+  /// DeviceUnavailable "camera is busy: ..."; 0 tries once.
+  std::uint32_t busy_wait_ms = 5000;
 
   FlashConfig();
   ~FlashConfig();

@@ -56,6 +56,10 @@ struct OpenDeviceOptions {
   /// What open_device must prove: kTransportFlash and/or kTransportFlashJson;
   /// kTransportImu is accepted and proven only when the IMU is opened. Above 7 is refused.
   std::uint32_t required_capabilities = 0;
+  /// How long the Device's flash accesses and IMU opening wait, in milliseconds, while
+  /// another Device or program holds the camera, before they fail with DeviceUnavailable
+  /// "camera is busy: ..."; 0 tries once. Becomes the Device's FlashConfig::busy_wait_ms.
+  std::uint32_t busy_wait_ms = 5000;
 };
 
 /// Where a Device's capabilities come from.

@@ -13,6 +13,7 @@
 #include "uvc_stereo/backend.h"
 #include "uvc_stereo/capability.h"
 #include "uvc_stereo/export.h"
+#include "uvc_stereo/result.h"
 
 namespace tovanel::uvc_stereo::sim {
 
@@ -142,10 +143,26 @@ class UVC_STEREO_API SimulatedRig {
  public:
   SimulatedRig();
   ~SimulatedRig();
+
+  /// A rig whose cameras live in `directory` (made, without cameras, when it does not
+  /// exist yet): each camera's identity, plugged state and flash contents are files
+  /// there, so what one program writes the next one reads, and programs given the same
+  /// directory share the cameras while they run, with the same interlock as real
+  /// cameras (its locks are in the directory's "locks" folder). Flash contents are
+  /// shared as they change; identity and plugged state as each program finds them when
+  /// it opens the directory. Write protection, faults, hooks, worn cells and the call log
+  /// are each program's own; a program killed at any moment leaves the flash as a power
+  /// cut would and every other file whole. PlatformError when the directory or a file in
+  /// it cannot be made or read, InvalidArgument when a camera file is malformed.
+  [[nodiscard]] static Result<std::unique_ptr<SimulatedRig>> keep_in_directory(const std::string& directory);
+  /// The directory the cameras are kept in; empty for a rig in memory.
+  [[nodiscard]] std::string directory() const;
   SimulatedRig(const SimulatedRig&) = delete;
   SimulatedRig& operator=(const SimulatedRig&) = delete;
 
   /// Plugs a camera in; returns its rig index (0, 1, ...). Its flash starts erased (0xFF).
+  /// In a rig kept in a directory the camera's files are made there (set a directory's
+  /// cameras up from one program at a time).
   int add_camera(const SimulatedCamera& camera);
   /// How many cameras were added, plugged or not.
   [[nodiscard]] std::size_t camera_count() const;
@@ -254,6 +271,10 @@ class UVC_STEREO_API SimulatedRig {
   struct State;
 
  private:
+  explicit SimulatedRig(std::unique_ptr<State> state);
+  /// Makes this rig the active one, with its cameras' lock place.
+  void install();
+
   std::unique_ptr<State> state_;
 };
 

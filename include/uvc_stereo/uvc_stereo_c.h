@@ -101,7 +101,7 @@ extern "C" {
 #endif
 
 /* ------------------------------------------------------------------------------------ */
-/** Errors                                                                               */
+/* Errors                                                                               */
 /* ------------------------------------------------------------------------------------ */
 
 /** An outcome: UVC_STEREO_OK or one of the codes below (the C++ ErrorCode numbers). */
@@ -141,7 +141,7 @@ UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_last_error_message(void)
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_clear_last_error(void);
 
 /* ------------------------------------------------------------------------------------ */
-/** Library                                                                              */
+/* Library                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
 /** The library's version, "MAJOR.MINOR.PATCH". Static; never null. */
@@ -180,7 +180,7 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_supported_camera_models(uvc_stereo_camera_model_t* models, size_t capacity, size_t* count);
 
 /* ------------------------------------------------------------------------------------ */
-/** Capture backends                                                                     */
+/* Capture backends                                                                     */
 /* ------------------------------------------------------------------------------------ */
 
 /** Capture backends, numbered as OpenCV's capture-API constants of the same names, so a
@@ -197,7 +197,7 @@ enum {
 UVC_STEREO_C_API const char* UVC_STEREO_CALL uvc_stereo_opencv_backend_name(int32_t backend);
 
 /* ------------------------------------------------------------------------------------ */
-/** Records                                                                              */
+/* Records                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
 /** One capture index: the backend that sees the camera and the index it gives it. */
@@ -250,6 +250,10 @@ typedef struct uvc_stereo_open_options_t {
    * UVC_STEREO_TRANSPORT_IMU is accepted and proven only when the IMU is opened.
    * Above 7 is refused. */
   uint32_t required_capabilities;
+  /** How long the device's flash accesses and IMU opening wait, in milliseconds, while
+   * another device or program holds the camera, before they fail with
+   * UVC_STEREO_ERROR_DEVICE_UNAVAILABLE "camera is busy: ..."; 0 is the default, 5000. */
+  uint32_t busy_wait_ms;
 } uvc_stereo_open_options_t;
 
 /* Capability bits with a meaning for this SDK. */
@@ -323,6 +327,7 @@ typedef struct uvc_stereo_flash_config_t {
   uint16_t max_header_size;    /**< largest accepted header size */
   bool verify_crc;             /**< the payload CRC is checked when parsing */
   bool verify_after_write;     /**< the record is read back after writing */
+  uint32_t busy_wait_ms;       /**< how long a flash access waits for a camera held elsewhere */
 } uvc_stereo_flash_config_t;
 
 /** Where IMU samples are read: extension unit, control selector, bytes per read. */
@@ -373,7 +378,7 @@ uvc_stereo_convert_imu(const uvc_stereo_imu_sample_t* raw, const uvc_stereo_imu_
                        uvc_stereo_imu_converted_t* converted);
 
 /* ------------------------------------------------------------------------------------ */
-/** Scanning                                                                             */
+/* Scanning                                                                             */
 /* ------------------------------------------------------------------------------------ */
 
 /** The cameras one scan found, in enumeration order. */
@@ -397,7 +402,7 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_get(c
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_list_free(uvc_stereo_device_list_t* list);
 
 /* ------------------------------------------------------------------------------------ */
-/** Devices                                                                              */
+/* Devices                                                                              */
 /* ------------------------------------------------------------------------------------ */
 
 /** An opened camera. */
@@ -502,7 +507,7 @@ uvc_stereo_device_convert_imu_samples(const uvc_stereo_device_t* device, const u
                                       size_t count, uvc_stereo_imu_converted_t* converted, size_t* samples_converted);
 
 /* ------------------------------------------------------------------------------------ */
-/** The simulated camera rig                                                             */
+/* The simulated camera rig                                                             */
 /* ------------------------------------------------------------------------------------ */
 
 /** A simulated camera rig: stands in for the camera vendor library and the capture
@@ -765,142 +770,23 @@ UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_string_list_free(uvc_stereo_str
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_open_sessions(const uvc_stereo_rig_t* rig,
                                                                                  int32_t* sessions);
 
-/* ------------------------------------------------------------------------------------ */
-/** IMU streams                                                                          */
-/* ------------------------------------------------------------------------------------ */
+/** Creates a rig whose cameras live in `directory` (UTF-8; made, without cameras, when it
+ * does not exist yet) and installs it as uvc_stereo_rig_create does. Each camera's
+ * identity, plugged state and flash contents are files there: what one program writes the
+ * next one reads, and programs given the same directory share its cameras while they run,
+ * with the same camera interlock as real cameras (its locks are in the directory's "locks"
+ * folder). Flash contents are shared as they change, identity and plugged state as each
+ * program finds them when it creates its rig; write protection, faults, hooks and the call
+ * log are each program's own. A program killed at any moment leaves the flash as a power
+ * cut would and every other file whole. PLATFORM_ERROR when the directory or a file in it
+ * cannot be made or read, INVALID_ARGUMENT when a camera file there is malformed. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_create_in_directory(const char* directory,
+                                                                                       uvc_stereo_rig_t** rig);
 
-/** A stream of IMU samples over an open device, pulled by the caller (the library starts
- * no thread): every sample the camera took is delivered at most once, in the order taken,
- * the ones no read saw are counted, and each carries the time it was taken on the host's
- * monotonic clock (CLOCK_MONOTONIC on Linux, the performance counter on Windows: the
- * clocks V4L2 and Media Foundation stamp video frames with). Nothing is allocated per
- * sample. The device must outlive the stream and keep its IMU open. Use one stream from
- * one thread at a time. */
-typedef struct uvc_stereo_imu_stream_t uvc_stereo_imu_stream_t;
-
-/** How a stream reads. */
-typedef struct uvc_stereo_imu_stream_options_t {
-  uint32_t struct_size;        /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
-  double nominal_rate_hz;      /**< the IMU's rate by its own clock, for the clock error; 0: the usual rate nearest */
-  double reads_per_sample;     /**< reads per sample period the stream paces itself to, at least 1 (default 3) */
-  double max_reads_per_second; /**< the caller's limit on reads per second; 0 for none */
-} uvc_stereo_imu_stream_options_t;
-
-/** Fills `options` with the defaults (0, 3, 0). Set struct_size first. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_imu_stream_options_defaults(uvc_stereo_imu_stream_options_t* options);
-
-/** One sample as a stream delivers it. */
-typedef struct uvc_stereo_imu_stream_sample_t {
-  uint32_t struct_size;              /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
-  uint32_t counter;                  /**< the raw 20-bit counter */
-  uint64_t sample_index;             /**< continuous across wraps; grows by 1 + missed_before, restarts included */
-  uint32_t segment;                  /**< restarts of the camera seen before this sample */
-  bool restarted;                    /**< the first sample after a restart */
-  uint64_t missed_before;            /**< samples taken just before this one that no read saw */
-  uint64_t host_time_ns;             /**< when it was taken, host monotonic clock; strictly increasing */
-  uint64_t host_time_uncertainty_ns; /**< the reads bound that time to host_time_ns plus or minus this (all ones: not
-                                        yet, for the first sample) */
-  uint64_t read_time_ns;             /**< the middle of the read that delivered it */
-  uvc_stereo_imu_sample_t raw;       /**< as uvc_stereo_device_read_imu gives it (stamped read_time_ns) */
-  uvc_stereo_imu_converted_t converted; /**< in physical units, stamped host_time_ns */
-} uvc_stereo_imu_stream_sample_t;
-
-/** What a stream has done so far. */
-typedef struct uvc_stereo_imu_stream_statistics_t {
-  uint32_t struct_size;            /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
-  uint64_t samples_delivered;      /**< samples handed to the caller */
-  uint64_t duplicate_reads;        /**< reads that answered the sample already delivered */
-  uint64_t samples_missed;         /**< sum of missed_before */
-  uint64_t restarts;               /**< times the camera restarted (its counter went back) */
-  uint64_t reads;                  /**< failed ones included */
-  uint64_t failed_reads;           /**< reads that failed */
-  double rate_hz;                  /**< by the host's clock; 0 until two samples were seen */
-  double nominal_rate_hz;          /**< what the clock error is measured against */
-  double clock_error_ppm;          /**< how much faster (positive) the camera's clock runs than the host's */
-  uint64_t read_latency_min_ns;    /**< the fastest read, in nanoseconds */
-  uint64_t read_latency_median_ns; /**< within about 3% */
-  uint64_t read_latency_p99_ns;    /**< within about 3% */
-  uint64_t read_latency_max_ns;    /**< the slowest read, in nanoseconds */
-} uvc_stereo_imu_stream_statistics_t;
-
-/** Opens a stream over `device`'s IMU, opening the IMU when it is not open. `options` may
- * be null for the defaults. The new stream is freed with uvc_stereo_imu_stream_free. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_open(
-    uvc_stereo_device_t* device, const uvc_stereo_imu_stream_options_t* options, uvc_stereo_imu_stream_t** stream);
-
-/** Reads up to `count` new samples into the caller's array, waiting at most `timeout_ns`
- * nanoseconds: returns once `count` were read, when the next paced read would begin after
- * the deadline (UVC_STEREO_OK with fewer samples), or when a read fails. samples[0]'s
- * struct_size must be set and is taken as the size of every element (the array's stride),
- * so a program built against a newer header still works. *samples_read is set in every
- * case: the samples before a failure are valid. After a failure the stream stays open and
- * the next read continues the same timeline. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_read(uvc_stereo_imu_stream_t* stream,
-                                                                               uvc_stereo_imu_stream_sample_t* samples,
-                                                                               size_t count, uint64_t timeout_ns,
-                                                                               size_t* samples_read);
-
-/** The stream's counts, rate, clock error and read latencies. Set struct_size first. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_imu_stream_statistics(const uvc_stereo_imu_stream_t* stream, uvc_stereo_imu_stream_statistics_t* statistics);
-
-/** Null is harmless. Leaves the device's IMU open. */
-UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_imu_stream_free(uvc_stereo_imu_stream_t* stream);
-
-/** How a simulated IMU lives in time: it samples at its own rate on its own oscillator, a
- * read answers the newest sample taken before the request reached the camera, and each
- * read takes a transfer time with jitter and stalls drawn from `seed`. */
-typedef struct uvc_stereo_rig_imu_timing_t {
-  uint32_t struct_size;     /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
-  double rate_hz;           /**< samples per second on the camera's oscillator (default 200) */
-  double clock_error_ppm;   /**< how much faster (positive) it runs than the host's clock */
-  uint64_t latency_min_ns;  /**< shortest transfer of a read (default 0.2 ms) */
-  uint64_t latency_max_ns;  /**< longest transfer outside stalls (default 2 ms) */
-  double stall_probability; /**< share of reads that stall (default 0) */
-  uint64_t stall_min_ns;    /**< default 5 ms */
-  uint64_t stall_max_ns;    /**< default 20 ms */
-  uint32_t seed;            /**< seed of the latency jitter and stalls, so runs are repeatable */
-} uvc_stereo_rig_imu_timing_t;
-
-/** Fills `timing` with the defaults. Set struct_size first. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_rig_imu_timing_defaults(uvc_stereo_rig_imu_timing_t* timing);
-
-/** From now on the camera's IMU samples in time, its counter starting afresh at its first
- * counter, as if just plugged in. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
-uvc_stereo_rig_set_imu_timing(uvc_stereo_rig_t* rig, int32_t camera, const uvc_stereo_rig_imu_timing_t* timing);
-
-/** The camera's timed IMU restarts now: its counter goes back to 0. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_restart_imu(uvc_stereo_rig_t* rig, int32_t camera);
-
-/** Virtual time from now on: the host clock the SDK stamps and paces IMU reads by is the
- * rig's own, starting at `start_ns`; only reads (by their transfer), waits and pauses (at
- * once) and uvc_stereo_rig_advance_time move it, so hours of IMU stream in seconds. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_use_virtual_time(uvc_stereo_rig_t* rig,
-                                                                                    uint64_t start_ns);
-/** The host clock the rig lives by (virtual, else the platform's monotonic clock). */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_now_ns(const uvc_stereo_rig_t* rig,
-                                                                          uint64_t* now_ns);
-/** Moves virtual time forward (nothing in real time). */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_advance_time(uvc_stereo_rig_t* rig, uint64_t ns);
-
-/** The truth about one sample a timed IMU answered a read with. */
-typedef struct uvc_stereo_rig_imu_truth_t {
-  uint32_t struct_size;   /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
-  uint32_t counter;       /**< the 20-bit counter it carried */
-  uint32_t segment;       /**< restarts before it */
-  uint64_t sample_number; /**< samples since the camera (re)started, before it */
-  uint64_t taken_ns;      /**< when it was taken, on the host clock */
-} uvc_stereo_rig_imu_truth_t;
-
-/** Moves up to `capacity` of the oldest samples the camera's timed IMU answered reads with
- * (each distinct one once, in order) into `truth` (every element's struct_size set) and
- * sets *count; the rest wait for the next call. */
-UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_take_imu_truth(uvc_stereo_rig_t* rig, int32_t camera,
-                                                                                  uvc_stereo_rig_imu_truth_t* truth,
-                                                                                  size_t capacity, size_t* count);
+/** The directory the rig's cameras are kept in, "" for a rig in memory: copied with its NUL
+ * when it fits `buffer_size`; *required_size (may be null) receives the size needed. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_directory(const uvc_stereo_rig_t* rig, char* buffer,
+                                                                             size_t buffer_size, size_t* required_size);
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -80,7 +80,7 @@ class scan_filter_t(Sized):
 
 
 class open_options_t(Sized):
-    _fields_ = [("struct_size", c_uint32), ("required_capabilities", c_uint32)]
+    _fields_ = [("struct_size", c_uint32), ("required_capabilities", c_uint32), ("busy_wait_ms", c_uint32)]
 
 
 class reported_imu_t(Structure):
@@ -139,6 +139,7 @@ class flash_config_t(Sized):
         ("max_header_size", c_uint16),
         ("verify_crc", c_bool),
         ("verify_after_write", c_bool),
+        ("busy_wait_ms", c_uint32),
     ]
 
 

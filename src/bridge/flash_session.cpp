@@ -1,5 +1,6 @@
 #include "bridge/flash_session.h"
 
+#include <chrono>
 #include <utility>
 
 #include "bridge/os/debug_output.h"
@@ -37,10 +38,10 @@ Status device_not_ready() { return Status(ErrorCode::InternalError, "device hand
 
 }  // namespace
 
-FlashSession::FlashSession(const FlashConfig& config) : config_(config) {}
+FlashSession::FlashSession(const FlashConfig& config, vendor::CameraUse use) : config_(config), use_(use) {}
 
 Status FlashSession::open() {
-  Status opened = camera_.open(config_);
+  Status opened = camera_.open_and_hold(config_, use_, std::chrono::milliseconds(config_.busy_wait_ms));
   if (!opened.ok()) {
     return opened;
   }

@@ -13,18 +13,20 @@ namespace tovanel::uvc_stereo::win_detail {
 
 // One vendor session on the camera that a FlashConfig selects, owned by a single flash
 // operation on its stack. Constructing it takes the vendor lock and open() starts the
-// library and resolves the camera, both through one vendor::CameraSession, which
-// destroying it closes on every path. Every address and length is checked against the
-// user space before it reaches the flash.
+// library, resolves the camera and holds it for `use` against every other Device and
+// program, all through one vendor::CameraSession, which destroying it closes on every
+// path. Every address and length is checked against the user space before it reaches the
+// flash.
 class FlashSession {
  public:
-  explicit FlashSession(const FlashConfig& config);
+  explicit FlashSession(const FlashConfig& config, vendor::CameraUse use = vendor::CameraUse::Flash);
   FlashSession(const FlashSession&) = delete;
   FlashSession& operator=(const FlashSession&) = delete;
   FlashSession(FlashSession&&) = delete;
   FlashSession& operator=(FlashSession&&) = delete;
 
-  // Starts the library, resolves the camera and learns its flash type.
+  // Starts the library, resolves the camera, holds it (waiting up to the configuration's
+  // busy_wait_ms for another holder) and learns its flash type.
   [[nodiscard]] Status open();
 
   // One flash read of exactly `length` bytes into `destination` (resized, zero-filled).
@@ -46,6 +48,7 @@ class FlashSession {
 
  private:
   FlashConfig config_;
+  vendor::CameraUse use_;
   vendor::CameraSession camera_;
   SonixLib::SERIAL_FLASH_TYPE flash_type_ = SonixLib::SF_UNKNOW;
 };

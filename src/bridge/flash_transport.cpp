@@ -57,8 +57,8 @@ Result<FlashBlob> read_blob(const FlashConfig& config) {
   return parse_and_validate_raw_blob(whole, settings);
 }
 
-Result<std::string> firmware_version(const FlashConfig& config) {
-  win_detail::FlashSession session(config);
+Result<std::string> firmware_version(const FlashConfig& config, vendor::CameraUse use) {
+  win_detail::FlashSession session(config, use);
   Status opened = session.open();
   if (!opened.ok()) {
     return opened;
@@ -120,8 +120,15 @@ Status write_blob_to_device(const FlashConfig& config, const FlashBlob& blob) {
 namespace detail {
 
 Result<std::string> read_firmware_version_from_device(const FlashConfig& config) {
-  return detail::guard_operation("unknown exception during firmware version read",
-                                 [&]() -> Result<std::string> { return firmware_version(config); });
+  return detail::guard_operation("unknown exception during firmware version read", [&]() -> Result<std::string> {
+    return firmware_version(config, vendor::CameraUse::Flash);
+  });
+}
+
+Result<std::string> read_firmware_version_for_imu(const FlashConfig& config) {
+  return detail::guard_operation("unknown exception during firmware version read", [&]() -> Result<std::string> {
+    return firmware_version(config, vendor::CameraUse::Imu);
+  });
 }
 
 }  // namespace detail

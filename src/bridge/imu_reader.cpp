@@ -1,5 +1,6 @@
 #include "bridge/imu_reader.h"
 
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <exception>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "bridge/camera_session.h"
+#include "bridge/device_selector.h"
 #include "bridge/os/host_time.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
@@ -27,8 +29,11 @@ class VendorImuReader final : public ImuReader::Impl {
   VendorImuReader(const SonixLib::scDevice_t& handle, const ImuTransportConfig& transport)
       : handle_(handle), transport_(transport), buffer_(transport.xu_length, 0) {}
 
-  // Takes over the session once nothing can fail any more.
-  void keep(vendor::LibrarySession session) noexcept { session_ = std::move(session); }
+  // Takes over the session and the camera hold once nothing can fail any more.
+  void keep(vendor::LibrarySession session, vendor::CameraLock camera) noexcept {
+    session_ = std::move(session);
+    camera_ = std::move(camera);
+  }
 
   [[nodiscard]] Result<ReadImuResult> read() override {
     BracketedImuRead read;
@@ -65,14 +70,15 @@ class VendorImuReader final : public ImuReader::Impl {
   SonixLib::scDevice_t handle_;
   ImuTransportConfig transport_;
   std::vector<std::uint8_t> buffer_;
+  vendor::CameraLock camera_;  ///< released after the session below has ended
   vendor::LibrarySession session_;
 };
 
 // Opens `reader` on the camera `device` names, in a session the reader keeps; a failure closes the session.
 Status open_reader_in_session(const DeviceInfo& device, const ImuTransportConfig& transport,
-                              std::unique_ptr<ImuReader::Impl>& opened) {
+                              std::chrono::milliseconds busy_wait, std::unique_ptr<ImuReader::Impl>& opened) {
   vendor::CameraSession camera;
-  Status ready = camera.open(device);
+  Status ready = camera.open_and_hold(make_device_selector_config(device), vendor::CameraUse::Imu, busy_wait);
   if (ready.ok()) {
     ready = camera.select_extension_unit(transport.xu_unit);
   }
@@ -81,7 +87,7 @@ Status open_reader_in_session(const DeviceInfo& device, const ImuTransportConfig
   }
   auto reader = std::make_unique<VendorImuReader>(camera.device(), transport);
   // From here the reader owns the library session and ends it when destroyed.
-  reader->keep(camera.keep_library_session());
+  reader->keep(camera.keep_library_session(), camera.keep_camera_hold());
   opened = std::move(reader);
   return Status();
 }
@@ -109,7 +115,8 @@ Status ImuReader::read_bracketed(BracketedImuRead& out) {
   return impl_->read_bracketed(out);
 }
 
-Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport) {
+Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport,
+                                    std::chrono::milliseconds busy_wait) {
   if (device.serial_number.empty() && device.device_path.empty() && (device.vendor_id == 0 || device.product_id == 0)) {
     return Status(ErrorCode::InvalidArgument, "selected device has no Windows device_path, serial_number, or vid/pid");
   }
@@ -119,7 +126,7 @@ Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransport
 
   return guard_operation("unknown exception during Windows IMU open", [&]() -> Result<ImuReader> {
     std::unique_ptr<ImuReader::Impl> opened;
-    Status status = open_reader_in_session(device, transport, opened);
+    Status status = open_reader_in_session(device, transport, busy_wait, opened);
     if (!status.ok()) {
       return status;
     }

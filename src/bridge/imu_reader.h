@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
@@ -17,9 +18,12 @@ struct BracketedImuRead {
   std::uint64_t finished_ns = 0;  ///< host clock just after it returned
 };
 
-// Opens the IMU of `device`: selects the camera afresh, points the extension unit at `transport.xu_unit` and
-// keeps the vendor session open for as long as the returned reader lives.
-[[nodiscard]] Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport);
+// Opens the IMU of `device`: selects the camera afresh, holds it shared with the IMU readers of other Devices and
+// programs (waiting up to `busy_wait` for a flash access that holds it, then DeviceUnavailable "camera is busy:
+// ..."), points the extension unit at `transport.xu_unit` and keeps the vendor session and the hold for as long as
+// the returned reader lives. Reading takes no further hold, so a sample costs no system call for it.
+[[nodiscard]] Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport,
+                                                  std::chrono::milliseconds busy_wait = std::chrono::seconds(5));
 
 // An open IMU: one camera held in a vendor session of its own, read one sample per call. Movable, not
 // copyable; a moved-from reader holds nothing and refuses to read. Destroying it ends the session.
@@ -52,7 +56,8 @@ class ImuReader {
 
  private:
   explicit ImuReader(std::unique_ptr<Impl> impl) noexcept;
-  friend Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport);
+  friend Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransportConfig& transport,
+                                             std::chrono::milliseconds busy_wait);
 
   std::unique_ptr<Impl> impl_;
 };

@@ -19,6 +19,7 @@ struct InstalledEntries {
   std::atomic<const JsonMinifierVariant*> json_minifier{nullptr};
   std::atomic<const vendor::LinuxKernel*> linux_kernel{nullptr};
   std::atomic<const HostClock*> host_clock{nullptr};
+  std::atomic<const vendor::CameraLockPlace*> camera_locks{nullptr};
 };
 
 struct LayerStack {
@@ -56,6 +57,7 @@ void publish(LayerStack& s) noexcept {
   out.json_minifier.store(newest_entry(s.newest, &PlatformTable::json_minifier), std::memory_order_release);
   out.linux_kernel.store(newest_entry(s.newest, &PlatformTable::linux_kernel), std::memory_order_release);
   out.host_clock.store(newest_entry(s.newest, &PlatformTable::host_clock), std::memory_order_release);
+  out.camera_locks.store(newest_entry(s.newest, &PlatformTable::camera_locks), std::memory_order_release);
   // The minifier lives below this table and keeps its own copy of the entry.
   choose_json_minifier_variant(out.json_minifier.load(std::memory_order_relaxed));
 }
@@ -72,6 +74,7 @@ PlatformTable installed_platform() noexcept {
   table.json_minifier = in.json_minifier.load(std::memory_order_acquire);
   table.linux_kernel = in.linux_kernel.load(std::memory_order_acquire);
   table.host_clock = in.host_clock.load(std::memory_order_acquire);
+  table.camera_locks = in.camera_locks.load(std::memory_order_acquire);
   return table;
 }
 

@@ -15,6 +15,7 @@
 namespace tovanel::uvc_stereo::vendor {
 struct VendorBackend;
 struct LinuxKernel;
+struct CameraLockPlace;
 }  // namespace tovanel::uvc_stereo::vendor
 
 namespace tovanel::uvc_stereo::win_detail {
@@ -80,6 +81,11 @@ struct PlatformTable {
   // The host clock that IMU reads are stamped with and that the IMU stream paces its
   // reads by. No lock. Default: the platform's monotonic clock and real waits.
   const HostClock* host_clock = nullptr;
+  // Where the camera locks that every program on the machine shares are kept (a
+  // directory on POSIX systems, a kernel object namespace on Windows). No lock.
+  // Default: the machine's own place; a simulated rig puts its cameras' locks where only
+  // the programs sharing the rig meet them.
+  const vendor::CameraLockPlace* camera_locks = nullptr;
 };
 
 // The entries in force now, null where the platform's own applies. Reading never blocks

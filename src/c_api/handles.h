@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -42,7 +43,12 @@ struct uvc_stereo_imu_stream_t {
 };
 
 struct uvc_stereo_rig_t {
-  tovanel::uvc_stereo::sim::SimulatedRig rig;
+  uvc_stereo_rig_t() : owned(std::make_unique<tovanel::uvc_stereo::sim::SimulatedRig>()), rig(*owned) {}
+  explicit uvc_stereo_rig_t(std::unique_ptr<tovanel::uvc_stereo::sim::SimulatedRig> kept)
+      : owned(std::move(kept)), rig(*owned) {}
+
+  std::unique_ptr<tovanel::uvc_stereo::sim::SimulatedRig> owned;
+  tovanel::uvc_stereo::sim::SimulatedRig& rig;
   // The IMU truth taken from the rig and not yet handed to the caller, by camera.
   std::map<std::int32_t, std::deque<tovanel::uvc_stereo::sim::SimulatedImuSampleTruth>> imu_truth;
 };

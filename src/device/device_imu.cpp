@@ -1,3 +1,4 @@
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <utility>
@@ -26,7 +27,8 @@ Status Device::open_imu() {
     if (!allowed.ok()) {
       return allowed;
     }
-    Result<detail::ImuReader> reader = detail::open_imu_platform(impl_->info, impl_->imu_transport);
+    Result<detail::ImuReader> reader = detail::open_imu_platform(
+        impl_->info, impl_->imu_transport, std::chrono::milliseconds(impl_->flash_config.busy_wait_ms));
     if (!reader.ok()) {
       return reader.status();
     }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "bridge/flash_transport.h"
+#include "bridge/os/camera_lock.h"
 #include "bridge/os/pause.h"
 #include "imu/firmware_gate.h"
 
@@ -19,7 +20,11 @@ Status ensure_imu_supported_by_firmware(const DeviceInfo& device, const FlashCon
   if (!rule.needs_version()) {
     return Status();
   }
-  const Result<std::string> firmware = read_firmware_version_from_device(config);
+  const Result<std::string> firmware = read_firmware_version_for_imu(config);
+  if (!firmware.ok() && vendor::is_camera_busy(firmware.status())) {
+    // Not a verdict on the firmware: the caller learns who holds the camera.
+    return firmware.status();
+  }
   // The camera needs the pause after the version read whatever it answered, before its IMU is addressed.
   pause_for(kSettleAfterVersionRead);
   return judge_imu_firmware(rule.required, rule.disabling, firmware);

@@ -1,6 +1,8 @@
 #include "sim/flash.h"
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace tovanel::uvc_stereo::sim {
 namespace {
@@ -22,6 +24,11 @@ std::uint32_t SimulatedFlash::sector_start(std::uint32_t address) const noexcept
   return address - address % sector_size_;
 }
 
+void SimulatedFlash::keep_in(std::unique_ptr<FlashImageFile> image) {
+  image_ = std::move(image);
+  pages_.clear();
+}
+
 std::uint8_t* SimulatedFlash::page(std::uint32_t page_number) {
   std::vector<std::uint8_t>& bytes = pages_[page_number];
   if (bytes.empty()) {
@@ -31,6 +38,18 @@ std::uint8_t* SimulatedFlash::page(std::uint32_t page_number) {
 }
 
 void SimulatedFlash::read(std::uint32_t address, std::uint8_t* out, std::uint32_t length) const {
+  if (image_) {
+    image_->read(address, out, length);
+  } else {
+    read_pages(address, out, length);
+  }
+  for (auto it = stuck_zero_bits_.lower_bound(address); it != stuck_zero_bits_.end() && it->first - address < length;
+       ++it) {
+    out[it->first - address] &= static_cast<std::uint8_t>(~it->second);
+  }
+}
+
+void SimulatedFlash::read_pages(std::uint32_t address, std::uint8_t* out, std::uint32_t length) const {
   for_each_page_span(address, length,
                      [&](std::uint32_t page_number, std::uint32_t offset, std::uint32_t span, std::uint32_t done) {
                        const auto page = pages_.find(page_number);
@@ -40,13 +59,18 @@ void SimulatedFlash::read(std::uint32_t address, std::uint8_t* out, std::uint32_
                          std::copy_n(page->second.begin() + offset, span, out + done);
                        }
                      });
-  for (auto it = stuck_zero_bits_.lower_bound(address); it != stuck_zero_bits_.end() && it->first - address < length;
-       ++it) {
-    out[it->first - address] &= static_cast<std::uint8_t>(~it->second);
-  }
 }
 
 void SimulatedFlash::program(std::uint32_t address, const std::uint8_t* data, std::uint32_t length) {
+  if (image_) {
+    std::vector<std::uint8_t> cells(length);
+    image_->read(address, cells.data(), length);
+    for (std::uint32_t i = 0; i < length; ++i) {
+      cells[i] &= data[i];
+    }
+    image_->write(address, cells.data(), length);
+    return;
+  }
   for_each_page_span(address, length,
                      [&](std::uint32_t page_number, std::uint32_t offset, std::uint32_t span, std::uint32_t done) {
                        const std::uint8_t* source = data + done;
@@ -63,6 +87,11 @@ void SimulatedFlash::program(std::uint32_t address, const std::uint8_t* data, st
 }
 
 void SimulatedFlash::erase(std::uint32_t address, std::uint32_t length) {
+  if (image_) {
+    const std::vector<std::uint8_t> erased(length, kErased);
+    image_->write(address, erased.data(), length);
+    return;
+  }
   for_each_page_span(address, length,
                      [&](std::uint32_t page_number, std::uint32_t offset, std::uint32_t span, std::uint32_t /*done*/) {
                        const auto found = pages_.find(page_number);
@@ -78,6 +107,10 @@ void SimulatedFlash::erase(std::uint32_t address, std::uint32_t length) {
 }
 
 void SimulatedFlash::overwrite(std::uint32_t address, const std::uint8_t* data, std::uint32_t length) {
+  if (image_) {
+    image_->write(address, data, length);
+    return;
+  }
   for_each_page_span(address, length,
                      [&](std::uint32_t page_number, std::uint32_t offset, std::uint32_t span, std::uint32_t done) {
                        std::copy_n(data + done, span, page(page_number) + offset);

@@ -2,16 +2,24 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <vector>
+
+#include "sim/flash_image_file.h"
 
 namespace tovanel::uvc_stereo::sim {
 
 // A NOR flash chip: every cell starts erased (0xFF), programming can only clear bits,
 // and only an erase sets them again. Storage is allocated on first program, so a rig
-// with many large chips costs nothing until they are written.
+// with many large chips costs nothing until they are written; a chip kept in an image
+// file instead (keep_in) is read and programmed in that file, operation by operation.
 class SimulatedFlash {
  public:
   SimulatedFlash(std::uint32_t size, std::uint32_t sector_size);
+
+  // From now on the cells live in `image`, which several programs may share; what is
+  // in memory is dropped. Worn cells stay this program's own.
+  void keep_in(std::unique_ptr<FlashImageFile> image);
 
   [[nodiscard]] std::uint32_t size() const noexcept { return size_; }
   [[nodiscard]] std::uint32_t sector_size() const noexcept { return sector_size_; }
@@ -34,6 +42,8 @@ class SimulatedFlash {
  private:
   static constexpr std::uint32_t kPageSize = 4096;
 
+  // What the pages in memory hold, erased where none is allocated.
+  void read_pages(std::uint32_t address, std::uint8_t* out, std::uint32_t length) const;
   // The bytes of one page, allocated erased on first use.
   std::uint8_t* page(std::uint32_t page_number);
 
@@ -54,6 +64,7 @@ class SimulatedFlash {
   std::uint32_t sector_size_;
   std::map<std::uint32_t, std::vector<std::uint8_t>> pages_;  ///< page number -> page bytes; absent pages are erased
   std::map<std::uint32_t, std::uint8_t> stuck_zero_bits_;
+  std::unique_ptr<FlashImageFile> image_;  ///< where the cells live, when kept in a file
 };
 
 }  // namespace tovanel::uvc_stereo::sim

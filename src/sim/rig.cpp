@@ -1,12 +1,17 @@
 #include <algorithm>
+#include <exception>
+#include <memory>
 #include <mutex>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "capability/capability_report_encoder.h"
 #include "sim/backend.h"
 #include "sim/capture_listing.h"
 #include "sim/extension_unit.h"
 #include "sim/registry.h"
+#include "sim/rig_directory.h"
 #include "sim/rig_state.h"
 #include "uvc_stereo/simulated_rig.h"
 
@@ -23,15 +28,61 @@ std::uint32_t on_chip_length(const SimulatedFlash& flash, std::uint32_t address,
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(length, flash.size() - address));
 }
 
+// Writes camera `index`'s identity and plugged state to the rig's directory, if it has one.
+void persist(const SimulatedRig::State& state, int index) {
+  if (state.directory.empty()) {
+    return;
+  }
+  if (const CameraState* target = state.camera(index)) {
+    store_camera(state.directory, static_cast<std::size_t>(index), StoredCamera{target->config, target->plugged});
+  }
+}
+
 }  // namespace
 
 SimulatedRig::SimulatedRig() : state_(std::make_unique<State>()) {
   // The state is reachable before the backend is, so no call ever finds it missing.
+  // A rig in memory is seen by this program only, so no other program may meet its cameras' locks.
+  state_->lock_place = vendor::make_private_camera_lock_place();
+  state_->private_lock_place = true;
+  install();
+}
+
+void SimulatedRig::install() {
   activate_rig(state_.get());
   detail::PlatformTable entries;
   entries.vendor_backend = &simulated_vendor_backend();
   entries.capture_listing = &simulated_capture_listing_source();
+  entries.camera_locks = &state_->lock_place;
   state_->installed.emplace(entries);
+}
+
+SimulatedRig::SimulatedRig(std::unique_ptr<State> state) : state_(std::move(state)) { install(); }
+
+Result<std::unique_ptr<SimulatedRig>> SimulatedRig::keep_in_directory(const std::string& directory) {
+  try {
+    Result<std::vector<StoredCamera>> stored = load_rig_directory(directory);
+    if (!stored.ok()) {
+      return stored.status();
+    }
+    auto state = std::make_unique<State>();
+    state->directory = directory;
+    state->lock_place = vendor::shared_rig_camera_lock_place(directory);
+    for (std::size_t index = 0; index < stored.value().size(); ++index) {
+      const StoredCamera& camera = stored.value()[index];
+      CameraState& added = state->cameras.emplace_back(camera.camera);
+      added.plugged = camera.plugged;
+      added.flash.keep_in(std::make_unique<FlashImageFile>(flash_image_path(directory, index)));
+    }
+    return std::unique_ptr<SimulatedRig>(new SimulatedRig(std::move(state)));
+  } catch (const std::exception& error) {
+    return Status(ErrorCode::PlatformError, error.what());
+  }
+}
+
+std::string SimulatedRig::directory() const {
+  const Guard guard(state_->mutex);
+  return state_->directory;
 }
 
 SimulatedRig::~SimulatedRig() {
@@ -39,12 +90,26 @@ SimulatedRig::~SimulatedRig() {
   state_->virtual_clock.reset();
   state_->installed.reset();
   deactivate_rig(state_.get());
+  if (state_->private_lock_place) {
+    vendor::remove_private_camera_lock_place(state_->lock_place);
+  }
 }
 
 int SimulatedRig::add_camera(const SimulatedCamera& camera) {
   const Guard guard(state_->mutex);
-  state_->cameras.push_back(plugged_camera_state(camera, state_->clock.now_ns()));
-  return static_cast<int>(state_->cameras.size() - 1);
+  CameraState plugged = plugged_camera_state(camera, state_->clock.now_ns());
+  const std::size_t index = state_->cameras.size();
+  if (state_->directory.empty()) {
+    state_->cameras.push_back(std::move(plugged));
+    return static_cast<int>(index);
+  }
+  // The flash first: the camera exists for other programs only once its text file does.
+  const std::string image = flash_image_path(state_->directory, index);
+  FlashImageFile::create(image, plugged.config.flash_size);
+  store_camera(state_->directory, index, StoredCamera{plugged.config, true});
+  CameraState& added = state_->cameras.emplace_back(std::move(plugged));
+  added.flash.keep_in(std::make_unique<FlashImageFile>(image));
+  return static_cast<int>(index);
 }
 
 std::size_t SimulatedRig::camera_count() const {
@@ -56,6 +121,7 @@ void SimulatedRig::unplug(int camera) {
   const Guard guard(state_->mutex);
   if (CameraState* target = state_->camera(camera)) {
     target->plugged = false;
+    persist(*state_, camera);
   }
 }
 
@@ -68,6 +134,7 @@ void SimulatedRig::plug(int camera) {
     if (target->timed_imu) {
       target->timed_imu->power_up(state_->clock.now_ns());
     }
+    persist(*state_, camera);
   }
 }
 
@@ -131,6 +198,7 @@ void SimulatedRig::set_capability_report(int camera, const std::array<std::uint8
   if (CameraState* target = state_->camera(camera)) {
     target->config.capability.reset();
     target->config.capability_report = report;
+    persist(*state_, camera);
   }
 }
 
@@ -139,6 +207,7 @@ void SimulatedRig::set_capability_report(int camera, const CapabilityReport& rep
   if (CameraState* target = state_->camera(camera)) {
     target->config.capability = report;
     target->config.capability_report = detail::encode_xu_capability_report(report);
+    persist(*state_, camera);
   }
 }
 
@@ -146,6 +215,7 @@ void SimulatedRig::set_firmware_version(int camera, const std::string& version) 
   const Guard guard(state_->mutex);
   if (CameraState* target = state_->camera(camera)) {
     target->config.firmware_version = version;
+    persist(*state_, camera);
   }
 }
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "bridge/os/camera_lock.h"
 #include "bridge/platform.h"
 #include "sim/faults.h"
 #include "sim/flash.h"
@@ -98,6 +99,13 @@ struct SimulatedRig::State {
   // The host clock the rig lives by, and its place in the platform table once virtual.
   RigClock clock;
   std::optional<vendor::PlatformOverride> virtual_clock;
+  // Where the rig's cameras are locked against concurrent use: a place of this rig's own
+  // for a rig in memory, one shared by every program of a rig kept in a directory.
+  vendor::CameraLockPlace lock_place;
+  bool private_lock_place = false;
+  // Where the cameras are kept; empty for a rig in memory.
+  std::string directory;
+
   // The rig that was alive when this one was made; the registry's link, guarded by it.
   State* older_rig = nullptr;
 };

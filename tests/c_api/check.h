@@ -66,6 +66,7 @@ void json_tests(void);
 void imu_tests(void);
 void imu_batch_tests(void);
 void imu_stream_tests(void);
+void rig_directory_tests(void);
 void rig_tests(void);
 void argument_tests(void);
 void thread_tests(void);

@@ -14,6 +14,7 @@ int main(void) {
   imu_batch_tests();
   imu_stream_tests();
   rig_tests();
+  rig_directory_tests();
   argument_tests();
   thread_tests();
   if (check_failures() != 0) {

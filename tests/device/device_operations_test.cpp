@@ -104,9 +104,10 @@ TEST_F(DeviceOperations, MovedFromDeviceAnswersWithTheSharedDefaultRecords) {
 
 TEST_F(DeviceOperations, MoveAssignmentHandsOverTheStateAndClosesTheOverwrittenReader) {
   DEVICE_TESTING_OPEN(with_reader, info_, 0);
+  // Opened first: proving its flash while the other Device's IMU is open would find the camera busy.
+  DEVICE_TESTING_OPEN(other, info_, 1);
   ASSERT_TRUE(with_reader.open_imu().ok());
   EXPECT_EQ(rig_.open_sessions(), 1);
-  DEVICE_TESTING_OPEN(other, info_, 1);
   rig_.clear_calls();
 
   with_reader = std::move(other);

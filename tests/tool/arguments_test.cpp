@@ -92,8 +92,25 @@ TEST(ParseArguments, AFlagTakesNoValueInAnyForm) {
   for (const std::string word : {"--dry-run=1", "--dry-run=true", "--dry-run=false", "--dry-run=", "--dry-run={}"}) {
     EXPECT_EQ(parse({"f", word}).error, "option '--dry-run' takes no value") << word;
   }
-  EXPECT_EQ(parse({"f", "--simulate=1"}).error, "option '--simulate' takes no value");
   EXPECT_EQ(parse({"--help=yes"}).error, "option '--help' takes no value");
+}
+
+TEST(ParseArguments, SimulateTakesADirectoryOnlyAfterAnEqualsSign) {
+  const ParseOutcome kept = parse({"f", "--simulate=/tmp/rig"});
+  ASSERT_TRUE(kept.arguments) << kept.error;
+  EXPECT_TRUE(kept.arguments->has("simulate"));
+  EXPECT_EQ(kept.arguments->value("simulate"), std::optional<std::string>("/tmp/rig"));
+  EXPECT_EQ(kept.arguments->positionals(), std::vector<std::string>{"f"});
+  // A bare --simulate takes no word after it for its directory.
+  const ParseOutcome bare = parse({"--simulate", "f"});
+  ASSERT_TRUE(bare.arguments) << bare.error;
+  EXPECT_EQ(bare.arguments->value("simulate"), std::nullopt);
+  EXPECT_EQ(bare.arguments->positionals(), std::vector<std::string>{"f"});
+  EXPECT_EQ(parse({"f", "--simulate="}).error, "option '--simulate=' needs a directory");
+  // After "--" it is a positional like any other word.
+  const ParseOutcome after = parse({"--", "--simulate=x"});
+  ASSERT_TRUE(after.arguments) << after.error;
+  EXPECT_FALSE(after.arguments->has("simulate"));
 }
 
 TEST(ParseArguments, AfterDoubleDashEverythingIsAPositional) {
@@ -298,7 +315,12 @@ TEST(ParseGlobalArguments, RefusesWhatNoCommandTakesBeforeTheCommand) {
   EXPECT_EQ(parse_global_arguments({"--verbose", "scan"}).error, "unknown option '--verbose' before the command");
   EXPECT_EQ(parse_global_arguments({"--simulate", "-x", "scan"}).error, "unknown option '-x' before the command");
   EXPECT_EQ(parse_global_arguments({"--help", "--verbose"}).error, "unknown option '--verbose' before the command");
-  EXPECT_EQ(parse_global_arguments({"--simulate=1", "scan"}).error, "option '--simulate' takes no value");
+  EXPECT_EQ(parse_global_arguments({"--simulate=", "scan"}).error, "option '--simulate=' needs a directory");
+  const GlobalOutcome kept = parse_global_arguments({"--simulate=rig", "scan"});
+  ASSERT_TRUE(kept.arguments) << kept.error;
+  EXPECT_TRUE(kept.arguments->simulate);
+  EXPECT_EQ(kept.arguments->simulate_directory, "rig");
+  EXPECT_EQ(kept.arguments->command, std::vector<std::string>{"scan"});
   EXPECT_EQ(parse_global_arguments({"--version=", "scan"}).error, "option '--version' takes no value");
   // What follows the command is the command's to judge.
   EXPECT_TRUE(parse_global_arguments({"scan", "--simulate=1"}).arguments);

@@ -14,7 +14,7 @@ namespace {
 TEST(Cli, WithoutACommandPrintsTheOverviewAndFailsAsUsage) {
   const ToolRun run = run_tool({});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err.rfind("Usage: uvc-stereo [--simulate] COMMAND [options]\n", 0), 0u) << run.err;
+  EXPECT_EQ(run.err.rfind("Usage: uvc-stereo [--simulate[=DIR]] COMMAND [options]\n", 0), 0u) << run.err;
   EXPECT_EQ(run.out, "");
 }
 

@@ -28,7 +28,7 @@ TEST(HelpCommand, HelpWithACommandShowsThatCommandsHelp) {
 
 TEST(HelpCommand, HelpAloneAndHelpHelpShowTheOverview) {
   const ToolRun overview = run_tool({"--help"});
-  ASSERT_EQ(overview.out.rfind("Usage: uvc-stereo [--simulate] COMMAND [options]\n", 0), 0u) << overview.out;
+  ASSERT_EQ(overview.out.rfind("Usage: uvc-stereo [--simulate[=DIR]] COMMAND [options]\n", 0), 0u) << overview.out;
   EXPECT_EQ(run_tool({"help"}).out, overview.out);
   EXPECT_EQ(run_tool({"help", "help"}).out, overview.out);
   EXPECT_EQ(run_tool({"--simulate", "help"}).out, overview.out);

@@ -12,6 +12,25 @@ namespace {
 
 const OptionSyntax kHelpOption{"help", "", "show this help and exit"};
 const OptionSyntax kSimulateOption{"simulate", "", ""};
+
+// "--simulate=DIR" keeps the simulated cameras in DIR. The word is read here and handed on
+// as a bare "--simulate", so that a bare "--simulate" never takes the next word (a command, a
+// file) for its directory. Only words before "--" (and, with `until_command`, before the
+// first word that is no option) count.
+std::optional<std::string> take_simulate_directory(std::vector<std::string>& words, bool until_command) {
+  const std::string flag = "--" + kSimulateOption.name;
+  std::optional<std::string> directory;
+  for (std::string& word : words) {
+    if (word == "--" || (until_command && word.rfind('-', 0) != 0)) {
+      break;
+    }
+    if (word.rfind(flag + "=", 0) == 0) {
+      directory = word.substr(flag.size() + 1);
+      word = flag;
+    }
+  }
+  return directory;
+}
 const OptionSyntax kVersionOption{"version", "", ""};
 
 const OptionSyntax* find_option(const std::vector<OptionSyntax>& options, std::string_view name) {
@@ -143,6 +162,7 @@ struct ArgumentParser {
   std::vector<std::pair<const OptionSyntax*, CLI::Option*>> options;
   std::vector<CLI::Option*> slots;  ///< one per positional, in order
   CLI::Option* simulate = nullptr;
+  std::optional<std::string> simulate_directory;  ///< from "--simulate=DIR"
 
   ArgumentParser(const CommandSyntax& command, const std::vector<std::string>& words) : syntax(command), args(words) {
     for (const OptionSyntax& option : syntax.options) {
@@ -213,6 +233,9 @@ struct ArgumentParser {
     }
     if (simulate->count() != 0) {
       parsed.present_.insert(kSimulateOption.name);
+      if (simulate_directory) {
+        parsed.values_[kSimulateOption.name] = *simulate_directory;
+      }
     }
     if (help) {
       parsed.present_.insert(kHelpOption.name);
@@ -283,12 +306,26 @@ struct ArgumentParser {
 };
 
 ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std::string>& args) {
-  ArgumentParser parser(syntax, args);
+  std::vector<std::string> words = args;
+  std::optional<std::string> directory = take_simulate_directory(words, false);
+  if (directory && directory->empty()) {
+    ParseOutcome refused;
+    refused.error = "option '--simulate=' needs a directory";
+    return refused;
+  }
+  ArgumentParser parser(syntax, words);
+  parser.simulate_directory = std::move(directory);
   return parser.parse();
 }
 
-GlobalOutcome parse_global_arguments(const std::vector<std::string>& args) {
+GlobalOutcome parse_global_arguments(const std::vector<std::string>& given) {
   GlobalOutcome outcome;
+  std::vector<std::string> args = given;
+  const std::optional<std::string> directory = take_simulate_directory(args, true);
+  if (directory && directory->empty()) {
+    outcome.error = "option '--simulate=' needs a directory";
+    return outcome;
+  }
   CommandLine line;
   CLI::Option* simulate = line.add_flag("--" + kSimulateOption.name);
   CLI::Option* version = line.add_flag("--" + kVersionOption.name);
@@ -314,6 +351,7 @@ GlobalOutcome parse_global_arguments(const std::vector<std::string>& args) {
     return outcome;
   }
   global.simulate = simulate->count() != 0;
+  global.simulate_directory = directory.value_or("");
   // Of --help and --version, the one given first is answered.
   for (const CLI::Option* option : line.parse_order()) {
     if (option == version || option == line.get_help_ptr()) {
@@ -330,7 +368,9 @@ std::string_view simulate_option_help() {
   return "run against the built-in simulated cameras (two cameras, one with\n"
          "a capability report and one without); no camera or vendor library is\n"
          "needed. Each run starts the simulation afresh: nothing written in one\n"
-         "run is seen by the next";
+         "run is seen by the next. --simulate=DIR keeps the cameras in DIR\n"
+         "(made with them when missing): what one run writes the next one reads,\n"
+         "and programs given the same DIR share the cameras";
 }
 
 void print_command_help(const CommandSyntax& syntax, std::ostream& out) {

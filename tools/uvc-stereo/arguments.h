@@ -61,6 +61,7 @@ struct GlobalArguments {
   bool help = false;     ///< --help or -h (of it and --version, the one given first counts)
   bool version = false;  ///< --version
   bool simulate = false;
+  std::string simulate_directory;    ///< from "--simulate=DIR"; empty for cameras in memory
   std::vector<std::string> command;  ///< the command word and every word after it; empty when none is given
 };
 

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kVersion = "0.1.0";
 
 void print_overview(std::ostream& out) {
-  out << "Usage: uvc-stereo [--simulate] COMMAND [options]\n"
+  out << "Usage: uvc-stereo [--simulate[=DIR]] COMMAND [options]\n"
          "\n"
          "Works with Tovanel USB stereo cameras: lists them, shows what each can do, reads and writes the\n"
          "JSON configuration kept in its flash, and streams its IMU.\n"
@@ -27,6 +27,8 @@ void print_overview(std::ostream& out) {
          "  --simulate    run against the built-in simulated cameras (two cameras, one with a capability\n"
          "                report and one without); no camera or vendor library is needed. Each run starts\n"
          "                the simulation afresh: nothing written in one run is seen by the next\n"
+         "  --simulate=DIR  keep the simulated cameras in DIR (made with them when missing): what one run\n"
+         "                writes the next one reads, and programs given the same DIR share the cameras\n"
          "  --help        show the command's options\n"
          "  --version     print the tool's version\n"
          "\n"
@@ -78,7 +80,8 @@ int run_cli_unchecked(const std::vector<std::string>& args, Console& console) {
   std::vector<std::string> rest(words.begin() + static_cast<std::ptrdiff_t>(position), words.end());
   // --simulate given before the command is handed on to the command, which owns it.
   if (global.simulate) {
-    rest.insert(rest.begin(), "--simulate");
+    rest.insert(rest.begin(), global.simulate_directory.empty() ? std::string("--simulate")
+                                                                : "--simulate=" + global.simulate_directory);
   }
   if (command == "help") {
     // "help COMMAND" is "COMMAND --help"; "help" alone is the overview.

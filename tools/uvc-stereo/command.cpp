@@ -20,7 +20,7 @@ int run_command(const CommandSyntax& syntax, const std::vector<std::string>& arg
     }
     std::unique_ptr<SimulatedScenario> scenario;
     if (parsed.arguments->has("simulate")) {
-      scenario = std::make_unique<SimulatedScenario>();
+      scenario = std::make_unique<SimulatedScenario>(parsed.arguments->value("simulate").value_or(""));
       if (!scenario->status().ok()) {
         return report_sdk_error(scenario->status(), "setting up the simulated cameras", console);
       }

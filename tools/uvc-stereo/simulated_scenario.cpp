@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "uvc_stereo/capability.h"
@@ -134,8 +136,10 @@ Status populate_simulated_scenario(sim::SimulatedRig& rig) {
   legacy.imu.temperature_c = 29.5;
   legacy.imu.seed = 11;
 
-  const int reporting_index = rig.add_camera(reporting);
-  const int legacy_index = rig.add_camera(legacy);
+  // A rig kept in a directory that already holds the scenario keeps its cameras and what their flash holds.
+  const bool fresh = rig.camera_count() == 0;
+  const int reporting_index = fresh ? rig.add_camera(reporting) : 0;
+  const int legacy_index = fresh ? rig.add_camera(legacy) : 1;
 
   // Media Foundation lists by symbolic link, DirectShow by its moniker's device path; the
   // integrated webcam comes first in one and in the middle of the other.
@@ -148,13 +152,26 @@ Status populate_simulated_scenario(sim::SimulatedRig& rig) {
                                                  {"Integrated Webcam", "@device:pnp:" + webcam_path},
                                                  {"Tovanel Stereo Camera S2", "@device:pnp:" + reporting.device_path}});
 
+  if (!fresh) {
+    return Status();
+  }
   if (Status stored = store_record(rig, reporting_index, scenario[0]); !stored.ok()) {
     return stored;
   }
   return store_record(rig, legacy_index, scenario[1]);
 }
 
-SimulatedScenario::SimulatedScenario() : rig_(std::make_unique<sim::SimulatedRig>()) {
+SimulatedScenario::SimulatedScenario(const std::string& directory) {
+  if (directory.empty()) {
+    rig_ = std::make_unique<sim::SimulatedRig>();
+  } else {
+    Result<std::unique_ptr<sim::SimulatedRig>> kept = sim::SimulatedRig::keep_in_directory(directory);
+    if (!kept.ok()) {
+      status_ = kept.status();
+      return;
+    }
+    rig_ = std::move(kept).value();
+  }
   status_ = populate_simulated_scenario(*rig_);
 }
 

@@ -28,14 +28,17 @@ inline constexpr int kScenarioCameraCount = 2;
 // The scenario's cameras, in rig (and scan) order.
 [[nodiscard]] std::array<ScenarioCamera, kScenarioCameraCount> scenario_cameras();
 
-// Plugs the scenario's cameras into `rig` and stores their configuration records.
+// Plugs the scenario's cameras into `rig` and stores their configuration records; a rig kept
+// in a directory that already holds them keeps them as they are. The capture listings are set
+// either way.
 [[nodiscard]] Status populate_simulated_scenario(sim::SimulatedRig& rig);
 
 // A rig holding the scenario, installed as the process's vendor backend while it lives.
 class SimulatedScenario {
  public:
-  // Builds the rig; `status()` tells whether the scenario could be set up.
-  SimulatedScenario();
+  // Builds the rig, in memory or kept in `directory` (made with the scenario's cameras when it
+  // holds none yet); `status()` tells whether the scenario could be set up.
+  explicit SimulatedScenario(const std::string& directory = std::string());
   [[nodiscard]] const Status& status() const noexcept { return status_; }
   [[nodiscard]] sim::SimulatedRig& rig() noexcept { return *rig_; }
 
