@@ -255,5 +255,19 @@ TEST_F(SimulatedTimedImuTest, VirtualTimeStartsPluggedTimedImusAfresh) {
   EXPECT_EQ(rig_.take_imu_truth(0).at(0).taken_ns, kStart + 10 * kMillisecond);
 }
 
+TEST_F(SimulatedTimedImuTest, TimingSetOnAPluggedCameraStartsItsImuSamplingInTimeFromNow) {
+  rig_.use_virtual_time(kStart);
+  SimulatedCamera camera = supported_camera("UNTIMED");
+  camera.imu.first_counter = 40;
+  rig_.add_camera(camera);
+  EXPECT_EQ(read(2)[1].counter, 41u) << "untimed: a new sample on every read";
+  rig_.advance_time(100 * kMillisecond);
+  rig_.set_imu_timing(0, fixed_latency(100.0, 0));
+  EXPECT_EQ(read(3)[2].counter, 40u) << "timed from now: the same sample until a period has passed";
+  rig_.advance_time(25 * kMillisecond);
+  EXPECT_EQ(read(1)[0].counter, 42u);
+  EXPECT_EQ(rig_.take_imu_truth(0).back().taken_ns, kStart + 120 * kMillisecond);
+}
+
 }  // namespace
 }  // namespace tovanel::uvc_stereo::sim
