@@ -257,6 +257,68 @@ static void closing_a_device_waits_for_a_read_in_progress_and_stops_it(void) {
   finish_rig(rig);
 }
 
+/* A single IMU read on another thread, and what it answered. */
+typedef struct one_read_job {
+  uvc_stereo_device_t* device;
+  uvc_stereo_imu_sample_t sample;
+  uvc_stereo_error_t result;
+} one_read_job;
+
+static void read_one_sample(void* raw) {
+  one_read_job* job = (one_read_job*)raw;
+  job->result = uvc_stereo_device_read_imu(job->device, &job->sample);
+}
+
+static void close_device(void* raw) { uvc_stereo_device_close((uvc_stereo_device_t*)raw); }
+
+static void calls_that_begin_while_a_close_waits_are_refused_and_the_call_in_progress_ends_well(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_device_t* device = NULL;
+  uvc_stereo_device_info_t info;
+  holding_hook hold;
+  one_read_job job;
+  test_thread* reader = NULL;
+  test_thread* closer = NULL;
+  uvc_stereo_error_t refused = UVC_STEREO_OK;
+  char message[200];
+
+  test_camera_init(&camera, 2, "SN-CLOSING");
+  device = plug_and_open(rig, &camera, 0);
+  CHECK_OK(uvc_stereo_device_open_imu(device));
+  holding_hook_init(&hold, 0);
+  memset(&job, 0, sizeof(job));
+  job.device = device;
+  job.sample.struct_size = sizeof(job.sample);
+  job.result = -1;
+  CHECK_OK(uvc_stereo_rig_on_call(rig, "SonixCam_XuRead", hold_call, &hold));
+  reader = test_thread_start(read_one_sample, &job);
+  CHECK(reader != NULL);
+  if (reader == NULL) {
+    return;
+  }
+  wait_until_started(&hold);
+  closer = test_thread_start(close_device, device);
+  CHECK(closer != NULL);
+  /* The handle lives while the read is held; once the close has begun, new calls are refused. */
+  memset(&info, 0, sizeof(info));
+  info.struct_size = sizeof(info);
+  while (closer != NULL && refused == UVC_STEREO_OK) {
+    refused = uvc_stereo_device_info(device, &info);
+  }
+  keep_message(message, sizeof(message));
+  CHECK_EQ(refused, UVC_STEREO_ERROR_INVALID_ARGUMENT);
+  CHECK_TEXT(message, "uvc_stereo_device_info: device is closed");
+  CHECK_FAILS(uvc_stereo_device_read_json(device, message, sizeof(message), NULL, NULL),
+              UVC_STEREO_ERROR_INVALID_ARGUMENT, "uvc_stereo_device_read_json: device is closed");
+  atomic_store(&hold.let_go, 1);
+  test_thread_join(reader);
+  test_thread_join(closer);
+  CHECK_OK(uvc_stereo_rig_clear_call_hooks(rig));
+  CHECK_EQ(job.result, UVC_STEREO_OK);
+  finish_rig(rig);
+}
+
 static void racing_calls_on_one_handle_are_refused_while_reading_accessors_run_beside_them(void) {
   uvc_stereo_rig_t* rig = test_rig();
   test_camera camera;
@@ -305,6 +367,8 @@ void thread_tests(void) {
            a_hook_that_calls_the_sdk_is_refused_and_listed_as_a_broken_rule);
   run_case("Threads.ClosingADeviceWaitsForAReadInProgressAndStopsIt",
            closing_a_device_waits_for_a_read_in_progress_and_stops_it);
+  run_case("Threads.CallsThatBeginWhileACloseWaitsAreRefusedAndTheCallInProgressEndsWell",
+           calls_that_begin_while_a_close_waits_are_refused_and_the_call_in_progress_ends_well);
   run_case("Threads.RacingCallsOnOneHandleAreRefusedWhileReadingAccessorsRunBesideThem",
            racing_calls_on_one_handle_are_refused_while_reading_accessors_run_beside_them);
 }
