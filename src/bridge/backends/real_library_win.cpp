@@ -64,7 +64,7 @@ bool resolve(HMODULE library, const char* name, Entry& entry) {
 // The backend table of `library` when it exports every operation; a library that lacks
 // one is not the vendor library this SDK was written for.
 std::optional<VendorBackend> bind_operations(HMODULE library) {
-  VendorBackend table{};
+  VendorBackend table;
   table.name = "SonixCamera.dll";
   const bool complete =
       resolve(library, "SonixCam_Init", table.init) && resolve(library, "SonixCam_UnInit", table.uninit) &&
@@ -79,7 +79,7 @@ std::optional<VendorBackend> bind_operations(HMODULE library) {
       resolve(library, "SonixCam_SectorEraseSF", table.sector_erase) &&
       resolve(library, "SonixCam_SetWriteProtectedSF", table.set_write_protected) &&
       resolve(library, "SonixCam_SetStatusRegBitWP", table.set_status_reg_bit_wp);
-  if (!complete) {
+  if (!complete || !complete_vendor_backend(table)) {
     return std::nullopt;
   }
   return table;
