@@ -9,7 +9,7 @@ import sys
 import threading
 import weakref
 from ctypes import byref, c_bool, c_size_t, c_uint16, c_uint32
-from typing import Any, List, Optional, Union
+from typing import Any, Callable, List, Optional, Union
 
 from . import _c, _convert, _numpy
 from ._errors import ErrorCode, UvcStereoError
@@ -167,27 +167,27 @@ class Device(OwnedHandle):
 
     # --- the life of the handle -------------------------------------------------------
 
-    def _begin(self) -> int:
-        """Waits this thread's turn and returns the handle, held until ``_end``; refused once closing."""
+    def _in_turn(self, work: Callable[..., Any], *args: Any) -> Any:
+        """``work(handle, *args)`` in this thread's turn on the device; refused once closing.
+
+        The turn is taken by a ``with`` block and the depth counted inside its ``try``, so that
+        a KeyboardInterrupt, which may arrive between any two calls, never leaves either behind.
+        """
         if self._closing:
             # Refused at once, without waiting for the turn of a call under way.
             raise _closed()
-        self._turn.acquire()
-        handle = self._handle
-        if handle is None or self._closing:
-            self._turn.release()
-            raise _closed()
-        self._depth += 1
-        return handle
-
-    def _end(self) -> None:
-        try:
-            self._depth -= 1
-            if not self._depth and self._closing:
-                # A close() made while the call was under way: the device closes as the call ends.
-                self._close_now()
-        finally:
-            self._turn.release()
+        with self._turn:
+            handle = self._handle
+            if handle is None or self._closing:
+                raise _closed()
+            self._depth += 1
+            try:
+                return work(handle, *args)
+            finally:
+                self._depth -= 1
+                if not self._depth and self._closing:
+                    # A close() made while the call was under way: the device closes as the call ends.
+                    self._close_now()
 
     def close(self) -> None:
         """Closes the device (and its IMU); closing twice is harmless.
@@ -239,11 +239,7 @@ class Device(OwnedHandle):
 
     def _call(self, function: str, *args) -> None:
         """Calls the C function with the handle first, in this thread's turn; raises its failure."""
-        handle = self._begin()
-        try:
-            code = getattr(_c.lib(), function)(handle, *args)
-        finally:
-            self._end()
+        code = self._in_turn(getattr(_c.lib(), function), *args)
         if code != _c.OK:
             raise _c.failure(code)
 
@@ -251,16 +247,13 @@ class Device(OwnedHandle):
 
     def _query(self, closed_value, record_type, function: str, convert):
         """One of the device's descriptions: ``closed_value`` once closed, as a moved-from C++ Device answers."""
+        record = record_type()
         try:
-            handle = self._begin()
+            code = self._in_turn(getattr(_c.lib(), function), byref(record))
         except UvcStereoError:
             return closed_value
-        try:
-            record = record_type()
-            _c.check(getattr(_c.lib(), function)(handle, byref(record)))
-            return convert(record)
-        finally:
-            self._end()
+        _c.check(code)
+        return convert(record)
 
     @property
     def info(self) -> DeviceInfo:
@@ -315,26 +308,25 @@ class Device(OwnedHandle):
         the same bytes: ``write_json(read_json().json)`` writes the record's text byte for byte.
         ``text.encode("utf-8", "surrogateescape")`` gives the record's exact bytes.
         """
-        handle = self._begin()
-        try:
-            lib = _c.lib()
-            # Sized from what the record holds, not from the user space the camera declares (which
-            # may be huge): a first read sized for common records, then, for a larger record, one
-            # sized exactly as the SDK reports from the record's header.
-            size = min(self._user_space_size(handle) + 1, _JSON_FIRST_READ)
-            while True:
-                buffer = ctypes.create_string_buffer(size)
-                required = c_size_t()
-                version = c_uint16()
-                code = lib.uvc_stereo_device_read_json(handle, buffer, size, byref(required), byref(version))
-                if code == _c.OK:
-                    text = ctypes.string_at(buffer, required.value - 1)
-                    return ReadJsonResult(format_version=version.value, json=_c.text(text))
-                if required.value <= size:
-                    raise _c.failure(code)
-                size = required.value
-        finally:
-            self._end()
+        return self._in_turn(self._read_json)
+
+    def _read_json(self, handle: int) -> ReadJsonResult:
+        lib = _c.lib()
+        # Sized from what the record holds, not from the user space the camera declares (which
+        # may be huge): a first read sized for common records, then, for a larger record, one
+        # sized exactly as the SDK reports from the record's header.
+        size = min(self._user_space_size(handle) + 1, _JSON_FIRST_READ)
+        while True:
+            buffer = ctypes.create_string_buffer(size)
+            required = c_size_t()
+            version = c_uint16()
+            code = lib.uvc_stereo_device_read_json(handle, buffer, size, byref(required), byref(version))
+            if code == _c.OK:
+                text = ctypes.string_at(buffer, required.value - 1)
+                return ReadJsonResult(format_version=version.value, json=_c.text(text))
+            if required.value <= size:
+                raise _c.failure(code)
+            size = required.value
 
     @staticmethod
     def _user_space_size(handle: int) -> int:
@@ -412,19 +404,18 @@ class Device(OwnedHandle):
             convert_batch = lib.uvc_stereo_device_convert_imu_samples
             done = c_size_t()
             done_address = ctypes.addressof(done)
+
+            def read_and_convert(handle: int, count: int) -> int:
+                code = read_batch(handle, buffers.raw_address, count, done_address)
+                if code != _c.OK:
+                    return code
+                return convert_batch(handle, buffers.raw_address, count, buffers.converted_address, done_address)
+
             start = 0
             while start < n:
                 # One turn a chunk: between two, other threads' calls and a close() get theirs.
                 count = min(n - start, IMU_CHUNK)
-                handle = self._begin()
-                try:
-                    code = read_batch(handle, buffers.raw_address, count, done_address)
-                    if code == _c.OK:
-                        code = convert_batch(
-                            handle, buffers.raw_address, count, buffers.converted_address, done_address
-                        )
-                finally:
-                    self._end()
+                code = self._in_turn(read_and_convert, count)
                 if code != _c.OK:
                     raise _c.failure(code)
                 stop = start + count
