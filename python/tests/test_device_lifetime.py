@@ -190,3 +190,15 @@ def test_a_reader_thread_and_a_thread_closing_and_reopening_the_imu_take_turns(d
     assert messages <= {(uvc.ErrorCode.InvalidArgument, "IMU is not open")}
     assert set(batches) <= {64}
     device.close_imu()
+
+
+def test_close_from_a_hook_inside_a_read_closes_as_the_read_returns(device, camera_rig):
+    device.open_imu()
+    camera_rig.on_call("SonixCam_XuRead", lambda call: device.close())
+    samples = device.read_imu_samples(5)
+    camera_rig.clear_call_hooks()
+    assert len(samples) == 5
+    assert device.closed
+    assert camera_rig.open_sessions() == 0
+    with sdk_error(uvc.ErrorCode.InvalidArgument, CLOSED):
+        device.read_imu()

@@ -8,9 +8,8 @@ import operator
 import sys
 import threading
 import weakref
-from _thread import get_ident
 from ctypes import byref, c_bool, c_size_t, c_uint16, c_uint32
-from typing import Any, Dict, List, Optional, Union
+from typing import Any, Callable, List, Optional, Union
 
 from . import _c, _convert, _numpy
 from ._errors import ErrorCode, UvcStereoError
@@ -153,15 +152,14 @@ class Device(OwnedHandle):
         self._handle: Optional[int] = handle
         # The C arrays batch reads go through, kept for the next batch.
         self._free_buffers: List[_ImuBuffers] = []
-        # The calls in flight, per thread, and whether close() has begun or finished.
-        self._lock = threading.Lock()
-        self._state = threading.Condition(self._lock)
-        # The SDK's device handle takes one call at a time: calls from several threads take turns,
-        # one C call (a batch: one chunk) each, so a close_imu never meets a read under way.
-        self._serial = threading.RLock()
-        self._callers: Dict[int, int] = {}
+        # The SDK's device handle takes one call at a time. Every call holds this lock for its C
+        # calls (a batch: for one chunk), so calls from several threads take turns, a close_imu
+        # never meets a read under way, and close() waits for the call in flight.
+        self._turn = threading.RLock()
+        # How deep the thread holding the lock is in calls on this device (a rig hook may call again).
+        self._depth = 0
+        # Set by close() before it waits its turn: new calls are refused, a batch stops at its next chunk.
         self._closing = False
-        self._closed = False
         self._rig = rig
         with _open_lock:
             self._open_order = next(_open_order)
@@ -169,66 +167,55 @@ class Device(OwnedHandle):
 
     # --- the life of the handle -------------------------------------------------------
 
-    def _enter(self) -> int:
-        """The handle, counted as in use by this thread until ``_leave``; refused once closing."""
-        with self._lock:
+    def _in_turn(self, work: Callable[..., Any], *args: Any) -> Any:
+        """``work(handle, *args)`` in this thread's turn on the device; refused once closing.
+
+        The turn is taken by a ``with`` block and the depth counted inside its ``try``, so that
+        a KeyboardInterrupt, which may arrive between any two calls, never leaves either behind.
+        """
+        if self._closing:
+            # Refused at once, without waiting for the turn of a call under way.
+            raise _closed()
+        with self._turn:
             handle = self._handle
             if handle is None or self._closing:
                 raise _closed()
-            me = get_ident()
-            callers = self._callers
-            callers[me] = callers.get(me, 0) + 1
-            return handle
-
-    def _leave(self) -> None:
-        release = None
-        with self._lock:
-            me = get_ident()
-            callers = self._callers
-            depth = callers[me] - 1
-            if depth:
-                callers[me] = depth
-            else:
-                del callers[me]
-            if self._closing and not callers:
-                # The last call in flight closes: close() waits for it, or was made from inside it.
-                release, self._handle = self._handle, None
-        if release is not None:
-            self._finish_close(release)
+            self._depth += 1
+            try:
+                return work(handle, *args)
+            finally:
+                self._depth -= 1
+                if not self._depth and self._closing:
+                    # A close() made while the call was under way: the device closes as the call ends.
+                    self._close_now()
 
     def close(self) -> None:
         """Closes the device (and its IMU); closing twice is harmless.
 
-        Calls in flight on other threads are waited for (a batch read stops at its next chunk);
-        called from inside a call on this device on the same thread, the closing happens as that
-        call returns. Either way, no call that begins after this one is let through.
+        New calls are refused at once and a batch read stops at its next chunk; a call in flight
+        on another thread is waited for. Called from inside a call on this device on the same
+        thread (a rig hook), the device closes as that call returns.
         """
-        with self._state:
-            if self._closed:
+        self._closing = True
+        if sys.is_finalizing():
+            # The interpreter is ending and stops daemon threads where they stand: a call they
+            # have in flight never returns its turn. Nothing is waited for, and nothing is freed
+            # under them; the process's end takes the camera back.
+            if not self._turn.acquire(blocking=False):
                 return
-            self._closing = True
-            if threading.get_ident() in self._callers:
-                return
-            if self._callers or self._handle is None:
-                if sys.is_finalizing():
-                    # The interpreter is ending and stops daemon threads where they stand: a call
-                    # they have in flight never returns. Nothing is waited for, and nothing is freed
-                    # under them; the process's end takes the camera back.
-                    return
-                # Another thread's call, or another close(), finishes the closing: wait for it.
-                while not self._closed:
-                    self._state.wait()
-                return
-            handle, self._handle = self._handle, None
-        self._finish_close(handle)
-
-    def _finish_close(self, handle: int) -> None:
+        else:
+            self._turn.acquire()
         try:
-            self._release(handle)
+            if not self._depth:
+                self._close_now()
         finally:
-            with self._state:
-                self._closed = True
-                self._state.notify_all()
+            self._turn.release()
+
+    def _close_now(self) -> None:
+        # With the turn held and no call under way.
+        handle, self._handle = self._handle, None
+        if handle is not None:
+            self._release(handle)
 
     def _release(self, handle: int) -> None:
         # Closing also closes an open IMU, which ends its camera session.
@@ -251,13 +238,8 @@ class Device(OwnedHandle):
         )
 
     def _call(self, function: str, *args) -> None:
-        """Calls the C function with the handle first, the device held open meanwhile; raises its failure."""
-        handle = self._enter()
-        try:
-            with self._serial:
-                code = getattr(_c.lib(), function)(handle, *args)
-        finally:
-            self._leave()
+        """Calls the C function with the handle first, in this thread's turn; raises its failure."""
+        code = self._in_turn(getattr(_c.lib(), function), *args)
         if code != _c.OK:
             raise _c.failure(code)
 
@@ -265,17 +247,13 @@ class Device(OwnedHandle):
 
     def _query(self, closed_value, record_type, function: str, convert):
         """One of the device's descriptions: ``closed_value`` once closed, as a moved-from C++ Device answers."""
+        record = record_type()
         try:
-            handle = self._enter()
+            code = self._in_turn(getattr(_c.lib(), function), byref(record))
         except UvcStereoError:
             return closed_value
-        try:
-            record = record_type()
-            with self._serial:
-                _c.check(getattr(_c.lib(), function)(handle, byref(record)))
-            return convert(record)
-        finally:
-            self._leave()
+        _c.check(code)
+        return convert(record)
 
     @property
     def info(self) -> DeviceInfo:
@@ -330,32 +308,30 @@ class Device(OwnedHandle):
         the same bytes: ``write_json(read_json().json)`` writes the record's text byte for byte.
         ``text.encode("utf-8", "surrogateescape")`` gives the record's exact bytes.
         """
-        handle = self._enter()
-        try:
-            lib = _c.lib()
-            # Sized from what the record holds, not from the user space the camera declares (which
-            # may be huge): a first read sized for common records, then, for a larger record, one
-            # sized exactly as the SDK reports from the record's header.
-            size = min(self._user_space_size(handle) + 1, _JSON_FIRST_READ)
-            while True:
-                buffer = ctypes.create_string_buffer(size)
-                required = c_size_t()
-                version = c_uint16()
-                with self._serial:
-                    code = lib.uvc_stereo_device_read_json(handle, buffer, size, byref(required), byref(version))
-                if code == _c.OK:
-                    text = ctypes.string_at(buffer, required.value - 1)
-                    return ReadJsonResult(format_version=version.value, json=_c.text(text))
-                if required.value <= size:
-                    raise _c.failure(code)
-                size = required.value
-        finally:
-            self._leave()
+        return self._in_turn(self._read_json)
 
-    def _user_space_size(self, handle: int) -> int:
+    def _read_json(self, handle: int) -> ReadJsonResult:
+        lib = _c.lib()
+        # Sized from what the record holds, not from the user space the camera declares (which
+        # may be huge): a first read sized for common records, then, for a larger record, one
+        # sized exactly as the SDK reports from the record's header.
+        size = min(self._user_space_size(handle) + 1, _JSON_FIRST_READ)
+        while True:
+            buffer = ctypes.create_string_buffer(size)
+            required = c_size_t()
+            version = c_uint16()
+            code = lib.uvc_stereo_device_read_json(handle, buffer, size, byref(required), byref(version))
+            if code == _c.OK:
+                text = ctypes.string_at(buffer, required.value - 1)
+                return ReadJsonResult(format_version=version.value, json=_c.text(text))
+            if required.value <= size:
+                raise _c.failure(code)
+            size = required.value
+
+    @staticmethod
+    def _user_space_size(handle: int) -> int:
         config = _c.flash_config_t()
-        with self._serial:
-            _c.check(_c.lib().uvc_stereo_device_flash_config(handle, byref(config)))
+        _c.check(_c.lib().uvc_stereo_device_flash_config(handle, byref(config)))
         return config.user_space_size
 
     def write_json(self, text: Union[str, bytes]) -> None:
@@ -415,7 +391,6 @@ class Device(OwnedHandle):
         n = operator.index(n)
         if n < 0:
             raise ValueError(f"n must not be negative, got {n}")
-        handle = self._enter()
         buffers = self._take_buffers(min(n, IMU_CHUNK))
         try:
             numpy = _numpy.numpy_module()
@@ -429,17 +404,18 @@ class Device(OwnedHandle):
             convert_batch = lib.uvc_stereo_device_convert_imu_samples
             done = c_size_t()
             done_address = ctypes.addressof(done)
+
+            def read_and_convert(handle: int, count: int) -> int:
+                code = read_batch(handle, buffers.raw_address, count, done_address)
+                if code != _c.OK:
+                    return code
+                return convert_batch(handle, buffers.raw_address, count, buffers.converted_address, done_address)
+
             start = 0
             while start < n:
-                if self._closing:
-                    raise _closed()
+                # One turn a chunk: between two, other threads' calls and a close() get theirs.
                 count = min(n - start, IMU_CHUNK)
-                with self._serial:
-                    code = read_batch(handle, buffers.raw_address, count, done_address)
-                    if code == _c.OK:
-                        code = convert_batch(
-                            handle, buffers.raw_address, count, buffers.converted_address, done_address
-                        )
+                code = self._in_turn(read_and_convert, count)
                 if code != _c.OK:
                     raise _c.failure(code)
                 stop = start + count
@@ -457,7 +433,6 @@ class Device(OwnedHandle):
         finally:
             # Kept for the next batch, also after a failure or Ctrl-C.
             self._free_buffers.append(buffers)
-            self._leave()
 
     def _take_buffers(self, n: int) -> _ImuBuffers:
         # A reading thread takes the device's buffers for its call and puts them back after, so

@@ -462,7 +462,8 @@ class SimulatedRig(OwnedHandle):
         The hook runs on the thread that makes the call, each time it begins, before it does its work or
         meets a fault, and is given the call as recorded so far (a :class:`VendorCall` whose ``succeeded``
         is False, as it has not run). The hooks a call matches run in the order they were added. The hook
-        may use this rig's methods, but not the SDK's scan and device functions, nor create or close a rig:
+        may use this rig's methods and close a device (which closes as the call it is inside returns), but
+        not the SDK's other scan and device functions, nor create or close a rig:
         the call in progress still holds the camera backend. An exception it raises cannot cross back into
         the SDK: the rig lists "a hook on <call> threw" in :meth:`violations`, the exception goes to
         ``sys.unraisablehook``, and the call goes on. The rig keeps ``hook`` until it is closed.
