@@ -57,6 +57,7 @@ list(APPEND UVC_STEREO_SOURCES
   bridge/ascii_case.cpp
   bridge/backend_matching.cpp
   bridge/camera_scan.cpp
+  bridge/camera_session.cpp
   bridge/capability_probe.cpp
   bridge/device_enumeration.cpp
   bridge/device_record_text.cpp

@@ -13,6 +13,7 @@
 #include "bridge/os/hresult_message_win.h"
 #include "bridge/os/property_bag_text_win.h"
 #include "bridge/os/wide_text_win.h"
+#include "core/guard.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {
@@ -182,23 +183,13 @@ Result<Candidates> list_msmf() {
 }  // namespace
 
 Result<std::vector<WinOpenCvCameraCandidate>> enumerate_dshow_backend_candidates() {
-  try {
-    return list_dshow();
-  } catch (const std::exception& failure) {
-    return Status(ErrorCode::InternalError, failure.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during DSHOW backend enumeration");
-  }
+  return detail::guard_operation("unknown exception during DSHOW backend enumeration",
+                                 [&]() -> Result<std::vector<WinOpenCvCameraCandidate>> { return list_dshow(); });
 }
 
 Result<std::vector<WinOpenCvCameraCandidate>> enumerate_msmf_backend_candidates() {
-  try {
-    return list_msmf();
-  } catch (const std::exception& failure) {
-    return Status(ErrorCode::InternalError, failure.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during MSMF backend enumeration");
-  }
+  return detail::guard_operation("unknown exception during MSMF backend enumeration",
+                                 [&]() -> Result<std::vector<WinOpenCvCameraCandidate>> { return list_msmf(); });
 }
 
 // V4L2 is Linux's capture interface; Windows lists no device through it.
