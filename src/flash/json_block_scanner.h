@@ -6,16 +6,18 @@
 // The text is read 64 bytes at a time. A Block classifies its 64 bytes into bit masks (quotes, backslashes,
 // whitespace, the structural bytes { } [ ] , : and control bytes); plain bit arithmetic then finds which bytes are
 // escaped and which lie inside strings, so the whitespace to drop, the start of every token and every escape are
-// known for the whole block at once. The tokens are then checked against the grammar in order, each number or
-// literal read where it starts, and the kept bytes are packed to the output by the Block. Whatever the checks
-// cannot vouch for ends the pass with false, and the scalar scanner then gives the verdict, so acceptance here
-// only ever agrees with it.
+// known for the whole block at once. A block wholly inside a string with nothing to check is copied as it is. A
+// block holding several numbers or literals is also classified into the bytes they are made of, and their shapes
+// checked at once; a lone one is read where it starts. The tokens are then checked against the grammar in order,
+// and the kept bytes are packed to the output by the Block. Whatever the checks cannot vouch for ends the pass
+// with false, and the scalar scanner then gives the verdict, so acceptance here only ever agrees with it.
 //
 // A Block type provides:
-//   explicit Block(const char* bytes);                   // 64 readable bytes
-//   JsonBlockMasks masks() const;
+//   explicit Block(const char* bytes);                  // 64 readable bytes
+//   JsonBlockMasks masks() const;                      // quote, backslash, whitespace, structural, control
+//   void atom_masks(JsonBlockMasks& m) const;           // the rest: the bytes numbers and literals are made of
 //   static std::uint64_t prefix_xor(std::uint64_t bits); // bit i = XOR of bits 0..i
-//   char* compress(std::uint64_t keep, char* out) const;  // writes up to 64 bytes, returns out + popcount(keep)
+//   char* compress(std::uint64_t keep, char* out) const; // writes up to 64 bytes, returns out + popcount(keep)
 
 namespace {
 
@@ -26,7 +28,42 @@ struct JsonBlockMasks {
   // { } [ ] , : and possibly some control bytes, which are refused on their own account.
   std::uint64_t structural = 0;
   std::uint64_t control = 0;  // bytes below 0x20
+  std::uint64_t digit = 0;    // '0'..'9'
+  // The other bytes numbers and literals are made of.
+  std::uint64_t zero = 0;
+  std::uint64_t minus = 0;
+  std::uint64_t plus = 0;
+  std::uint64_t point = 0;
+  std::uint64_t exponent = 0;  // 'e' or 'E'
+  std::uint64_t t = 0;
+  std::uint64_t r = 0;
+  std::uint64_t u = 0;
+  std::uint64_t e = 0;
+  std::uint64_t f = 0;
+  std::uint64_t a = 0;
+  std::uint64_t l = 0;
+  std::uint64_t s = 0;
+  std::uint64_t n = 0;
 };
+
+// Fills the masks of single byte values; `equal(c)` gives the mask of the block's bytes equal to c.
+template <class Equal>
+void fill_atom_byte_masks(JsonBlockMasks& m, const Equal& equal) noexcept {
+  m.zero = equal('0');
+  m.minus = equal('-');
+  m.plus = equal('+');
+  m.point = equal('.');
+  m.e = equal('e');
+  m.exponent = m.e | equal('E');
+  m.t = equal('t');
+  m.r = equal('r');
+  m.u = equal('u');
+  m.f = equal('f');
+  m.a = equal('a');
+  m.l = equal('l');
+  m.s = equal('s');
+  m.n = equal('n');
+}
 
 inline unsigned lowest_set_bit(std::uint64_t bits) noexcept { return static_cast<unsigned>(__builtin_ctzll(bits)); }
 
@@ -70,6 +107,9 @@ inline int hex_value(char c) noexcept {
   return -1;
 }
 
+// The shape of a number or literal that starts at `position` of the whole text and ends where whitespace, a comma
+// or a closing bracket follows (or the text ends); anything else after it could only be refused by the grammar.
+// Used for the rare ones that run into the next block.
 inline const char* match_word(const char* p, const char* end, const char* expected, std::size_t size) noexcept {
   if (static_cast<std::size_t>(end - p) < size || std::memcmp(p, expected, size) != 0) {
     return nullptr;
@@ -116,10 +156,6 @@ inline const char* match_number(const char* p, const char* end) noexcept {
   return p;
 }
 
-// The shape of a number or literal that starts at `position` of the whole text and ends where whitespace, a comma
-// or a closing bracket follows (or the text ends); anything else after it could only be refused by the grammar.
-// Read byte by byte where it stands: configuration text holds few of them beside its strings and whitespace, and
-// reading each costs less than classifying every block for them.
 inline bool atom_in_text(const char* text, std::size_t length, std::size_t position) noexcept {
   const char* p = text + position;
   const char* const end = text + length;
@@ -155,6 +191,50 @@ inline bool atom_in_text(const char* text, std::size_t length, std::size_t posit
     default:
       return false;
   }
+}
+
+// The shape of every number and literal that lies wholly in the block, checked at once on the bit masks: a
+// document full of numbers then costs no branch per number. `local` holds the bytes of those atoms and `starts`
+// their first bytes; the atoms that run into the neighbouring blocks are left out of both. A literal must be one of
+// the three words followed by a byte that is not part of an atom; every other atom must be a number, which holds
+// exactly when each of its bytes may follow the byte before it ("-" only first or after the exponent letter, "+"
+// only after it, "." and the exponent letter between digits, a digit after a sign) and it has at most one "." and
+// one exponent, the "." first, and no digit right after a leading zero.
+inline bool atoms_well_formed(const JsonBlockMasks& m, std::uint64_t local, std::uint64_t starts) noexcept {
+  const std::uint64_t after_atom = ~local;
+  const std::uint64_t word_true = starts & m.t & (m.r >> 1) & (m.u >> 2) & (m.e >> 3) & (after_atom >> 4);
+  const std::uint64_t word_null = starts & m.n & (m.u >> 1) & (m.l >> 2) & (m.l >> 3) & (after_atom >> 4);
+  const std::uint64_t word_false = starts & m.f & (m.a >> 1) & (m.l >> 2) & (m.s >> 3) & (m.e >> 4) & (after_atom >> 5);
+  const std::uint64_t four = word_true | word_null;
+  const std::uint64_t words = four | (four << 1) | (four << 2) | (four << 3) | word_false | (word_false << 1) |
+                              (word_false << 2) | (word_false << 3) | (word_false << 4);
+
+  const std::uint64_t number = local & ~words;
+  const std::uint64_t first = starts & ~(four | word_false);
+  const std::uint64_t digit = m.digit & number;
+  const std::uint64_t minus = m.minus & number;
+  const std::uint64_t plus = m.plus & number;
+  const std::uint64_t point = m.point & number;
+  const std::uint64_t exponent = m.exponent & number;
+  const std::uint64_t sign = minus | plus;
+
+  std::uint64_t bad = number & ~(digit | sign | point | exponent);
+  bad |= first & ~(minus | digit);
+  bad |= minus & ~(first | (exponent << 1));
+  bad |= plus & ~(exponent << 1);
+  bad |= (sign << 1) & ~digit;
+  bad |= (point | exponent) & ~(digit << 1);
+  bad |= (point << 1) & ~digit;
+  bad |= (exponent << 1) & ~(digit | sign);
+  // Adding a mark to its run of atom bytes clears the run from the mark on; a second mark in the run is left set.
+  const std::uint64_t from_point = number & ~(number + point);
+  const std::uint64_t from_exponent = number & ~(number + exponent);
+  bad |= point & ~from_point;
+  bad |= exponent & ~from_exponent;
+  bad |= point & from_exponent;
+  const std::uint64_t integer_start = (first & digit) | ((first & minus) << 1);
+  bad |= ((integer_start & m.zero) << 1) & digit;
+  return bad == 0;
 }
 
 // The grammar over the tokens, and the escapes inside strings. Positions are offsets into the whole text.
@@ -357,7 +437,7 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
       present = (std::uint64_t{1} << left) - 1;
     }
     const Block block(bytes);
-    const JsonBlockMasks m = block.masks();
+    JsonBlockMasks m = block.masks();
 
     // Inside a long string (prose in any script), a block without a quote, a backslash or a control byte is
     // string content from end to end: it is copied whole, with nothing to check.
@@ -379,14 +459,32 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
     if ((m.control & ~blank) != 0) {
       return false;
     }
-    // An atom that continues from the previous block was read there, from its start, to its end.
     const std::uint64_t atoms = ~(m.whitespace | m.structural | m.quote | in_strings);
     const std::uint64_t atom_starts = atoms & ~((atoms << 1) | atom_carry);
+    // An atom that continues from the previous block was judged there, from its start; one that reaches this
+    // block's last byte is judged from its start against the whole text.
+    const std::uint64_t continued = (atoms & ~(atoms + 1)) & (std::uint64_t{0} - atom_carry);
+    const std::uint64_t not_atoms = ~atoms;
+    const std::uint64_t to_next =
+        (atoms >> 63) == 0
+            ? 0
+            : (not_atoms == 0 ? ~std::uint64_t{0} : ~std::uint64_t{0} << (64 - __builtin_clzll(not_atoms)));
     atom_carry = atoms >> 63;
-    for (std::uint64_t bits = atom_starts; bits != 0; bits &= bits - 1) {
-      if (!atom_in_text(text, length, base + lowest_set_bit(bits))) {
+    // Several numbers or literals in the block are checked at once on the bit masks, without a branch per byte;
+    // a single one is read where it starts, which costs less than classifying the block for it.
+    const std::uint64_t local = atoms & ~(continued | to_next);
+    const std::uint64_t local_starts = atom_starts & ~to_next;
+    if ((local_starts & (local_starts - 1)) != 0) {
+      block.atom_masks(m);
+      if (!atoms_well_formed(m, local, local_starts)) {
         return false;
       }
+    } else if (local_starts != 0 && !atom_in_text(text, length, base + lowest_set_bit(local_starts))) {
+      return false;
+    }
+    if (const std::uint64_t edge = atom_starts & to_next;
+        edge != 0 && !atom_in_text(text, length, base + lowest_set_bit(edge))) {
+      return false;
     }
 
     for (std::uint64_t bits = escaped; bits != 0; bits &= bits - 1) {

@@ -78,6 +78,11 @@ class Avx2Block {
     return m;
   }
 
+  void atom_masks(JsonBlockMasks& m) const noexcept {
+    m.digit = gather([&](__m256i v) { return at_most(_mm256_sub_epi8(v, _mm256_set1_epi8('0')), 9); });
+    fill_atom_byte_masks(m, [this](char c) { return equal(c); });
+  }
+
   // One carry-less multiplication by all ones XORs every bit into all the bits above it.
   static std::uint64_t prefix_xor(std::uint64_t bits) noexcept {
     const __m128i product = _mm_clmulepi64_si128(_mm_set_epi64x(0, static_cast<long long>(bits)), _mm_set1_epi8(-1), 0);

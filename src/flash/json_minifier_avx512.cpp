@@ -67,6 +67,11 @@ class Avx512Block {
     return m;
   }
 
+  void atom_masks(JsonBlockMasks& m) const noexcept {
+    m.digit = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(v_, _mm512_set1_epi8('0')), _mm512_set1_epi8(10));
+    fill_atom_byte_masks(m, [this](char c) { return _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8(c)); });
+  }
+
   // One carry-less multiplication by all ones XORs every bit into all the bits above it.
   static std::uint64_t prefix_xor(std::uint64_t bits) noexcept {
     const __m128i product = _mm_clmulepi64_si128(_mm_set_epi64x(0, static_cast<long long>(bits)), _mm_set1_epi8(-1), 0);

@@ -40,6 +40,12 @@ class Sse2Block {
     return m;
   }
 
+  void atom_masks(JsonBlockMasks& m) const noexcept {
+    m.digit = gather([](__m128i v) { return at_most(_mm_sub_epi8(v, _mm_set1_epi8('0')), 9); });
+    fill_atom_byte_masks(
+        m, [this](char c) { return gather([c](__m128i v) { return _mm_cmpeq_epi8(v, _mm_set1_epi8(c)); }); });
+  }
+
   static std::uint64_t prefix_xor(std::uint64_t bits) noexcept { return prefix_xor_by_shifts(bits); }
 
   // Groups of 16 kept bytes are copied whole; mixed groups byte by byte, without branches.
