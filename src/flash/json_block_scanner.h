@@ -4,12 +4,13 @@
 // once per variant with that variant's extensions and stays private to the variant's file.
 //
 // The text is read 64 bytes at a time. A Block classifies its 64 bytes into bit masks (quotes, backslashes,
-// whitespace, the structural bytes { } [ ] , :, control bytes, and the bytes numbers and literals are made of);
-// plain bit arithmetic then finds which bytes are escaped and which lie inside strings, so the whitespace to drop,
-// the start of every token, every escape and the shape of every number and literal are known for the whole block
-// at once. The tokens are then checked against the grammar in order, and the kept bytes are packed to the output
-// by the Block. Whatever the checks cannot vouch for ends the pass with false, and the scalar scanner then gives
-// the verdict, so acceptance here only ever agrees with it.
+// whitespace, the structural bytes { } [ ] , : and control bytes); plain bit arithmetic then finds which bytes are
+// escaped and which lie inside strings, so the whitespace to drop, the start of every token and every escape are
+// known for the whole block at once. A block wholly inside a string with nothing to check is copied as it is. A
+// block holding several numbers or literals is also classified into the bytes they are made of, and their shapes
+// checked at once; a lone one is read where it starts. The tokens are then checked against the grammar in order,
+// and the kept bytes are packed to the output by the Block. Whatever the checks cannot vouch for ends the pass
+// with false, and the scalar scanner then gives the verdict, so acceptance here only ever agrees with it.
 //
 // A Block type provides:
 //   explicit Block(const char* bytes);                  // 64 readable bytes
@@ -424,8 +425,6 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
   std::uint64_t odd_run = 0;
   std::uint64_t in_string = 0;  // all ones while a string continues into the next block
   std::uint64_t atom_carry = 0;
-  constexpr unsigned kAtomDenseShare = 160;
-  unsigned atom_share = 256;
   for (std::size_t base = 0; base < length; base += 64) {
     const char* bytes = text + base;
     std::uint64_t present = ~std::uint64_t{0};
@@ -439,11 +438,6 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
     }
     const Block block(bytes);
     JsonBlockMasks m = block.masks();
-    // Worked out early where nearly every block needs them, so that they overlap the work on the block's strings.
-    const bool atom_dense = atom_share >= kAtomDenseShare;
-    if (atom_dense) {
-      block.atom_masks(m);
-    }
 
     // Inside a long string (prose in any script), a block without a quote, a backslash or a control byte is
     // string content from end to end: it is copied whole, with nothing to check.
@@ -476,19 +470,17 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
             ? 0
             : (not_atoms == 0 ? ~std::uint64_t{0} : ~std::uint64_t{0} << (64 - __builtin_clzll(not_atoms)));
     atom_carry = atoms >> 63;
-    // In prose-heavy text most blocks hold no number or literal and their check is skipped; where most blocks hold
-    // some, skipping the few empty ones would cost more in mispredicted branches than it saves, so the check then
-    // runs on every block. `atom_share` follows the share of recent blocks holding one (out of 256).
+    // Several numbers or literals in the block are checked at once on the bit masks, without a branch per byte;
+    // a single one is read where it starts, which costs less than classifying the block for it.
     const std::uint64_t local = atoms & ~(continued | to_next);
-    const unsigned holds_atoms = local != 0 ? 1u : 0u;
-    atom_share = atom_share - (atom_share >> 3) + (holds_atoms << 5);
-    if (atom_dense || holds_atoms != 0) {
-      if (!atom_dense) {
-        block.atom_masks(m);
-      }
-      if (!atoms_well_formed(m, local, atom_starts & ~to_next)) {
+    const std::uint64_t local_starts = atom_starts & ~to_next;
+    if ((local_starts & (local_starts - 1)) != 0) {
+      block.atom_masks(m);
+      if (!atoms_well_formed(m, local, local_starts)) {
         return false;
       }
+    } else if (local_starts != 0 && !atom_in_text(text, length, base + lowest_set_bit(local_starts))) {
+      return false;
     }
     if (const std::uint64_t edge = atom_starts & to_next;
         edge != 0 && !atom_in_text(text, length, base + lowest_set_bit(edge))) {

@@ -345,9 +345,8 @@ TEST_P(JsonMinifierVariantTest, AgreesOnStringsSpanningWholeBlocks) {
   }
 }
 
-// Long stretches of prose make the fast path skip the check of numbers and literals in blocks holding none, and
-// stretches full of numbers make it check every block; a bad number or literal must be found in either mode and
-// on the switch between them.
+// Numbers and literals, well-formed or not, after long stretches of prose and after long lists of numbers, at
+// every shift against the blocks: each must be judged wherever it starts, also where it runs into the next block.
 TEST_P(JsonMinifierVariantTest, AgreesOnNumbersAndLiteralsAfterLongProseAndAfterLongNumberLists) {
   std::string prose_member;
   for (int i = 0; i < 4; ++i) {
