@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <string>
 #include <string_view>
@@ -25,6 +26,30 @@ namespace tovanel::uvc_stereo::cli {
                                              std::string& error);
 
 [[nodiscard]] bool file_exists(const std::string& path);
+
+// What a path named for an output file holds now, found without creating, opening or
+// removing anything, so that a bad name is refused before any camera is touched.
+enum class OutputPath : std::uint8_t {
+  Free,        ///< nothing is there, and the directory takes a new file
+  Taken,       ///< a file (or a link, even a dangling one) is there
+  Unwritable,  ///< no file can be written there; the reason says why
+};
+struct OutputPathCheck {
+  OutputPath state = OutputPath::Free;
+  std::string reason;  ///< for Unwritable: "No such file or directory", "Is a directory", ...
+};
+// With `replace`, an existing file that can be written is as good as Free.
+[[nodiscard]] OutputPathCheck check_output_path(const std::string& path, bool replace);
+
+// Why the output file `path` is refused, or an empty string when it can be written:
+// "cannot write <what>'<path>': <reason>", or, for an existing file without `replace`,
+// "will not replace <what>'<path>': the file already exists (--force replaces it)".
+[[nodiscard]] std::string output_path_refusal(const std::string& path, bool replace, std::string_view what);
+
+// Writes an output file the user named: created only if nothing is there yet, or, with
+// `replace` (the commands' --force), created or replaced.
+[[nodiscard]] bool write_output_file(const std::string& path, std::string_view content, bool replace,
+                                     std::string& error);
 
 // "uvc-stereo-backup-<label>-<YYYYMMDDTHHMMSSZ>.json": the label is kept to letters, digits,
 // '.', '-' and '_' so that any serial number gives a valid file name on every system.
