@@ -75,6 +75,7 @@ TEST_F(CameraChoice, TheUndoLineOfAFilteredIndexRestoresTheCameraThatWasWritten)
   std::vector<std::string> words = shell_words(undo);
   ASSERT_GE(words.size(), 2u);
   words.erase(words.begin());
+  const WorkingDirectory inside(scratch_.path());  // the undo keeps a backup of its own
   const ToolRun restored = run_tool(words);
   ASSERT_EQ(restored.status, 0) << restored.err;
   EXPECT_EQ(stored_at(2), kOldJson + "\n");
