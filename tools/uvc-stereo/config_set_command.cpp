@@ -1,6 +1,5 @@
 #include <cstdint>
 #include <ctime>
-#include <iterator>
 #include <optional>
 #include <string>
 
@@ -12,10 +11,16 @@
 #include "uvc-stereo/interrupt_deferral.h"
 #include "uvc-stereo/json_diff.h"
 #include "uvc-stereo/json_text.h"
+#include "uvc-stereo/terminal_text.h"
 #include "uvc_stereo/json.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
+
+// The largest configuration the tool reads: the camera's bridge chip addresses its serial
+// flash with three-byte addresses, so no flash user space, and no record in it, reaches 16 MiB.
+// Reading stops there, so that an endless source (/dev/zero, `yes`) fails at once.
+constexpr std::size_t kMaxInputBytes = std::size_t{1} << 24;
 
 CommandSyntax config_set_syntax() {
   CommandSyntax syntax = camera_command_syntax(
@@ -90,19 +95,27 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   // Everything about the new text is settled before any camera is contacted.
   Input input;
   const std::string& source = arguments.positionals().front();
+  BoundedRead input_read = BoundedRead::Read;
+  std::string error;
   if (source == "-") {
     input.name = "standard input";
-    input.text.assign(std::istreambuf_iterator<char>(console.in), std::istreambuf_iterator<char>());
+    input_read = read_stream_at_most(console.in, kMaxInputBytes, input.text);
+    error = "cannot read standard input";
   } else {
     input.name = source;
-    std::string error;
-    if (!read_file(source, input.text, error) && !interrupts.interrupted()) {
-      return report_file_error(error, console);
-    }
+    input_read = read_file_at_most(source, kMaxInputBytes, input.text, error);
   }
   if (interrupts.interrupted()) {
     console.err << "uvc-stereo: interrupted while reading " << input.name << "; nothing was written\n";
     return InterruptDeferral::kExitInterrupted;
+  }
+  if (input_read == BoundedRead::Failed) {
+    return report_file_error(error, console);
+  }
+  if (input_read == BoundedRead::TooLarge) {
+    console.err << "uvc-stereo: InvalidLength: " << terminal_safe(input.name) << " holds more than " << kMaxInputBytes
+                << " bytes, more than the largest configuration record a camera can hold; nothing was written\n";
+    return exit_status_for(ErrorCode::InvalidLength);
   }
   Result<std::string> minified = minify_and_validate_json(input.text);
   if (!minified.ok()) {

@@ -100,23 +100,44 @@ bool can_write(const std::string& path, bool directory) {
 }  // namespace
 
 bool read_file(const std::string& path, std::string& content, std::string& error) {
+  return read_file_at_most(path, content.max_size() - 1, content, error) == BoundedRead::Read;
+}
+
+BoundedRead read_file_at_most(const std::string& path, std::size_t limit, std::string& content, std::string& error) {
   errno = 0;
   const File file(std::fopen(path.c_str(), "rb"));
   if (!file) {
     error = system_error("read", path, errno);
-    return false;
+    return BoundedRead::Failed;
   }
   content.clear();
   char buffer[4096];
   std::size_t got = 0;
-  while ((got = std::fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
+  while (content.size() <= limit && (got = std::fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
     content.append(buffer, got);
+  }
+  if (content.size() > limit) {
+    content.resize(limit + 1);
+    return BoundedRead::TooLarge;
   }
   if (std::ferror(file.get()) != 0) {
     error = system_error("read", path, errno != 0 ? errno : EIO);
-    return false;
+    return BoundedRead::Failed;
   }
-  return true;
+  return BoundedRead::Read;
+}
+
+BoundedRead read_stream_at_most(std::istream& in, std::size_t limit, std::string& content) {
+  content.clear();
+  char buffer[4096];
+  while (content.size() <= limit && in.read(buffer, sizeof(buffer)).gcount() > 0) {
+    content.append(buffer, static_cast<std::size_t>(in.gcount()));
+  }
+  if (content.size() > limit) {
+    content.resize(limit + 1);
+    return BoundedRead::TooLarge;
+  }
+  return in.bad() ? BoundedRead::Failed : BoundedRead::Read;
 }
 
 bool write_file(const std::string& path, std::string_view content, std::string& error) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <istream>
 #include <string>
 #include <string_view>
 
@@ -9,6 +11,18 @@ namespace tovanel::uvc_stereo::cli {
 
 // Reads a whole file as bytes; on failure `error` says why ("cannot read 'x': No such file or directory").
 [[nodiscard]] bool read_file(const std::string& path, std::string& content, std::string& error);
+
+// What became of reading at most a given number of bytes.
+enum class BoundedRead : std::uint8_t {
+  Read,      ///< everything there was, within the limit
+  TooLarge,  ///< more than the limit is there; reading stopped just past it
+  Failed,    ///< the source could not be read
+};
+// Reads the file `path`, or the stream `in`, but never more than `limit` + 1 bytes, so that an
+// endless source (/dev/zero, `yes`) costs no more memory than the largest acceptable one.
+[[nodiscard]] BoundedRead read_file_at_most(const std::string& path, std::size_t limit, std::string& content,
+                                            std::string& error);
+[[nodiscard]] BoundedRead read_stream_at_most(std::istream& in, std::size_t limit, std::string& content);
 
 // Creates or replaces a file with `content`; on failure `error` says why.
 [[nodiscard]] bool write_file(const std::string& path, std::string_view content, std::string& error);

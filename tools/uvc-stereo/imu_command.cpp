@@ -28,6 +28,8 @@ constexpr std::uint64_t kMaxCount = 1000000000;
 constexpr auto kLiveLineInterval = std::chrono::milliseconds(250);
 // Runs of samples the plot keeps: more than the plot has pixel columns, in about 1 MB.
 constexpr std::size_t kPlotBuckets = 2048;
+// Rows of a stream read as fast as the camera answers that are written out together.
+constexpr std::uint64_t kFlushRows = 32;
 
 CommandSyntax imu_syntax() {
   CommandSyntax syntax = camera_command_syntax(
@@ -339,6 +341,12 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
       unshown.reset();
     } else if (readable) {
       unshown = sample;
+    }
+    // Rows that go to a file or a pipe are handed on a batch at a time: all that was read
+    // before the next wait for the camera, or kFlushRows of an unpaced stream. A full disk
+    // or a reader gone is then found within a batch, not a buffer of seconds of rows later.
+    if (!console.out_is_terminal && (period > Clock::duration::zero() || (index + 1) % kFlushRows == 0)) {
+      console.out.flush();
     }
     // Samples nobody can receive are not worth reading: a full disk or a closed pipe ends the stream.
     if (!console.out) {
