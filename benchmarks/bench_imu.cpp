@@ -17,15 +17,15 @@
 #include <vector>
 
 #include "bridge/imu_reader.h"
+#include "bridge/os/host_clock.h"
+#include "bridge/os/pause.h"
 #include "bridge/platform.h"
-#include "bridge/stand_in_library.h"
-#include "core/pause.h"
 #include "imu/imu_payload.h"
 #include "imu/model_table.h"
+#include "support/stand_in_library.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "win/host_clock.h"
 
 namespace {
 

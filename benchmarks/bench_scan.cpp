@@ -11,12 +11,12 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/os/capture_listing.h"
 #include "bridge/platform.h"
-#include "bridge/stand_in_library.h"
 #include "imu/model_table.h"
+#include "support/stand_in_library.h"
 #include "uvc_stereo/device.h"
 #include "win/backend_candidate.h"
-#include "win/capture_listing.h"
 
 namespace {
 

@@ -10,9 +10,10 @@
 
 #include "bridge/backend_matching.h"
 #include "bridge/device_record_text.h"
+#include "bridge/os/capture_listing.h"
 #include "bridge/vendor_status.h"
+#include "core/guard.h"
 #include "imu/model_table.h"
-#include "win/capture_listing.h"
 #include "win/device_path.h"
 
 namespace tovanel::uvc_stereo::win_detail {
@@ -190,16 +191,11 @@ Result<std::vector<EnumeratedDevice>> enumerate_devices(const DeviceScanFilter& 
 }  // namespace
 
 Result<std::vector<EnumeratedDevice>> enumerate_devices_with_active_runtime(const DeviceScanFilter& filter,
-                                                                            bool with_backend_candidates) noexcept {
+                                                                            bool with_backend_candidates) {
   // Callers end the library session right after this returns, so nothing may escape past them; running out of
   // memory while listing becomes the scan's failure instead.
-  try {
-    return enumerate_devices(filter, with_backend_candidates);
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during device enumeration");
-  }
+  return detail::guard_operation("unknown exception during device enumeration",
+                                 [&] { return enumerate_devices(filter, with_backend_candidates); });
 }
 
 }  // namespace tovanel::uvc_stereo::win_detail

@@ -17,8 +17,9 @@ struct EnumeratedDevice {
 
 // Lists the supported cameras the vendor library sees, filtered, in the library's
 // order; with `with_backend_candidates` each also gets its capture-backend indices.
-// The caller holds the vendor lock and has an open library session.
+// The caller holds the vendor lock and has an open library session. Any exception becomes
+// the scan's failure; only a thread's forced unwind passes through.
 [[nodiscard]] Result<std::vector<EnumeratedDevice>> enumerate_devices_with_active_runtime(
-    const DeviceScanFilter& filter, bool with_backend_candidates) noexcept;
+    const DeviceScanFilter& filter, bool with_backend_candidates);
 
 }  // namespace tovanel::uvc_stereo::win_detail

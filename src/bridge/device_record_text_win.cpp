@@ -1,7 +1,7 @@
 #include <string>
 
 #include "bridge/device_record_text.h"
-#include "win/windows_api_win.h"
+#include "bridge/os/windows_api_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

@@ -2,12 +2,11 @@
 
 #include <utility>
 
-#include "bridge/device_resolution.h"
+#include "bridge/os/debug_output.h"
 #include "bridge/vendor_status.h"
 #include "core/format.h"
 #include "flash/firmware_version_text.h"
 #include "uvc_stereo/flash.h"
-#include "win/debug_output.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {
@@ -41,19 +40,12 @@ Status device_not_ready() { return Status(ErrorCode::InternalError, "device hand
 FlashSession::FlashSession(const FlashConfig& config) : config_(config) {}
 
 Status FlashSession::open() {
-  if (!session_.start()) {
-    return session_.start_failure(ErrorCode::DeviceUnavailable);
+  Status opened = camera_.open(config_);
+  if (!opened.ok()) {
+    return opened;
   }
-
-  Result<EnumeratedDevice> resolved = resolve_device_with_active_runtime(config_, false);
-  if (!resolved.ok()) {
-    return resolved.status();
-  }
-  device_ = resolved.value().device;
-  device_ready_ = true;
-
-  if (!SonixCam_GetSerialFlashType(&device_, &flash_type_)) {
-    return make_vendor_status(ErrorCode::DeviceUnavailable, "SonixCam_GetSerialFlashType", &device_);
+  if (!SonixCam_GetSerialFlashType(&camera_.device(), &flash_type_)) {
+    return make_vendor_status(ErrorCode::DeviceUnavailable, "SonixCam_GetSerialFlashType", &camera_.device());
   }
   if (flash_type_ == SonixLib::SF_UNKNOW) {
     return Status(ErrorCode::DeviceUnavailable, "SonixCam_GetSerialFlashType returned SF_UNKNOW");
@@ -71,8 +63,8 @@ Status FlashSession::read_at(std::uint32_t address, std::uint64_t length, std::v
     return Status();
   }
   // The range check bounds the length by the 32-bit user-space size, so it fits the call.
-  if (!SonixCam_CstmReadFromSF(&device_, address, destination.data(), static_cast<std::uint32_t>(length))) {
-    return flash_access_failure(ErrorCode::ReadFailed, "SonixCam_CstmReadFromSF", &device_, address, length);
+  if (!SonixCam_CstmReadFromSF(&camera_.device(), address, destination.data(), static_cast<std::uint32_t>(length))) {
+    return flash_access_failure(ErrorCode::ReadFailed, "SonixCam_CstmReadFromSF", &camera_.device(), address, length);
   }
   return Status();
 }
@@ -91,24 +83,25 @@ Status FlashSession::erase_range(std::uint32_t address, std::uint64_t length) {
   const std::uint64_t last = last_byte - last_byte % sector;
   for (std::uint64_t start = first; start <= last; start += sector) {
     const auto sector_start = static_cast<std::uint32_t>(start);
-    if (!SonixCam_SectorEraseSF(&device_, sector_start, kSectorEraseCommand)) {
+    if (!SonixCam_SectorEraseSF(&camera_.device(), sector_start, kSectorEraseCommand)) {
       // Sectors already erased stay erased: there is no way back, and no retry.
-      return flash_access_failure(ErrorCode::EraseFailed, "SonixCam_SectorEraseSF", &device_, sector_start, sector);
+      return flash_access_failure(ErrorCode::EraseFailed, "SonixCam_SectorEraseSF", &camera_.device(), sector_start,
+                                  sector);
     }
   }
   return Status();
 }
 
 Status FlashSession::disable_write_protection() {
-  if (!device_ready_) {
+  if (!camera_.resolved()) {
     return device_not_ready();
   }
-  if (!SonixCam_SetStatusRegBitWP(&device_, kStatusRegWp[0], kStatusRegWp[1], kStatusRegWp[2], kStatusRegWp[3],
+  if (!SonixCam_SetStatusRegBitWP(&camera_.device(), kStatusRegWp[0], kStatusRegWp[1], kStatusRegWp[2], kStatusRegWp[3],
                                   kStatusRegWp[4], kStatusRegWp[5])) {
-    return make_vendor_status(ErrorCode::WriteFailed, "SonixCam_SetStatusRegBitWP", &device_);
+    return make_vendor_status(ErrorCode::WriteFailed, "SonixCam_SetStatusRegBitWP", &camera_.device());
   }
-  if (!SonixCam_SetWriteProtectedSF(&device_, kWriteProtectA, kWriteProtectB)) {
-    return make_vendor_status(ErrorCode::WriteFailed, "SonixCam_SetWriteProtectedSF", &device_);
+  if (!SonixCam_SetWriteProtectedSF(&camera_.device(), kWriteProtectA, kWriteProtectB)) {
+    return make_vendor_status(ErrorCode::WriteFailed, "SonixCam_SetWriteProtectedSF", &camera_.device());
   }
   return Status();
 }
@@ -131,19 +124,19 @@ Status FlashSession::write_at(std::uint32_t address, const std::vector<std::uint
   }
   // The range check bounds the size by the 32-bit user-space size, so it fits the call.
   const auto length = static_cast<std::uint32_t>(bytes.size());
-  if (!SonixCam_WriteToSF(&device_, address, bytes.data(), length)) {
-    return flash_access_failure(ErrorCode::WriteFailed, "SonixCam_WriteToSF", &device_, address, length);
+  if (!SonixCam_WriteToSF(&camera_.device(), address, bytes.data(), length)) {
+    return flash_access_failure(ErrorCode::WriteFailed, "SonixCam_WriteToSF", &camera_.device(), address, length);
   }
   return Status();
 }
 
 Result<std::string> FlashSession::firmware_version() {
-  if (!device_ready_) {
+  if (!camera_.resolved()) {
     return device_not_ready();
   }
   char buffer[kVersionBufferSize] = {};
-  if (!SonixCam_GetVersion(&device_, buffer, kVersionBufferSize, 0)) {
-    return make_vendor_status(ErrorCode::ReadFailed, "SonixCam_GetVersion", &device_);
+  if (!SonixCam_GetVersion(&camera_.device(), buffer, kVersionBufferSize, 0)) {
+    return make_vendor_status(ErrorCode::ReadFailed, "SonixCam_GetVersion", &camera_.device());
   }
   std::string version = detail::firmware_version_from_buffer(buffer, sizeof(buffer));
   if (version.empty()) {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "bridge/camera_session.h"
 #include "bridge/sonix_camera.h"
-#include "bridge/vendor_session.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/result.h"
 
@@ -13,9 +13,9 @@ namespace tovanel::uvc_stereo::win_detail {
 
 // One vendor session on the camera that a FlashConfig selects, owned by a single flash
 // operation on its stack. Constructing it takes the vendor lock and open() starts the
-// library, both through one vendor::VendorSession, which destroying it closes on every
-// path. Every address and
-// length is checked against the user space before it reaches the flash.
+// library and resolves the camera, both through one vendor::CameraSession, which
+// destroying it closes on every path. Every address and length is checked against the
+// user space before it reaches the flash.
 class FlashSession {
  public:
   explicit FlashSession(const FlashConfig& config);
@@ -46,9 +46,7 @@ class FlashSession {
 
  private:
   FlashConfig config_;
-  vendor::VendorSession session_;
-  bool device_ready_ = false;
-  SonixLib::scDevice_t device_{};
+  vendor::CameraSession camera_;
   SonixLib::SERIAL_FLASH_TYPE flash_type_ = SonixLib::SF_UNKNOW;
 };
 

@@ -1,22 +1,21 @@
-#include "flash/flash_transport.h"
+#include "bridge/flash_transport.h"
 
 #include <cstdint>
 #include <exception>
 #include <vector>
 
 #include "bridge/flash_session.h"
+#include "bridge/os/debug_output.h"
+#include "core/guard.h"
 #include "flash/readback_verify.h"
 #include "flash/record_preview.h"
 #include "flash/write_record.h"
 #include "uvc_stereo/flash.h"
-#include "win/debug_output.h"
 
 // The four flash operations. Each opens its own session on the selected camera, does its
 // work and closes the session again; nothing is thrown to the caller.
 namespace tovanel::uvc_stereo {
 namespace {
-
-Status from_exception(const std::exception& error) { return Status(ErrorCode::InternalError, error.what()); }
 
 Status probe(const FlashConfig& config) {
   win_detail::FlashSession session(config);
@@ -105,45 +104,24 @@ Status write_blob(const FlashConfig& config, const FlashBlob& blob) {
 }  // namespace
 
 Status probe_flash_transport(const FlashConfig& config) {
-  try {
-    return probe(config);
-  } catch (const std::exception& error) {
-    return from_exception(error);
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during flash probe");
-  }
+  return detail::guard_operation("unknown exception during flash probe", [&]() -> Status { return probe(config); });
 }
 
 Result<FlashBlob> read_blob_from_device(const FlashConfig& config) {
-  try {
-    return read_blob(config);
-  } catch (const std::exception& error) {
-    return from_exception(error);
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during flash read");
-  }
+  return detail::guard_operation("unknown exception during flash read",
+                                 [&]() -> Result<FlashBlob> { return read_blob(config); });
 }
 
 Status write_blob_to_device(const FlashConfig& config, const FlashBlob& blob) {
-  try {
-    return write_blob(config, blob);
-  } catch (const std::exception& error) {
-    return from_exception(error);
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during flash write");
-  }
+  return detail::guard_operation("unknown exception during flash write",
+                                 [&]() -> Status { return write_blob(config, blob); });
 }
 
 namespace detail {
 
 Result<std::string> read_firmware_version_from_device(const FlashConfig& config) {
-  try {
-    return firmware_version(config);
-  } catch (const std::exception& error) {
-    return from_exception(error);
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during firmware version read");
-  }
+  return detail::guard_operation("unknown exception during firmware version read",
+                                 [&]() -> Result<std::string> { return firmware_version(config); });
 }
 
 }  // namespace detail

@@ -7,16 +7,15 @@
 #include <utility>
 #include <vector>
 
-#include "bridge/device_resolution.h"
-#include "bridge/device_selector.h"
-#include "bridge/extension_unit.h"
+#include "bridge/camera_session.h"
+#include "bridge/os/host_clock.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_session.h"
 #include "bridge/vendor_status.h"
+#include "core/guard.h"
 #include "imu/imu_payload.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "win/host_clock.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
@@ -58,22 +57,17 @@ class VendorImuReader final : public ImuReader::Impl {
 // Opens `reader` on the camera `device` names, in a session the reader keeps; a failure closes the session.
 Status open_reader_in_session(const DeviceInfo& device, const ImuTransportConfig& transport,
                               std::unique_ptr<ImuReader::Impl>& opened) {
-  vendor::VendorSession session;
-  if (!session.start()) {
-    return session.start_failure(ErrorCode::DeviceUnavailable);
+  vendor::CameraSession camera;
+  Status ready = camera.open(device);
+  if (ready.ok()) {
+    ready = camera.select_extension_unit(transport.xu_unit);
   }
-  const FlashConfig config = make_device_selector_config(device);
-  Result<win_detail::EnumeratedDevice> resolved = win_detail::resolve_device_with_active_runtime(config, false);
-  if (!resolved.ok()) {
-    return resolved.status();
+  if (!ready.ok()) {
+    return ready;
   }
-  SonixLib::scDevice_t handle = resolved.value().device;
-  if (!SonixCam_SetNodeID(&handle, transport.xu_unit, vendor::kExtensionUnitGuid.data())) {
-    return win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_SetNodeID", &handle);
-  }
-  auto reader = std::make_unique<VendorImuReader>(handle, transport);
+  auto reader = std::make_unique<VendorImuReader>(camera.device(), transport);
   // From here the reader owns the library session and ends it when destroyed.
-  reader->keep(session.keep_library_session());
+  reader->keep(camera.keep_library_session());
   opened = std::move(reader);
   return Status();
 }
@@ -102,18 +96,14 @@ Result<ImuReader> open_imu_platform(const DeviceInfo& device, const ImuTransport
     return Status(ErrorCode::InvalidArgument, "invalid IMU transport configuration");
   }
 
-  try {
+  return guard_operation("unknown exception during Windows IMU open", [&]() -> Result<ImuReader> {
     std::unique_ptr<ImuReader::Impl> opened;
     Status status = open_reader_in_session(device, transport, opened);
     if (!status.ok()) {
       return status;
     }
     return ImuReader(std::move(opened));
-  } catch (const std::exception& error) {
-    return Status(ErrorCode::InternalError, error.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during Windows IMU open");
-  }
+  });
 }
 
 }  // namespace tovanel::uvc_stereo::detail

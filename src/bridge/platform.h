@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/platform_table.h"
+#include "bridge/platform_table.h"
 
 // The one way to replace the platform under the SDK: the vendor library, the capture
 // listings, the Windows system calls, the pauses, the JSON minifier's form and the Linux

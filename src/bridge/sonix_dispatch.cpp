@@ -1,7 +1,7 @@
 // The SonixCam_* operations, forwarded to the active backend.
+#include "bridge/platform_table.h"
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_backend.h"
-#include "core/platform_table.h"
 
 namespace tovanel::uvc_stereo::vendor {
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "core/guard.h"
 #include "uvc_stereo/result.h"
 #include "uvc_stereo/uvc_stereo_c.h"
 
@@ -19,17 +20,21 @@ namespace tovanel::uvc_stereo::c_api {
 // returned as it is and leaves the last failure alone.
 uvc_stereo_error_t fail(const Status& status) noexcept;
 
-// Runs `body` (returning a Status), and reports what it returns or throws.
+// Runs `body` (returning a Status), and reports what it returns or throws. Nothing escapes to
+// the C caller but a thread's forced unwind (pthread_exit in a hook), which must reach the
+// thread's start.
 template <typename Body>
-uvc_stereo_error_t guarded(const char* function, Body&& body) noexcept {
-  try {
-    const Status status = body();
-    return status.ok() ? UVC_STEREO_OK : fail(status);
-  } catch (const std::exception& failure) {
-    return fail(Status(ErrorCode::InternalError, failure.what()));
-  } catch (...) {
-    return fail(Status(ErrorCode::InternalError, std::string("unknown exception in ") + function));
-  }
+uvc_stereo_error_t guarded(const char* function, Body&& body) {
+  return detail::catch_failures(
+      [&] {
+        const Status status = body();
+        return status.ok() ? UVC_STEREO_OK : fail(status);
+      },
+      [function](const std::exception* failure) {
+        return fail(failure != nullptr
+                        ? Status(ErrorCode::InternalError, failure->what())
+                        : Status(ErrorCode::InternalError, std::string("unknown exception in ") + function));
+      });
 }
 
 // A required argument that is missing is refused with "<function>: <name> is null".

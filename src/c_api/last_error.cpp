@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "core/guard.h"
+
 namespace tovanel::uvc_stereo::c_api {
 namespace {
 
@@ -21,11 +23,9 @@ LastFailure& last_failure() noexcept {
 void remember_failure(const Status& status) noexcept {
   LastFailure& failure = last_failure();
   failure.code = static_cast<uvc_stereo_error_t>(status.code());
-  try {
-    failure.message = status.message();
-  } catch (...) {
-    failure.message.clear();
-  }
+  // Only running out of memory can stop the copy; the code alone is then remembered.
+  detail::catch_failures([&] { failure.message = status.message(); },
+                         [&](const std::exception*) { failure.message.clear(); });
 }
 
 uvc_stereo_error_t last_failure_code() noexcept { return last_failure().code; }

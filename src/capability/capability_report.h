@@ -6,6 +6,7 @@
 #include <exception>
 #include <utility>
 
+#include "core/guard.h"
 #include "uvc_stereo/capability.h"
 #include "uvc_stereo/result.h"
 
@@ -22,13 +23,8 @@ inline constexpr std::size_t kCapabilityReportSize = 64;
 // own text, anything else gets the step's fixed text. Kept visible so the guard itself can be exercised.
 template <typename Step>
 [[nodiscard]] Status guard_imu_model_step(Step&& step) {
-  try {
-    return std::forward<Step>(step)();
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception while parsing capability IMU model");
-  }
+  return guard_operation("unknown exception while parsing capability IMU model",
+                         [&]() -> Status { return std::forward<Step>(step)(); });
 }
 
 }  // namespace tovanel::uvc_stereo::detail

@@ -3,6 +3,7 @@
 #include <exception>
 #include <utility>
 
+#include "core/guard.h"
 #include "device/capability_not_supported.h"
 #include "device/device_impl.h"
 #include "device/flash_json.h"
@@ -75,31 +76,23 @@ bool Device::has_flash_transport() const noexcept { return (transport_flags() & 
 bool Device::has_imu_transport() const noexcept { return (transport_flags() & kTransportImu) != 0; }
 
 Result<ReadJsonResult> Device::read_json() {
-  try {
+  return detail::guard_operation("unknown exception during flash JSON read", [&]() -> Result<ReadJsonResult> {
     Status allowed = check_flash_json_access(impl_.get());
     if (!allowed.ok()) {
       return allowed;
     }
     return detail::read_flash_json(impl_->flash_config);
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during flash JSON read");
-  }
+  });
 }
 
 Status Device::write_json(std::string_view json) {
-  try {
+  return detail::guard_operation("unknown exception during flash JSON write", [&]() -> Status {
     Status allowed = check_flash_json_access(impl_.get());
     if (!allowed.ok()) {
       return allowed;
     }
     return detail::write_flash_json(impl_->flash_config, json);
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during flash JSON write");
-  }
+  });
 }
 
 }  // namespace tovanel::uvc_stereo

@@ -3,9 +3,10 @@
 #include <utility>
 
 #include "bridge/imu_reader.h"
+#include "core/guard.h"
 #include "device/capability_not_supported.h"
 #include "device/device_impl.h"
-#include "imu/firmware_gate.h"
+#include "device/firmware_gate.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/imu.h"
 
@@ -17,7 +18,7 @@ Status device_closed() { return Status(ErrorCode::InvalidArgument, "device is cl
 }  // namespace
 
 Status Device::open_imu() {
-  try {
+  return detail::guard_operation("unknown exception during device IMU open", [&]() -> Status {
     if (!impl_) {
       return device_closed();
     }
@@ -39,15 +40,11 @@ Status Device::open_imu() {
     // Stays set after close_imu: it records that this device's IMU transport has been proven once.
     impl_->transport_flags |= kTransportImu;
     return Status();
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during device IMU open");
-  }
+  });
 }
 
 Result<ReadImuResult> Device::read_imu() {
-  try {
+  return detail::guard_operation("unknown exception during device IMU read", [&]() -> Result<ReadImuResult> {
     if (!impl_) {
       return device_closed();
     }
@@ -56,56 +53,41 @@ Result<ReadImuResult> Device::read_imu() {
     }
     // A reader without its state refuses the read itself, with "IMU reader is closed or moved-from".
     return impl_->imu_reader->read();
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during device IMU read");
-  }
+  });
 }
 
 Status Device::close_imu() {
-  try {
+  return detail::guard_operation("unknown exception during device IMU close", [&]() -> Status {
     if (!impl_) {
       return device_closed();
     }
     // Destroying the reader ends its vendor session.
     impl_->imu_reader.reset();
     return Status();
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during device IMU close");
-  }
+  });
 }
 
 Result<ImuConversionOptions> Device::imu_conversion_options() const {
-  try {
-    if (!impl_) {
-      return device_closed();
-    }
-    if (!impl_->has_imu) {
-      return detail::capability_not_supported("IMU");
-    }
-    return impl_->imu_options;
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during IMU conversion options query");
-  }
+  return detail::guard_operation("unknown exception during IMU conversion options query",
+                                 [&]() -> Result<ImuConversionOptions> {
+                                   if (!impl_) {
+                                     return device_closed();
+                                   }
+                                   if (!impl_->has_imu) {
+                                     return detail::capability_not_supported("IMU");
+                                   }
+                                   return impl_->imu_options;
+                                 });
 }
 
 Result<ConvertedImuResult> Device::convert_imu(const ReadImuResult& raw) const {
-  try {
+  return detail::guard_operation("unknown exception during device IMU conversion", [&]() -> Result<ConvertedImuResult> {
     Result<ImuConversionOptions> options = imu_conversion_options();
     if (!options.ok()) {
       return options.status();
     }
     return uvc_stereo::convert_imu(raw, options.value());
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during device IMU conversion");
-  }
+  });
 }
 
 }  // namespace tovanel::uvc_stereo

@@ -1,4 +1,4 @@
-#include "flash/flash_transport.h"
+#include "bridge/flash_transport.h"
 #include "uvc_stereo/flash.h"
 
 namespace tovanel::uvc_stereo {

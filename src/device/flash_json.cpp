@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/pause.h"
+#include "bridge/os/pause.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/json.h"
 

@@ -6,6 +6,7 @@
 #include "bridge/capability_probe.h"
 #include "bridge/device_selector.h"
 #include "capability/capability_probe_result.h"
+#include "core/guard.h"
 #include "device/capability_not_supported.h"
 #include "device/device_impl.h"
 #include "device/flash_json.h"
@@ -103,7 +104,7 @@ Status prove_required_capabilities(Device::Impl& impl, std::uint32_t required) {
 }  // namespace
 
 Result<Device> open_device(const DeviceInfo& device, const OpenDeviceOptions& options) {
-  try {
+  return detail::guard_operation("unknown exception during device open", [&]() -> Result<Device> {
     if (options.required_capabilities > kKnownCapabilityBits) {
       return Status(ErrorCode::InvalidArgument, "open_device required_capabilities contains unknown bits");
     }
@@ -135,11 +136,7 @@ Result<Device> open_device(const DeviceInfo& device, const OpenDeviceOptions& op
       return proven;
     }
     return Device(std::move(impl));
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during device open");
-  }
+  });
 }
 
 Result<Device> open_device(const DeviceInfo& device) { return open_device(device, OpenDeviceOptions{}); }

@@ -2,18 +2,14 @@
 #include <vector>
 
 #include "bridge/camera_scan.h"
+#include "core/guard.h"
 #include "uvc_stereo/device.h"
 
 namespace tovanel::uvc_stereo {
 
 Result<std::vector<DeviceInfo>> scan_devices(const DeviceScanFilter& filter) {
-  try {
-    return vendor::scan_cameras(filter);
-  } catch (const std::exception& e) {
-    return Status(ErrorCode::InternalError, e.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during device scan");
-  }
+  return detail::guard_operation("unknown exception during device scan",
+                                 [&]() -> Result<std::vector<DeviceInfo>> { return vendor::scan_cameras(filter); });
 }
 
 Result<std::vector<DeviceInfo>> scan_devices() { return scan_devices(DeviceScanFilter{}); }

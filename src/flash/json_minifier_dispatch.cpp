@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "core/cpu_features.h"
-#include "core/platform_table.h"
 #include "flash/json_minifier_variants.h"
 #include "uvc_stereo/json.h"
 
@@ -46,6 +45,9 @@ const JsonMinifierVariant& choose() noexcept {
 // Chosen while the library loads; a call from another library's static initialiser before that chooses for itself.
 std::atomic<const JsonMinifierVariant*> g_active{&choose()};
 
+// The form a test or benchmark put in use; null while the processor's choice applies.
+std::atomic<const JsonMinifierVariant*> g_chosen{nullptr};
+
 }  // namespace
 
 void append_json_output(std::string& out, const char* bytes, std::size_t count) { out.append(bytes, count); }
@@ -55,11 +57,15 @@ JsonMinifierVariantList json_minifier_variants() noexcept {
 }
 
 const JsonMinifierVariant& active_json_minifier_variant() noexcept {
-  if (const JsonMinifierVariant* chosen = installed_platform().json_minifier; chosen != nullptr) {
+  if (const JsonMinifierVariant* chosen = g_chosen.load(std::memory_order_acquire); chosen != nullptr) {
     return *chosen;
   }
   const JsonMinifierVariant* active = g_active.load(std::memory_order_relaxed);
   return active != nullptr ? *active : choose();
+}
+
+void choose_json_minifier_variant(const JsonMinifierVariant* variant) noexcept {
+  g_chosen.store(variant, std::memory_order_release);
 }
 
 Result<std::string> minify_and_validate_json_with(const JsonMinifierVariant& variant, std::string_view json) {

@@ -33,10 +33,14 @@ struct JsonMinifierVariantList {
   const JsonMinifierVariant* end;
 };
 
-// Every form in this build, the scalar reference first. The one in use is the platform table's json_minifier
-// entry when installed, else the last one this processor supports.
+// Every form in this build, the scalar reference first. The one in use is the form chosen by
+// choose_json_minifier_variant when one is, else the last one this processor supports.
 [[nodiscard]] JsonMinifierVariantList json_minifier_variants() noexcept;
 [[nodiscard]] const JsonMinifierVariant& active_json_minifier_variant() noexcept;
+
+// Puts `variant` in use in place of the processor's choice; null gives the choice back. The platform table's
+// json_minifier entry is handed on here whenever the table changes, so this layer never reads the table itself.
+void choose_json_minifier_variant(const JsonMinifierVariant* variant) noexcept;
 
 // minify_and_validate_json with a chosen form.
 [[nodiscard]] Result<std::string> minify_and_validate_json_with(const JsonMinifierVariant& variant,

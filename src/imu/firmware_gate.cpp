@@ -1,20 +1,21 @@
 #include "imu/firmware_gate.h"
 
-#include <chrono>
-
-#include "core/pause.h"
-#include "flash/flash_transport.h"
 #include "imu/firmware_version.h"
 #include "imu/model_table.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
 
-constexpr std::chrono::milliseconds kSettleAfterVersionRead{200};
-
 Status imu_refused() { return Status(ErrorCode::NotSupported, "IMU is not supported on this device"); }
 
 }  // namespace
+
+ImuFirmwareRule imu_firmware_rule(std::uint16_t vendor_id, std::uint16_t product_id) noexcept {
+  if (const SupportedModel* model = find_supported_model(vendor_id, product_id)) {
+    return ImuFirmwareRule{model->required_version, model->disabling_version};
+  }
+  return ImuFirmwareRule{};
+}
 
 Status judge_imu_firmware(std::string_view required, std::string_view disabling, const Result<std::string>& firmware) {
   if (!firmware.ok()) {
@@ -30,23 +31,6 @@ Status judge_imu_firmware(std::string_view required, std::string_view disabling,
     return imu_refused();
   }
   return Status();
-}
-
-Status ensure_imu_supported_by_firmware(const DeviceInfo& device, const FlashConfig& config) {
-  std::string_view required;
-  std::string_view disabling;
-  if (const SupportedModel* model = find_supported_model(device.vendor_id, device.product_id)) {
-    required = model->required_version;
-    disabling = model->disabling_version;
-  }
-  if (required.empty() && disabling.empty()) {
-    return Status();
-  }
-
-  const Result<std::string> firmware = read_firmware_version_from_device(config);
-  // The camera needs the pause after the version read whatever it answered, before its IMU is addressed.
-  pause_for(kSettleAfterVersionRead);
-  return judge_imu_firmware(required, disabling, firmware);
 }
 
 }  // namespace tovanel::uvc_stereo::detail

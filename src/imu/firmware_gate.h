@@ -1,22 +1,29 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "uvc_stereo/flash_config.h"
-#include "uvc_stereo/records.h"
 #include "uvc_stereo/result.h"
 
 namespace tovanel::uvc_stereo::detail {
 
-// Decides from the camera's model and firmware version whether its IMU may be used. Models without a version rule
-// pass without any device contact; the others have their firmware version read through `config` and are then
-// given 200 ms to settle before the IMU transport is opened. The only failure is NotSupported,
-// "IMU is not supported on this device".
-[[nodiscard]] Status ensure_imu_supported_by_firmware(const DeviceInfo& device, const FlashConfig& config);
+/// The firmware version rules of one camera model: the exact build its IMU requires and the build that disables
+/// it, each empty when the model has no such rule.
+struct ImuFirmwareRule {
+  std::string_view required;
+  std::string_view disabling;
 
-// The verdict for one model's version rules and the outcome of its firmware version read. A failed read refuses
-// the IMU only when an exact version is required; the read's own status never surfaces.
+  /// Whether the camera's firmware version must be read before its IMU may be used.
+  [[nodiscard]] bool needs_version() const noexcept { return !required.empty() || !disabling.empty(); }
+};
+
+/// The rules of the model `vendor_id`:`product_id`; both empty for a model the table does not know.
+[[nodiscard]] ImuFirmwareRule imu_firmware_rule(std::uint16_t vendor_id, std::uint16_t product_id) noexcept;
+
+/// The verdict for one model's version rules and the outcome of its firmware version read. A failed read refuses
+/// the IMU only when an exact version is required; the read's own status never surfaces. The only failure is
+/// NotSupported, "IMU is not supported on this device".
 [[nodiscard]] Status judge_imu_firmware(std::string_view required, std::string_view disabling,
                                         const Result<std::string>& firmware);
 

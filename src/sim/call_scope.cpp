@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "bridge/process_lock.h"
+#include "core/guard.h"
 #include "sim/device_record.h"
 
 namespace tovanel::uvc_stereo::sim {
@@ -60,11 +61,8 @@ void VendorCallScope::run_call_hooks() {
   access_.release_state();
   bool threw = false;
   for (const std::function<void(const VendorCall&)>& run : matching) {
-    try {
-      run(so_far);
-    } catch (...) {
-      threw = true;
-    }
+    // A hook that ends its thread (pthread_exit) unwinds past here with the state let go, as the thread asked.
+    detail::catch_failures([&] { run(so_far); }, [&](const std::exception*) { threw = true; });
   }
   access_.retake_state();
   if (threw) {

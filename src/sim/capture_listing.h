@@ -1,6 +1,6 @@
 #pragma once
 
-#include "win/capture_listing.h"
+#include "bridge/os/capture_listing.h"
 
 namespace tovanel::uvc_stereo::sim {
 

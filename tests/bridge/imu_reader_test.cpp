@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "bridge/capability_probe.h"
+#include "bridge/os/host_clock.h"
 #include "bridge/process_lock.h"
 #include "bridge/vendor_backend.h"
 #include "capability/capability_report_encoder.h"
@@ -21,7 +22,6 @@
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
 #include "vendor_backend_override.h"
-#include "win/host_clock.h"
 #include "xu_rig_fixture.h"
 
 namespace tovanel::uvc_stereo::detail {

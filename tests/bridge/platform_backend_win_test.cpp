@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
+#include "bridge/os/windows_api_win.h"
 #include "bridge/vendor_backend.h"
 #include "bridge/vendor_status.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "win/windows_api_win.h"
 
 // This program is built without SonixCamera.dll beside it or on the search path, as on a
 // machine where the camera vendor's library was never installed.

@@ -1,4 +1,4 @@
-#include "bridge/stand_in_library.h"
+#include "support/stand_in_library.h"
 
 #include <gtest/gtest.h>
 

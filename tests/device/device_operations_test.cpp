@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/os/pause.h"
 #include "bridge/platform.h"
 #include "capability/capability_report_encoder.h"
-#include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "bridge/os/pause.h"
 #include "bridge/platform.h"
 #include "bridge/process_lock.h"
-#include "core/pause.h"
 #include "imu/model_table.h"
 #include "support/call_views.h"
 #include "support/flash_records.h"

@@ -1,4 +1,4 @@
-#include "imu/firmware_gate.h"
+#include "device/firmware_gate.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +7,7 @@
 
 #include "bridge/device_selector.h"
 #include "device/device_rig_support.h"
+#include "imu/firmware_gate.h"
 #include "imu/model_table.h"
 #include "uvc_stereo/device.h"
 

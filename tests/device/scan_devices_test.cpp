@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "bridge/os/capture_listing.h"
 #include "bridge/platform.h"
 #include "bridge/process_lock.h"
 #include "imu/model_table.h"
@@ -23,7 +24,6 @@
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
-#include "win/capture_listing.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

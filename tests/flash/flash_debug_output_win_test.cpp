@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "bridge/os/debug_output.h"
+#include "bridge/os/windows_api_win.h"
 #include "flash_rig_support.h"
 #include "uvc_stereo/flash.h"
-#include "win/debug_output.h"
-#include "win/windows_api_win.h"
 
 // The flash failure texts as a debugger sees them: OutputDebugStringA announces each text
 // to a debugger by raising DBG_PRINTEXCEPTION_C with the text's length and address, which

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "bridge/flash_transport.h"
 #include "bridge/platform.h"
 #include "bridge/process_lock.h"
 #include "bridge/vendor_backend.h"
-#include "flash/flash_transport.h"
 #include "flash_rig_support.h"
 #include "uvc_stereo/flash.h"
 

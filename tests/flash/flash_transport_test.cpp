@@ -1,4 +1,4 @@
-#include "flash/flash_transport.h"
+#include "bridge/flash_transport.h"
 
 #include <gtest/gtest.h>
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "bridge/os/windows_api_win.h"
 #include "flash/small_stack_thread.h"
-#include "win/windows_api_win.h"
 
 namespace tovanel::uvc_stereo::test_support {
 namespace {

@@ -1,4 +1,4 @@
-#include "win/host_clock.h"
+#include "bridge/os/host_clock.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "win/host_clock.h"
-#include "win/windows_api_win.h"
+#include "bridge/os/host_clock.h"
+#include "bridge/os/windows_api_win.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {

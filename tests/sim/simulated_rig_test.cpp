@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "bridge/os/capture_listing.h"
 #include "bridge/vendor_backend.h"
 #include "simulated_rig_fixture.h"
 #include "support/rig_checks.h"
-#include "win/capture_listing.h"
 
 namespace tovanel::uvc_stereo::sim {
 namespace {

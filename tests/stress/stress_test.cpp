@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/os/pause.h"
 #include "bridge/platform.h"
-#include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "stress/call_audit.h"
 #include "stress/watchdog.h"

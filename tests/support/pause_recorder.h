@@ -5,8 +5,8 @@
 #include <mutex>
 #include <vector>
 
+#include "bridge/os/pause.h"
 #include "bridge/platform.h"
-#include "core/pause.h"
 #include "uvc_stereo/simulated_rig.h"
 
 // The settling pauses the SDK asks for, observed without being spent.

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "bridge/flash_transport.h"
 #include "flash/flash_rig_support.h"
-#include "flash/flash_transport.h"
 #include "sweeps/fault_sweep.h"
 #include "sweeps/sweep_rig.h"
 #include "uvc_stereo/flash.h"

@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/os/pause.h"
 #include "bridge/platform.h"
 #include "bridge/vendor_backend_override.h"
-#include "core/pause.h"
 #include "device/device_rig_support.h"
 #include "flash/flash_rig_support.h"
 #include "support/call_views.h"

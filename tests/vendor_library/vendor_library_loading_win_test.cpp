@@ -14,10 +14,10 @@
 #include <string>
 #include <vector>
 
+#include "bridge/os/windows_api_win.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/flash_config.h"
-#include "win/windows_api_win.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

@@ -1,4 +1,4 @@
-#include "win/com_start_win.h"
+#include "bridge/os/com_start_win.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <thread>
 #include <vector>
 
+#include "bridge/os/capture_listing.h"
 #include "counting_capture_calls_win.h"
 #include "fake_capture_system_win.h"
-#include "win/capture_listing.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {

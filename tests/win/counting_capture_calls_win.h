@@ -8,8 +8,8 @@
 #include <optional>
 #include <vector>
 
+#include "bridge/os/capture_system_calls_win.h"
 #include "bridge/platform.h"
-#include "win/capture_system_calls_win.h"
 
 namespace tovanel::uvc_stereo::win_testing {
 

@@ -6,12 +6,12 @@
 #include <thread>
 #include <vector>
 
+#include "bridge/os/debug_output.h"
 #include "support/rig_cameras.h"
 #include "uvc_stereo/diagnostics.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/simulated_rig.h"
-#include "win/debug_output.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

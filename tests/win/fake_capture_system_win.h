@@ -16,8 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/os/capture_system_calls_win.h"
 #include "bridge/platform.h"
-#include "win/capture_system_calls_win.h"
 // After the Windows headers, which it needs.
 #include <mferror.h>
 

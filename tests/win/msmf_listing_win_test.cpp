@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "bridge/os/capture_listing.h"
 #include "fake_capture_system_win.h"
-#include "win/capture_listing.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {

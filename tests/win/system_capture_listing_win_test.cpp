@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "bridge/os/capture_listing.h"
 #include "bridge/platform.h"
 #include "counting_capture_calls_win.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
-#include "win/capture_listing.h"
 
 // The listings against this system's own DirectShow and Media Foundation. A DirectShow
 // video-input device is made to appear the way virtual cameras do it: a filter entry in

@@ -1,4 +1,4 @@
-#include "win/wide_text_win.h"
+#include "bridge/os/wide_text_win.h"
 
 #include <gtest/gtest.h>
 

@@ -332,23 +332,28 @@ bool linux_set_status_reg_bit_wp(SonixLib::scDevice_t*, std::uint8_t, std::uint8
   return no_vendor_library();
 }
 
-constexpr VendorBackend kLinuxBackend = {
-    "Linux UVC",
-    linux_init,
-    linux_uninit,
-    linux_enum_cameras,
-    linux_get_error_code,
-    linux_get_dev_descriptor,
-    linux_set_node_id,
-    linux_xu_read,
-    linux_get_version,
-    linux_get_serial_flash_type,
-    linux_read_flash,
-    linux_write_flash,
-    linux_sector_erase,
-    linux_set_write_protected,
-    linux_set_status_reg_bit_wp,
-};
+constexpr VendorBackend linux_backend() {
+  VendorBackend table;
+  table.name = "Linux UVC";
+  table.init = linux_init;
+  table.uninit = linux_uninit;
+  table.enum_cameras = linux_enum_cameras;
+  table.get_error_code = linux_get_error_code;
+  table.get_dev_descriptor = linux_get_dev_descriptor;
+  table.set_node_id = linux_set_node_id;
+  table.xu_read = linux_xu_read;
+  table.get_version = linux_get_version;
+  table.get_serial_flash_type = linux_get_serial_flash_type;
+  table.read_flash = linux_read_flash;
+  table.write_flash = linux_write_flash;
+  table.sector_erase = linux_sector_erase;
+  table.set_write_protected = linux_set_write_protected;
+  table.set_status_reg_bit_wp = linux_set_status_reg_bit_wp;
+  return table;
+}
+
+constexpr VendorBackend kLinuxBackend = linux_backend();
+static_assert(complete_vendor_backend(kLinuxBackend));
 
 }  // namespace
 

@@ -3,7 +3,7 @@
 
 #include "bridge/backends/linux_sysfs.h"
 #include "bridge/linux_kernel.h"
-#include "win/capture_listing.h"
+#include "bridge/os/capture_listing.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

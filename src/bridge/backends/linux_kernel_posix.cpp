@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include "bridge/linux_kernel.h"
-#include "core/platform_table.h"
+#include "bridge/platform_table.h"
 
 namespace tovanel::uvc_stereo::vendor {
 namespace {

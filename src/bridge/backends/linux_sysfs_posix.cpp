@@ -8,7 +8,7 @@
 
 #include "bridge/backends/linux_sysfs.h"
 #include "bridge/backends/linux_uvc_ioctl.h"
-#include "win/debug_output.h"
+#include "bridge/os/debug_output.h"
 
 namespace tovanel::uvc_stereo::vendor {
 namespace {

@@ -36,11 +36,28 @@ bool fail_status_reg(SonixLib::scDevice_t*, std::uint8_t, std::uint8_t, std::uin
   return false;
 }
 
-constexpr VendorBackend kUnavailable = {
-    "unavailable",   fail_init,  fail_uninit, fail_enum,    report_lib_init_fail,
-    fail_descriptor, fail_node,  fail_xu,     fail_version, fail_flash_type,
-    fail_read,       fail_write, fail_erase,  fail_protect, fail_status_reg,
-};
+constexpr VendorBackend unavailable_backend() {
+  VendorBackend table;
+  table.name = "unavailable";
+  table.init = fail_init;
+  table.uninit = fail_uninit;
+  table.enum_cameras = fail_enum;
+  table.get_error_code = report_lib_init_fail;
+  table.get_dev_descriptor = fail_descriptor;
+  table.set_node_id = fail_node;
+  table.xu_read = fail_xu;
+  table.get_version = fail_version;
+  table.get_serial_flash_type = fail_flash_type;
+  table.read_flash = fail_read;
+  table.write_flash = fail_write;
+  table.sector_erase = fail_erase;
+  table.set_write_protected = fail_protect;
+  table.set_status_reg_bit_wp = fail_status_reg;
+  return table;
+}
+
+constexpr VendorBackend kUnavailable = unavailable_backend();
+static_assert(complete_vendor_backend(kUnavailable));
 
 }  // namespace
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "win/windows_headers_win.h"
+#include "bridge/os/windows_headers_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

@@ -4,7 +4,7 @@
 // and with it COM, OLE automation, DirectShow and Media Foundation.
 // <windows.h> comes first: the others need its types.
 // clang-format off
-#include "win/windows_api_win.h"
+#include "bridge/os/windows_api_win.h"
 #include <objbase.h>
 #include <oleauto.h>
 #include <strmif.h>

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "win/host_clock.h"
+#include "bridge/os/host_clock.h"
 
 namespace tovanel::uvc_stereo::detail {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "win/windows_headers_win.h"
+#include "bridge/os/windows_headers_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

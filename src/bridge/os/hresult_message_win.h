@@ -1,7 +1,7 @@
 #pragma once
 
+#include "bridge/os/windows_headers_win.h"
 #include "uvc_stereo/result.h"
-#include "win/windows_headers_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

@@ -1,8 +1,8 @@
 #include <mutex>
 #include <new>
 
+#include "bridge/os/debug_output.h"
 #include "uvc_stereo/diagnostics.h"
-#include "win/debug_output.h"
 
 namespace tovanel::uvc_stereo {
 namespace {

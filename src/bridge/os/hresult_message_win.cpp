@@ -1,4 +1,4 @@
-#include "win/hresult_message_win.h"
+#include "bridge/os/hresult_message_win.h"
 
 #include <cstdint>
 

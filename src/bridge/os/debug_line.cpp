@@ -1,4 +1,4 @@
-#include "win/debug_output.h"
+#include "bridge/os/debug_output.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

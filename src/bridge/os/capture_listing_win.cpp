@@ -6,13 +6,14 @@
 #include <utility>
 #include <vector>
 
-#include "win/capture_listing.h"
-#include "win/capture_system_calls_win.h"
-#include "win/com_ref_win.h"
-#include "win/com_start_win.h"
-#include "win/hresult_message_win.h"
-#include "win/property_bag_text_win.h"
-#include "win/wide_text_win.h"
+#include "bridge/os/capture_listing.h"
+#include "bridge/os/capture_system_calls_win.h"
+#include "bridge/os/com_ref_win.h"
+#include "bridge/os/com_start_win.h"
+#include "bridge/os/hresult_message_win.h"
+#include "bridge/os/property_bag_text_win.h"
+#include "bridge/os/wide_text_win.h"
+#include "core/guard.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {
@@ -182,23 +183,13 @@ Result<Candidates> list_msmf() {
 }  // namespace
 
 Result<std::vector<WinOpenCvCameraCandidate>> enumerate_dshow_backend_candidates() {
-  try {
-    return list_dshow();
-  } catch (const std::exception& failure) {
-    return Status(ErrorCode::InternalError, failure.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during DSHOW backend enumeration");
-  }
+  return detail::guard_operation("unknown exception during DSHOW backend enumeration",
+                                 [&]() -> Result<std::vector<WinOpenCvCameraCandidate>> { return list_dshow(); });
 }
 
 Result<std::vector<WinOpenCvCameraCandidate>> enumerate_msmf_backend_candidates() {
-  try {
-    return list_msmf();
-  } catch (const std::exception& failure) {
-    return Status(ErrorCode::InternalError, failure.what());
-  } catch (...) {
-    return Status(ErrorCode::InternalError, "unknown exception during MSMF backend enumeration");
-  }
+  return detail::guard_operation("unknown exception during MSMF backend enumeration",
+                                 [&]() -> Result<std::vector<WinOpenCvCameraCandidate>> { return list_msmf(); });
 }
 
 // V4L2 is Linux's capture interface; Windows lists no device through it.

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "win/debug_output.h"
+#include "bridge/os/debug_output.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

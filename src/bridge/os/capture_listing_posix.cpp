@@ -1,4 +1,4 @@
-#include "win/capture_listing.h"
+#include "bridge/os/capture_listing.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

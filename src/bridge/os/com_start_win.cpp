@@ -1,6 +1,6 @@
-#include "win/com_start_win.h"
+#include "bridge/os/com_start_win.h"
 
-#include "win/hresult_message_win.h"
+#include "bridge/os/hresult_message_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "bridge/os/capture_system_calls_win.h"
 #include "uvc_stereo/result.h"
-#include "win/capture_system_calls_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

@@ -5,9 +5,9 @@
 // The platform under the SDK, as one table of replaceable operations. Each entry is a
 // pointer to an immutable object owned by whoever installed it; null means "the
 // platform's own" (the vendor library on Windows, the running kernel on Linux, real
-// sleeps, the JSON form chosen for this processor). The table lives in the bottom
-// layer so that the pure layers can read the two entries they need (the pause and the
-// JSON form) without knowing the bridge; the other entries' types stay opaque here.
+// sleeps, the JSON form chosen for this processor). The table belongs to the platform
+// layer: the pure layers never read it (the JSON minifier is handed its entry whenever
+// the table changes), and the entries' types stay opaque here.
 //
 // Entries are replaced only through vendor::PlatformOverride (bridge/platform.h),
 // which layers a partial table over the current one for as long as it lives.

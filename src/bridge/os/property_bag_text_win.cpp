@@ -1,7 +1,7 @@
-#include "win/property_bag_text_win.h"
+#include "bridge/os/property_bag_text_win.h"
 
-#include "win/capture_system_calls_win.h"
-#include "win/wide_text_win.h"
+#include "bridge/os/capture_system_calls_win.h"
+#include "bridge/os/wide_text_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {

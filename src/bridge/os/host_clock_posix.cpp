@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "win/host_clock.h"
+#include "bridge/os/host_clock.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {

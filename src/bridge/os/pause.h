@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "core/platform_table.h"
+#include "bridge/platform_table.h"
 
 namespace tovanel::uvc_stereo::detail {
 

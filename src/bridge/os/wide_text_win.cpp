@@ -1,8 +1,8 @@
-#include "win/wide_text_win.h"
+#include "bridge/os/wide_text_win.h"
 
 #include <cstddef>
 
-#include "win/capture_system_calls_win.h"
+#include "bridge/os/capture_system_calls_win.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 

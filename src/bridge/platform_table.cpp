@@ -1,8 +1,10 @@
-#include "core/platform_table.h"
+#include "bridge/platform_table.h"
 
 #include <atomic>
 #include <mutex>
 #include <new>
+
+#include "flash/json_minifier_variants.h"
 
 namespace tovanel::uvc_stereo::detail {
 namespace {
@@ -52,6 +54,8 @@ void publish(LayerStack& s) noexcept {
   out.pause.store(newest_entry(s.newest, &PlatformTable::pause), std::memory_order_release);
   out.json_minifier.store(newest_entry(s.newest, &PlatformTable::json_minifier), std::memory_order_release);
   out.linux_kernel.store(newest_entry(s.newest, &PlatformTable::linux_kernel), std::memory_order_release);
+  // The minifier lives below this table and keeps its own copy of the entry.
+  choose_json_minifier_variant(out.json_minifier.load(std::memory_order_relaxed));
 }
 
 }  // namespace

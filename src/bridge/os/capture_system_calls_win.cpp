@@ -1,6 +1,6 @@
-#include "win/capture_system_calls_win.h"
+#include "bridge/os/capture_system_calls_win.h"
 
-#include "core/platform_table.h"
+#include "bridge/platform_table.h"
 
 namespace tovanel::uvc_stereo::win_detail {
 namespace {

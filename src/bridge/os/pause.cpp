@@ -1,4 +1,4 @@
-#include "core/pause.h"
+#include "bridge/os/pause.h"
 
 #include <thread>
 

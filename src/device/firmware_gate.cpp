@@ -1,0 +1,28 @@
+#include "device/firmware_gate.h"
+
+#include <chrono>
+#include <string>
+
+#include "bridge/flash_transport.h"
+#include "bridge/os/pause.h"
+#include "imu/firmware_gate.h"
+
+namespace tovanel::uvc_stereo::detail {
+namespace {
+
+constexpr std::chrono::milliseconds kSettleAfterVersionRead{200};
+
+}  // namespace
+
+Status ensure_imu_supported_by_firmware(const DeviceInfo& device, const FlashConfig& config) {
+  const ImuFirmwareRule rule = imu_firmware_rule(device.vendor_id, device.product_id);
+  if (!rule.needs_version()) {
+    return Status();
+  }
+  const Result<std::string> firmware = read_firmware_version_from_device(config);
+  // The camera needs the pause after the version read whatever it answered, before its IMU is addressed.
+  pause_for(kSettleAfterVersionRead);
+  return judge_imu_firmware(rule.required, rule.disabling, firmware);
+}
+
+}  // namespace tovanel::uvc_stereo::detail
