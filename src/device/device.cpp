@@ -9,9 +9,13 @@
 #include "device/flash_json.h"
 
 namespace tovanel::uvc_stereo {
-namespace {
+namespace detail {
 
 Status device_closed() { return Status(ErrorCode::InvalidArgument, "device is closed or moved-from"); }
+
+}  // namespace detail
+
+namespace {
 
 Status imu_blocks_flash_json() {
   return Status(ErrorCode::InvalidArgument, "IMU must be closed before flash JSON access");
@@ -20,7 +24,7 @@ Status imu_blocks_flash_json() {
 // Flash JSON access needs an open device, a closed IMU and a flash, checked in this order.
 Status check_flash_json_access(const Device::Impl* impl) {
   if (impl == nullptr) {
-    return device_closed();
+    return detail::device_closed();
   }
   if (impl->imu_reader != nullptr) {
     return imu_blocks_flash_json();

@@ -7,6 +7,7 @@
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/records.h"
+#include "uvc_stereo/result.h"
 
 namespace tovanel::uvc_stereo {
 
@@ -24,4 +25,11 @@ struct Device::Impl {
   std::unique_ptr<detail::ImuReader> imu_reader;  ///< the open IMU reader; null until open_imu
 };
 
+namespace detail {
+
+/// What every operation on a closed or moved-from Device fails with: InvalidArgument, "device is closed or
+/// moved-from".
+[[nodiscard]] Status device_closed();
+
+}  // namespace detail
 }  // namespace tovanel::uvc_stereo

@@ -11,16 +11,10 @@
 #include "uvc_stereo/imu.h"
 
 namespace tovanel::uvc_stereo {
-namespace {
-
-Status device_closed() { return Status(ErrorCode::InvalidArgument, "device is closed or moved-from"); }
-
-}  // namespace
-
 Status Device::open_imu() {
   return detail::guard_operation("unknown exception during device IMU open", [&]() -> Status {
     if (!impl_) {
-      return device_closed();
+      return detail::device_closed();
     }
     if (impl_->imu_reader != nullptr) {
       return Status();
@@ -46,7 +40,7 @@ Status Device::open_imu() {
 Result<ReadImuResult> Device::read_imu() {
   return detail::guard_operation("unknown exception during device IMU read", [&]() -> Result<ReadImuResult> {
     if (!impl_) {
-      return device_closed();
+      return detail::device_closed();
     }
     if (impl_->imu_reader == nullptr) {
       return Status(ErrorCode::InvalidArgument, "IMU is not open");
@@ -59,7 +53,7 @@ Result<ReadImuResult> Device::read_imu() {
 Status Device::close_imu() {
   return detail::guard_operation("unknown exception during device IMU close", [&]() -> Status {
     if (!impl_) {
-      return device_closed();
+      return detail::device_closed();
     }
     // Destroying the reader ends its vendor session.
     impl_->imu_reader.reset();
@@ -71,7 +65,7 @@ Result<ImuConversionOptions> Device::imu_conversion_options() const {
   return detail::guard_operation("unknown exception during IMU conversion options query",
                                  [&]() -> Result<ImuConversionOptions> {
                                    if (!impl_) {
-                                     return device_closed();
+                                     return detail::device_closed();
                                    }
                                    if (!impl_->has_imu) {
                                      return detail::capability_not_supported("IMU");

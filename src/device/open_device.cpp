@@ -27,15 +27,6 @@ constexpr std::uint32_t kLegacyUserSpaceSize = 4096;
 
 Status invalid_vid_pid() { return Status(ErrorCode::InvalidArgument, "selected device has invalid vid/pid"); }
 
-// The flash configuration that addresses exactly this camera, by its vid/pid, path and serial number, never by
-// whatever camera happens to enumerate first.
-Result<FlashConfig> derive_flash_config(const DeviceInfo& device) {
-  if (device.vendor_id == 0 || device.product_id == 0) {
-    return invalid_vid_pid();
-  }
-  return detail::make_device_selector_config(device);
-}
-
 void settle_legacy_capabilities(Device::Impl& impl) {
   impl.capability.source = CapabilitySource::Fallback;
   impl.capability.report.reset();
@@ -114,17 +105,15 @@ Result<Device> open_device(const DeviceInfo& device, const OpenDeviceOptions& op
     if (detail::find_supported_model(device.vendor_id, device.product_id) == nullptr) {
       return Status(ErrorCode::NotSupported, "selected device vid/pid is not in the scan whitelist");
     }
-    Result<FlashConfig> derived = derive_flash_config(device);
-    if (!derived.ok()) {
-      return derived.status();
-    }
 
     // A camera that cannot be asked, or answers nothing usable, is opened with the legacy defaults.
     detail::XuCapabilityProbeResult probe = detail::probe_xu_capability(device);
 
     auto impl = std::make_unique<Device::Impl>();
     impl->info = device;
-    impl->flash_config = std::move(derived).value();
+    // Addresses exactly this camera, by its vid/pid, path and serial number, never by whatever camera happens to
+    // enumerate first.
+    impl->flash_config = detail::make_device_selector_config(device);
     if (probe.legacy_fallback || !probe.report.has_value()) {
       settle_legacy_capabilities(*impl);
     } else {

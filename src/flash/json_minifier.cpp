@@ -63,6 +63,12 @@ class JsonScanner {
     }
   }
 
+  // Skips whitespace; false when the text ends before more of the document.
+  [[nodiscard]] bool skip_whitespace_to_more() noexcept {
+    skip_whitespace();
+    return !at_end();
+  }
+
   void copy_byte() {
     out_.push_back(*cur_);
     ++cur_;
@@ -121,11 +127,7 @@ class JsonScanner {
 
   [[nodiscard]] bool open_array(bool& opened) {
     copy_byte();
-    if (at_end()) {
-      return false;
-    }
-    skip_whitespace();
-    if (at_end()) {
+    if (!skip_whitespace_to_more()) {
       return false;
     }
     if (*cur_ == ']') {
@@ -139,8 +141,7 @@ class JsonScanner {
 
   [[nodiscard]] bool open_object(bool& opened) {
     copy_byte();
-    skip_whitespace();
-    if (at_end()) {
+    if (!skip_whitespace_to_more()) {
       return false;
     }
     if (*cur_ == '}') {
@@ -175,11 +176,7 @@ class JsonScanner {
   // Runs after an element of the innermost open container: either closes that container (which completes a value
   // one level up) or consumes the separating comma and sets `next_element`.
   [[nodiscard]] bool scan_after_element(bool& next_element) {
-    if (at_end()) {
-      return false;
-    }
-    skip_whitespace();
-    if (at_end()) {
+    if (!skip_whitespace_to_more()) {
       return false;
     }
     const bool in_object = open_.back() == kObjectLevel;
@@ -192,11 +189,7 @@ class JsonScanner {
       return false;
     }
     copy_byte();
-    if (at_end()) {
-      return false;
-    }
-    skip_whitespace();
-    if (at_end()) {
+    if (!skip_whitespace_to_more()) {
       return false;
     }
     if (in_object && !scan_key_and_colon()) {

@@ -20,8 +20,9 @@ inline constexpr std::uint8_t kImuStatusReadFailed = 0xF2;
 // can decode its reusable buffer; a successful decode allocates nothing. A null `data` counts as no bytes.
 [[nodiscard]] Result<ReadImuResult> decode_imu_payload(const std::uint8_t* data, std::size_t length);
 
-// Writes the payload the device would send for `sample` (the host timestamp is not part of it and the counter
-// keeps its low 20 bits). A temperature whose high byte is a status value is written as it stands.
+// Writes the payload the device would send for `sample`, as the simulated rig's IMU does (the host timestamp is
+// not part of it and the counter keeps its low 20 bits). A temperature whose high byte is a status value is
+// written as it stands.
 void encode_imu_payload(const ReadImuResult& sample, std::array<std::uint8_t, kImuPayloadSize>& out);
 
 }  // namespace tovanel::uvc_stereo::detail

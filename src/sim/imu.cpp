@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "imu/imu_payload.h"
+
 namespace tovanel::uvc_stereo::sim {
 namespace {
 
@@ -23,12 +25,6 @@ std::int16_t to_counts(double value) {
   const double rounded = std::round(value);
   return static_cast<std::int16_t>(std::clamp(rounded, static_cast<double>(std::numeric_limits<std::int16_t>::min()),
                                               static_cast<double>(std::numeric_limits<std::int16_t>::max())));
-}
-
-void store_be16(std::uint8_t* out, std::int16_t value) {
-  const auto bits = static_cast<std::uint16_t>(value);
-  out[0] = static_cast<std::uint8_t>(bits >> 8);
-  out[1] = static_cast<std::uint8_t>(bits & 0xFFu);
 }
 
 }  // namespace
@@ -62,17 +58,18 @@ ImuPayload SimulatedImuGenerator::next_sample() {
   }
   const double temperature = (config_.temperature_c - kTemperatureOffsetC) * kTemperatureCountsPerC + noise(2);
 
+  // The camera's own encoding of a sample, the one the SDK decodes; the noise is drawn in the order of the bytes.
+  ReadImuResult sample;
+  sample.sample_counter = counter_;
+  sample.temperature_raw = to_counts(temperature);
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    sample.accel_raw[axis] = to_counts(accel[axis] + noise(4));
+  }
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    sample.gyro_raw[axis] = to_counts(gyro[axis] + noise(2));
+  }
   ImuPayload payload{};
-  store_be16(&payload[0], to_counts(temperature));
-  for (int axis = 0; axis < 3; ++axis) {
-    store_be16(&payload[2 + 2 * axis], to_counts(accel[axis] + noise(4)));
-  }
-  for (int axis = 0; axis < 3; ++axis) {
-    store_be16(&payload[8 + 2 * axis], to_counts(gyro[axis] + noise(2)));
-  }
-  payload[14] = static_cast<std::uint8_t>((counter_ >> 8) & 0xFFu);
-  payload[15] = static_cast<std::uint8_t>(counter_ & 0xFFu);
-  payload[16] = static_cast<std::uint8_t>((counter_ >> 16) & 0x0Fu);
+  detail::encode_imu_payload(sample, payload);
 
   counter_ = (counter_ + config_.counter_step) & kCounterMask;
   ++samples_;

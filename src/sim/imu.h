@@ -3,13 +3,13 @@
 #include <array>
 #include <cstdint>
 
+#include "imu/imu_payload.h"
 #include "uvc_stereo/simulated_rig.h"
 
 namespace tovanel::uvc_stereo::sim {
 
 // The bytes of one IMU sample as the camera's extension unit sends them.
-inline constexpr std::size_t kImuPayloadSize = 17;
-using ImuPayload = std::array<std::uint8_t, kImuPayloadSize>;
+using ImuPayload = std::array<std::uint8_t, detail::kImuPayloadSize>;
 
 // Produces the sample stream of one simulated IMU: repeatable for a given seed, with
 // values a real sensor would give (about 1 g, small rates, noise of a few counts).
