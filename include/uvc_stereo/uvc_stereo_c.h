@@ -770,6 +770,142 @@ UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_string_list_free(uvc_stereo_str
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_open_sessions(const uvc_stereo_rig_t* rig,
                                                                                  int32_t* sessions);
 
+/* ------------------------------------------------------------------------------------ */
+/* IMU streams                                                                          */
+/* ------------------------------------------------------------------------------------ */
+
+/** A stream of IMU samples over an open device, pulled by the caller (the library starts
+ * no thread): every sample the camera took is delivered at most once, in the order taken,
+ * the ones no read saw are counted, and each carries the time it was taken on the host's
+ * monotonic clock (CLOCK_MONOTONIC on Linux, the performance counter on Windows: the
+ * clocks V4L2 and Media Foundation stamp video frames with). Nothing is allocated per
+ * sample. The device must outlive the stream and keep its IMU open. Use one stream from
+ * one thread at a time. */
+typedef struct uvc_stereo_imu_stream_t uvc_stereo_imu_stream_t;
+
+/** How a stream reads. */
+typedef struct uvc_stereo_imu_stream_options_t {
+  uint32_t struct_size;        /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  double nominal_rate_hz;      /**< the IMU's rate by its own clock, for the clock error; 0: the usual rate nearest */
+  double reads_per_sample;     /**< reads per sample period the stream paces itself to, at least 1 (default 3) */
+  double max_reads_per_second; /**< the caller's limit on reads per second; 0 for none */
+} uvc_stereo_imu_stream_options_t;
+
+/** Fills `options` with the defaults (0, 3, 0). Set struct_size first. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
+uvc_stereo_imu_stream_options_defaults(uvc_stereo_imu_stream_options_t* options);
+
+/** One sample as a stream delivers it. */
+typedef struct uvc_stereo_imu_stream_sample_t {
+  uint32_t struct_size;              /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  uint32_t counter;                  /**< the raw 20-bit counter */
+  uint64_t sample_index;             /**< continuous across wraps; grows by 1 + missed_before, restarts included */
+  uint32_t segment;                  /**< restarts of the camera seen before this sample */
+  bool restarted;                    /**< the first sample after a restart */
+  uint64_t missed_before;            /**< samples taken just before this one that no read saw */
+  uint64_t host_time_ns;             /**< when it was taken, host monotonic clock; strictly increasing */
+  uint64_t host_time_uncertainty_ns; /**< the reads bound that time to host_time_ns plus or minus this (all ones: not
+                                        yet, for the first sample) */
+  uint64_t read_time_ns;             /**< the middle of the read that delivered it */
+  uvc_stereo_imu_sample_t raw;       /**< as uvc_stereo_device_read_imu gives it (stamped read_time_ns) */
+  uvc_stereo_imu_converted_t converted; /**< in physical units, stamped host_time_ns */
+} uvc_stereo_imu_stream_sample_t;
+
+/** What a stream has done so far. */
+typedef struct uvc_stereo_imu_stream_statistics_t {
+  uint32_t struct_size;            /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  uint64_t samples_delivered;      /**< samples handed to the caller */
+  uint64_t duplicate_reads;        /**< reads that answered the sample already delivered */
+  uint64_t samples_missed;         /**< sum of missed_before */
+  uint64_t restarts;               /**< times the camera restarted (its counter went back) */
+  uint64_t reads;                  /**< failed ones included */
+  uint64_t failed_reads;           /**< reads that failed */
+  double rate_hz;                  /**< by the host's clock; 0 until two samples were seen */
+  double nominal_rate_hz;          /**< what the clock error is measured against */
+  double clock_error_ppm;          /**< how much faster (positive) the camera's clock runs than the host's */
+  uint64_t read_latency_min_ns;    /**< the fastest read, in nanoseconds */
+  uint64_t read_latency_median_ns; /**< within about 3% */
+  uint64_t read_latency_p99_ns;    /**< within about 3% */
+  uint64_t read_latency_max_ns;    /**< the slowest read, in nanoseconds */
+} uvc_stereo_imu_stream_statistics_t;
+
+/** Opens a stream over `device`'s IMU, opening the IMU when it is not open. `options` may
+ * be null for the defaults. The new stream is freed with uvc_stereo_imu_stream_free. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_open(
+    uvc_stereo_device_t* device, const uvc_stereo_imu_stream_options_t* options, uvc_stereo_imu_stream_t** stream);
+
+/** Reads up to `count` new samples into the caller's array, waiting at most `timeout_ns`
+ * nanoseconds: returns once `count` were read, when the next paced read would begin after
+ * the deadline (UVC_STEREO_OK with fewer samples), or when a read fails. samples[0]'s
+ * struct_size must be set and is taken as the size of every element (the array's stride),
+ * so a program built against a newer header still works. *samples_read is set in every
+ * case: the samples before a failure are valid. After a failure the stream stays open and
+ * the next read continues the same timeline. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_read(uvc_stereo_imu_stream_t* stream,
+                                                                               uvc_stereo_imu_stream_sample_t* samples,
+                                                                               size_t count, uint64_t timeout_ns,
+                                                                               size_t* samples_read);
+
+/** The stream's counts, rate, clock error and read latencies. Set struct_size first. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
+uvc_stereo_imu_stream_statistics(const uvc_stereo_imu_stream_t* stream, uvc_stereo_imu_stream_statistics_t* statistics);
+
+/** Null is harmless. Leaves the device's IMU open. */
+UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_imu_stream_free(uvc_stereo_imu_stream_t* stream);
+
+/** How a simulated IMU lives in time: it samples at its own rate on its own oscillator, a
+ * read answers the newest sample taken before the request reached the camera, and each
+ * read takes a transfer time with jitter and stalls drawn from `seed`. */
+typedef struct uvc_stereo_rig_imu_timing_t {
+  uint32_t struct_size;     /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  double rate_hz;           /**< samples per second on the camera's oscillator (default 200) */
+  double clock_error_ppm;   /**< how much faster (positive) it runs than the host's clock */
+  uint64_t latency_min_ns;  /**< shortest transfer of a read (default 0.2 ms) */
+  uint64_t latency_max_ns;  /**< longest transfer outside stalls (default 2 ms) */
+  double stall_probability; /**< share of reads that stall (default 0) */
+  uint64_t stall_min_ns;    /**< default 5 ms */
+  uint64_t stall_max_ns;    /**< default 20 ms */
+  uint32_t seed;            /**< seed of the latency jitter and stalls, so runs are repeatable */
+} uvc_stereo_rig_imu_timing_t;
+
+/** Fills `timing` with the defaults. Set struct_size first. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
+uvc_stereo_rig_imu_timing_defaults(uvc_stereo_rig_imu_timing_t* timing);
+
+/** From now on the camera's IMU samples in time, its counter starting afresh at its first
+ * counter, as if just plugged in. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
+uvc_stereo_rig_set_imu_timing(uvc_stereo_rig_t* rig, int32_t camera, const uvc_stereo_rig_imu_timing_t* timing);
+
+/** The camera's timed IMU restarts now: its counter goes back to 0. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_restart_imu(uvc_stereo_rig_t* rig, int32_t camera);
+
+/** Virtual time from now on: the host clock the SDK stamps and paces IMU reads by is the
+ * rig's own, starting at `start_ns`; only reads (by their transfer), waits and pauses (at
+ * once) and uvc_stereo_rig_advance_time move it, so hours of IMU stream in seconds. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_use_virtual_time(uvc_stereo_rig_t* rig,
+                                                                                    uint64_t start_ns);
+/** The host clock the rig lives by (virtual, else the platform's monotonic clock). */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_now_ns(const uvc_stereo_rig_t* rig,
+                                                                          uint64_t* now_ns);
+/** Moves virtual time forward (nothing in real time). */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_advance_time(uvc_stereo_rig_t* rig, uint64_t ns);
+
+/** The truth about one sample a timed IMU answered a read with. */
+typedef struct uvc_stereo_rig_imu_truth_t {
+  uint32_t struct_size;   /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  uint32_t counter;       /**< the 20-bit counter it carried */
+  uint32_t segment;       /**< restarts before it */
+  uint64_t sample_number; /**< samples since the camera (re)started, before it */
+  uint64_t taken_ns;      /**< when it was taken, on the host clock */
+} uvc_stereo_rig_imu_truth_t;
+
+/** Moves up to `capacity` of the oldest samples the camera's timed IMU answered reads with
+ * (each distinct one once, in order) into `truth` (every element's struct_size set) and
+ * sets *count; the rest wait for the next call. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_take_imu_truth(uvc_stereo_rig_t* rig, int32_t camera,
+                                                                                  uvc_stereo_rig_imu_truth_t* truth,
+                                                                                  size_t capacity, size_t* count);
 /** Creates a rig whose cameras live in `directory` (UTF-8; made, without cameras, when it
  * does not exist yet) and installs it as uvc_stereo_rig_create does. Each camera's
  * identity, plugged state and flash contents are files there: what one program writes the
