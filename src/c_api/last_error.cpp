@@ -1,8 +1,7 @@
 #include "c_api/last_error.h"
 
+#include <exception>
 #include <string>
-
-#include "core/guard.h"
 
 namespace tovanel::uvc_stereo::c_api {
 namespace {
@@ -23,9 +22,13 @@ LastFailure& last_failure() noexcept {
 void remember_failure(const Status& status) noexcept {
   LastFailure& failure = last_failure();
   failure.code = static_cast<uvc_stereo_error_t>(status.code());
-  // Only running out of memory can stop the copy; the code alone is then remembered.
-  detail::catch_failures([&] { failure.message = status.message(); },
-                         [&](const std::exception*) { failure.message.clear(); });
+  // Only the string's own failures (out of memory) can stop the copy, and no hook or thread end runs in it; the
+  // code alone is then remembered.
+  try {
+    failure.message = status.message();
+  } catch (const std::exception&) {
+    failure.message.clear();
+  }
 }
 
 uvc_stereo_error_t last_failure_code() noexcept { return last_failure().code; }

@@ -3,12 +3,12 @@
 // SDK statically), then by name through the system's search. It is looked for once, on the
 // first vendor call, and never unloaded. Without it every operation behaves as on a
 // machine without the library: SonixCam_Init fails with "ecLibInitFail".
+#include <exception>
 #include <optional>
 #include <string>
 
 #include "bridge/os/windows_api_win.h"
 #include "bridge/vendor_backend.h"
-#include "core/guard.h"
 
 namespace tovanel::uvc_stereo::vendor {
 namespace {
@@ -97,21 +97,21 @@ std::optional<VendorBackend> try_library(HMODULE library) {
 }
 
 std::optional<VendorBackend> load_vendor_library() noexcept {
-  // Only the path strings can fail (out of memory); the library then counts as absent.
-  return detail::catch_failures(
-      []() -> std::optional<VendorBackend> {
-        // Looking beside the SDK first keeps the library that was shipped with it ahead of any
-        // other copy on the search path; its own dependencies are then found beside it too.
-        const std::wstring beside = library_beside_this_module();
-        if (!beside.empty()) {
-          if (std::optional<VendorBackend> table =
-                  try_library(LoadLibraryExW(beside.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH))) {
-            return table;
-          }
-        }
-        return try_library(LoadLibraryW(kLibraryName));
-      },
-      [](const std::exception*) -> std::optional<VendorBackend> { return std::nullopt; });
+  try {
+    // Looking beside the SDK first keeps the library that was shipped with it ahead of any
+    // other copy on the search path; its own dependencies are then found beside it too.
+    const std::wstring beside = library_beside_this_module();
+    if (!beside.empty()) {
+      if (std::optional<VendorBackend> table =
+              try_library(LoadLibraryExW(beside.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH))) {
+        return table;
+      }
+    }
+    return try_library(LoadLibraryW(kLibraryName));
+  } catch (const std::exception&) {
+    // Only the path strings can fail (out of memory); the library then counts as absent.
+    return std::nullopt;
+  }
 }
 
 }  // namespace
