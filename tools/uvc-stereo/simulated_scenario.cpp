@@ -125,14 +125,14 @@ Status populate_simulated_scenario(sim::SimulatedRig& rig) {
 
   sim::SimulatedCamera reporting =
       scenario_camera(models[kReportingModelRow], "7&1a2b3c4d&0&0000", "Tovanel Stereo Camera S2", scenario[0],
-                      "V2.4.1-260311", sim::SimulatedImu{sim::ImuMotion::AtRest, 4096, 1, 34.25, 7});
+                      "V2.4.1-260311", sim::SimulatedImu{sim::ImuMotion::AtRest, 4096, 1, 34.25, 7, std::nullopt});
   reporting.user_space_address = scenario[0].user_space_address;
   reporting.user_space_size = scenario[0].user_space_size;
   reporting.capability = scenario_capability_report();
 
-  const sim::SimulatedCamera legacy =
-      scenario_camera(models[kLegacyModelRow], "7&2f4e6a1b&0&0000", "Tovanel Stereo Camera S1", scenario[1],
-                      "V1.3.0-251120", sim::SimulatedImu{sim::ImuMotion::Moving, kLegacyFirstCounter, 1, 29.5, 11});
+  const sim::SimulatedCamera legacy = scenario_camera(
+      models[kLegacyModelRow], "7&2f4e6a1b&0&0000", "Tovanel Stereo Camera S1", scenario[1], "V1.3.0-251120",
+      sim::SimulatedImu{sim::ImuMotion::Moving, kLegacyFirstCounter, 1, 29.5, 11, std::nullopt});
 
   // A rig kept in a directory that already holds the scenario keeps its cameras and what their flash holds.
   const bool fresh = rig.camera_count() == 0;
