@@ -12,6 +12,7 @@ SelectedCamera camera(const std::string& serial, std::size_t index) {
   selected.info.serial_number = serial;
   selected.index = index;
   selected.count = index + 1;
+  selected.serial_unique = !serial.empty();
   return selected;
 }
 

@@ -63,39 +63,6 @@ TEST_F(ConfigSetInterrupt, AnInterruptBeforeTheCameraIsTouchedWritesNothing) {
   }
 }
 
-// The words a POSIX shell makes of a pasted command line: spaces split, '...' quotes.
-std::vector<std::string> shell_words(const std::string& line) {
-  std::vector<std::string> words;
-  std::optional<std::string> word;
-  bool quoted = false;
-  for (std::size_t at = 0; at < line.size(); ++at) {
-    const char c = line[at];
-    if (quoted) {
-      if (c == '\'') {
-        quoted = false;
-      } else {
-        *word += c;
-      }
-    } else if (c == '\'') {
-      quoted = true;
-      word = word.value_or("");
-    } else if (c == '\\' && at + 1 < line.size()) {
-      word = word.value_or("") + line[++at];
-    } else if (c == ' ') {
-      if (word) {
-        words.push_back(*word);
-      }
-      word.reset();
-    } else {
-      word = word.value_or("") + c;
-    }
-  }
-  if (word) {
-    words.push_back(*word);
-  }
-  return words;
-}
-
 const std::string kNewJson = R"({"name":"changed","baseline_mm":60.5})";
 
 class ConfigSetInterruptDuringWrite : public ScenarioTest {

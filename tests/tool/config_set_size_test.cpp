@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <sstream>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -97,6 +99,51 @@ TEST_F(ConfigSetSize, AHugeFileIsRefusedWithoutPrintingIt) {
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(count_of(run.err, "\n"), 1u);
   EXPECT_FALSE(flash_was_changed());
+}
+
+}  // namespace
+}  // namespace tovanel::uvc_stereo::tool_testing
+
+namespace tovanel::uvc_stereo::tool_testing {
+namespace {
+
+constexpr std::size_t kLargestInput = std::size_t{1} << 24;
+
+// An input that never ends, as `yes |` gives one.
+class EndlessInput : public std::streambuf {
+ protected:
+  int_type underflow() override {
+    setg(line_, line_, line_ + 2);
+    return traits_type::to_int_type(line_[0]);
+  }
+
+ private:
+  char line_[2] = {'y', '\n'};
+};
+
+class ConfigSetInputSize : public ScenarioTest {};
+
+TEST_F(ConfigSetInputSize, EndlessStandardInputStopsAtTheLargestRecordACameraCanHold) {
+  EndlessInput endless;
+  std::istream in(&endless);
+  std::ostringstream out;
+  std::ostringstream err;
+  cli::Console console{in, out, err, false};
+  EXPECT_EQ(cli::run_cli({"config", "set", "--index", "0", "-"}, console), 20);
+  EXPECT_EQ(err.str(),
+            "uvc-stereo: InvalidLength: standard input holds more than 16777216 bytes, more than the largest "
+            "configuration record a camera can hold; nothing was written\n");
+  EXPECT_TRUE(rig_.calls().empty());
+}
+
+TEST_F(ConfigSetInputSize, AnInputOfExactlyTheLargestSizeIsReadWholeAndOneByteMoreIsNot) {
+  const std::string document = "{\"a\":1}";
+  const std::string padded = document + std::string(kLargestInput - document.size(), ' ');
+  const ToolRun fits = run_tool({"config", "set", "--index", "0", "--dry-run", "-"}, padded);
+  EXPECT_EQ(fits.status, 0) << fits.err;
+  const ToolRun over = run_tool({"config", "set", "--index", "0", "--dry-run", "-"}, padded + " ");
+  EXPECT_EQ(over.status, 20) << over.err;
+  EXPECT_NE(over.err.find("standard input holds more than 16777216 bytes"), std::string::npos) << over.err;
 }
 
 }  // namespace

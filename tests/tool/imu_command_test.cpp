@@ -172,9 +172,9 @@ TEST_F(ImuCommand, AnExistingPlotIsReplacedOnlyWhenTheStreamHasSamples) {
   const ScratchDirectory scratch;
   const std::string plot = scratch.write("imu.svg", "an earlier plot");
   rig_.queue_imu_status(kReportingCamera, 0xF2);
-  EXPECT_EQ(run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0", "--plot", plot}).status, 14);
+  EXPECT_EQ(run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0", "--plot", plot, "--force"}).status, 14);
   EXPECT_EQ(scratch.read(plot), "an earlier plot");
-  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0", "--plot", plot});
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0", "--plot", plot, "--force"});
   ASSERT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(svg_problem(scratch.read(plot)), "");
 }

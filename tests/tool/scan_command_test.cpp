@@ -38,7 +38,7 @@ TEST_F(ScanCommand, JsonCarriesEveryFieldOfEveryCamera) {
   EXPECT_EQ(first["index"].number(), 0);
   EXPECT_EQ(first["vendor_id"].number(), 0x0C45);
   EXPECT_EQ(first["product_id"].number(), 0x6368);
-  EXPECT_EQ(first["vidpid"].string(), "0c45:6368");
+  EXPECT_EQ(first["vidpid"].string(), "0c456368");
   EXPECT_EQ(first["serial_number"].string(), "TVS2-00417");
   EXPECT_EQ(first["friendly_name"].string(), "Tovanel Stereo Camera S2");
   EXPECT_EQ(first["descriptor_text"].string(), "Tovanel Imaging");

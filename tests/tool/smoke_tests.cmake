@@ -40,6 +40,16 @@ if(NOT WIN32)
       COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/tool/imu_stops_on_signal.sh $<TARGET_FILE:uvc-stereo>
               ${CMAKE_CURRENT_BINARY_DIR}/imu_stops_on_sig${signal} ${signal})
   endforeach()
+  # A reader that goes away (`| head`) ends an endless stream, and its plot is still written.
+  add_test(NAME uvc_stereo_smoke_imu_plot_reader_gone
+    COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/tool/imu_plot_reader_gone.sh $<TARGET_FILE:uvc-stereo>
+            ${CMAKE_CURRENT_BINARY_DIR}/imu_plot_reader_gone)
+  set_tests_properties(uvc_stereo_smoke_imu_plot_reader_gone PROPERTIES TIMEOUT 120)
+  # SIGTERM at any moment ends `config set -` waiting on an input that sends nothing.
+  add_test(NAME uvc_stereo_smoke_config_set_stdin_signals
+    COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/tool/config_set_stdin_signals.sh $<TARGET_FILE:uvc-stereo>
+            ${CMAKE_CURRENT_BINARY_DIR}/config_set_stdin_signals)
+  set_tests_properties(uvc_stereo_smoke_config_set_stdin_signals PROPERTIES TIMEOUT 600)
   # An endless stream whose rows cannot be written stops instead of reading on for nobody.
   add_test(NAME uvc_stereo_smoke_imu_endless_to_full_disk
     COMMAND ${CMAKE_COMMAND} -DEXPECTED=3

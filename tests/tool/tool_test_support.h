@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <system_error>
@@ -55,6 +56,39 @@ inline std::size_t count_of(const std::string& text, const std::string& part) {
     ++count;
   }
   return count;
+}
+
+// The words a POSIX shell makes of a pasted command line: spaces split, '...' quotes.
+inline std::vector<std::string> shell_words(const std::string& line) {
+  std::vector<std::string> words;
+  std::optional<std::string> word;
+  bool quoted = false;
+  for (std::size_t at = 0; at < line.size(); ++at) {
+    const char c = line[at];
+    if (quoted) {
+      if (c == '\'') {
+        quoted = false;
+      } else {
+        *word += c;
+      }
+    } else if (c == '\'') {
+      quoted = true;
+      word = word.value_or("");
+    } else if (c == '\\' && at + 1 < line.size()) {
+      word = word.value_or("") + line[++at];
+    } else if (c == ' ') {
+      if (word) {
+        words.push_back(*word);
+      }
+      word.reset();
+    } else {
+      word = word.value_or("") + c;
+    }
+  }
+  if (word) {
+    words.push_back(*word);
+  }
+  return words;
 }
 
 // A directory of its own under the system's temporary directory, removed with its contents.

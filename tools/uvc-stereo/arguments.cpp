@@ -31,44 +31,34 @@ const OptionSyntax* find_option(const std::vector<OptionSyntax>& options, std::s
 
 bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
-// CLI11's parser, which also tells how it read each word it could not place: an option it
-// does not know, a positional nobody takes, or the "--" that ended the options.
-class CommandLine : public CLI::App {
- public:
-  CommandLine() {
-    // "/x" is a file name on every platform, never a Windows-style option.
-    allow_windows_style_options(false);
-    set_help_flag("--help,-h");
-  }
+// A CLI11 parser for the tool's command lines. Unknown options are kept, not thrown, so that
+// the tool can name the first one in its own words; "/x" is a file name on every platform, never
+// a Windows-style option.
+void configure(CLI::App& line) {
+  line.allow_extras();
+  line.allow_windows_style_options(false);
+  line.set_help_flag("--help,-h");
+}
 
-  // Parses the whole line; what CLI11 refuses stays as its exception for the caller to name.
-  void parse_words(const std::vector<std::string>& words) {
-    std::vector<std::string> reversed(words.rbegin(), words.rend());
-    parse(reversed);
+// Parses the words as typed after the program's name; what CLI11 refuses stays as its exception
+// for the caller to name.
+void parse_line(CLI::App& line, const std::vector<std::string>& words) {
+  std::vector<const char*> argv = {"uvc-stereo"};
+  for (const std::string& word : words) {
+    argv.push_back(word.c_str());
   }
+  line.parse(static_cast<int>(argv.size()), argv.data());
+}
 
-  // The first word that looked like an option this command does not have.
-  [[nodiscard]] std::optional<std::string> unknown_option() const {
-    for (const auto& [kind, word] : missing_) {
-      if (kind == CLI::detail::Classifier::LONG || kind == CLI::detail::Classifier::SHORT ||
-          kind == CLI::detail::Classifier::WINDOWS_STYLE) {
-        return word;
-      }
-    }
-    return std::nullopt;
+// A word CLI11 reads as an option: a dash and more, but not a negative number ("-5").
+bool looks_like_option(const std::string& word) {
+  if (word.size() < 2 || word[0] != '-') {
+    return false;
   }
-
-  // The words that were no option and found no place, in order; the "--" that ends the options is left out.
-  [[nodiscard]] std::vector<std::string> unplaced_words() const {
-    std::vector<std::string> words;
-    for (const auto& [kind, word] : missing_) {
-      if (kind == CLI::detail::Classifier::NONE) {
-        words.push_back(word);
-      }
-    }
-    return words;
-  }
-};
+  char* end = nullptr;
+  static_cast<void>(std::strtod(word.c_str(), &end));
+  return end != word.c_str() + word.size();
+}
 
 // The long option CLI11 reads out of a word, without its two dashes ("name" or "name=value"):
 // from the word itself, or from what follows one or more "h" in a short-option cluster
@@ -139,12 +129,13 @@ std::optional<std::string> ParsedArguments::value(std::string_view name) const {
 struct ArgumentParser {
   const CommandSyntax& syntax;
   const std::vector<std::string>& args;
-  CommandLine line;
+  CLI::App line;
   std::vector<std::pair<const OptionSyntax*, CLI::Option*>> options;
   std::vector<CLI::Option*> slots;  ///< one per positional, in order
   CLI::Option* simulate = nullptr;
 
   ArgumentParser(const CommandSyntax& command, const std::vector<std::string>& words) : syntax(command), args(words) {
+    configure(line);
     for (const OptionSyntax& option : syntax.options) {
       CLI::Option* added =
           option.value_name.empty() ? line.add_flag("--" + option.name) : line.add_option("--" + option.name);
@@ -160,9 +151,29 @@ struct ArgumentParser {
     simulate = line.add_flag("--" + kSimulateOption.name)->description(std::string(simulate_option_help()));
     simulate->disable_flag_override();
     for (std::size_t i = 0; i < syntax.max_positionals; ++i) {
-      slots.push_back(line.add_option("ARGUMENT" + std::to_string(i + 1))->required(i < syntax.min_positionals));
+      slots.push_back(line.add_option("ARGUMENT" + std::to_string(i + 1)));
     }
   }
+
+  // What CLI11 could not place, split in two: the options this command does not have, and the
+  // words too many; after the "--" that ended the options every word is one of the latter.
+  void sort_unplaced() {
+    const std::vector<std::string> left = line.remaining();
+    bool options_ended = false;
+    unplaced.clear();
+    for (const std::string& word : left) {
+      if (!options_ended && word == "--") {
+        options_ended = true;
+      } else if (!options_ended && looks_like_option(word)) {
+        unknown = unknown ? unknown : word;
+      } else {
+        unplaced.push_back(word);
+      }
+    }
+  }
+
+  std::optional<std::string> unknown;  ///< the first option this command does not have, as typed
+  std::vector<std::string> unplaced;   ///< the words no positional took, in order
 
   // The option whose second value CLI11 refused.
   [[nodiscard]] const OptionSyntax* given_twice() const {
@@ -200,6 +211,14 @@ struct ArgumentParser {
     return std::nullopt;
   }
 
+  [[nodiscard]] std::size_t parsed_positionals() const {
+    std::size_t count = 0;
+    for (const CLI::Option* slot : slots) {
+      count += slot->count();
+    }
+    return count;
+  }
+
   [[nodiscard]] ParsedArguments results(bool help) const {
     ParsedArguments parsed;
     for (const auto& [option, added] : options) {
@@ -233,31 +252,24 @@ struct ArgumentParser {
     }
     bool help = false;
     bool mismatch = false;
-    bool missing = false;
-    bool extras = false;
     std::string refusal;  ///< CLI11's own words, for a refusal the tool has no message of its own for
     try {
-      line.parse_words(args);
+      parse_line(line, args);
     } catch (const CLI::CallForHelp&) {
       // --help answers whatever else is on the line, so a half-typed command still gets its help.
       help = true;
     } catch (const CLI::ArgumentMismatch& error) {
       mismatch = true;
       refusal = error.what();
-    } catch (const CLI::RequiredError& error) {
-      missing = true;
-      refusal = error.what();
-    } catch (const CLI::ExtrasError& error) {
-      extras = true;
-      refusal = error.what();
     } catch (const CLI::ParseError& error) {
       refusal = error.what();
     }
+    sort_unplaced();
     // A "--" taken as a value explains whatever follows it; after it, an unknown option is
     // what most often explains the rest.
     if (std::optional<std::string> dashes = double_dash_value()) {
       outcome.error = std::move(*dashes);
-    } else if (const std::optional<std::string> unknown = line.unknown_option()) {
+    } else if (unknown) {
       outcome.error = unknown_option_message(*unknown);
     } else if (mismatch) {
       if (const OptionSyntax* twice = given_twice()) {
@@ -269,12 +281,12 @@ struct ArgumentParser {
       }
     } else if (help) {
       outcome.arguments = results(true);
-    } else if (missing) {
-      outcome.error = "missing argument: " + syntax.synopsis;
-    } else if (extras && !line.unplaced_words().empty()) {
-      outcome.error = "unexpected argument '" + line.unplaced_words().front() + "'";
     } else if (!refusal.empty()) {
       outcome.error = refusal;
+    } else if (parsed_positionals() < syntax.min_positionals) {
+      outcome.error = "missing argument: " + syntax.synopsis;
+    } else if (!unplaced.empty()) {
+      outcome.error = "unexpected argument '" + unplaced.front() + "'";
     } else {
       outcome.arguments = results(false);
     }
@@ -289,23 +301,35 @@ ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std:
 
 GlobalOutcome parse_global_arguments(const std::vector<std::string>& args) {
   GlobalOutcome outcome;
-  CommandLine line;
+  CLI::App line;
+  configure(line);
   CLI::Option* simulate = line.add_flag("--" + kSimulateOption.name);
   CLI::Option* version = line.add_flag("--" + kVersionOption.name);
   // The first word that is no option is the command: it and everything after it are the command's.
   line.prefix_command();
   try {
-    line.parse_words(args);
+    parse_line(line, args);
   } catch (const CLI::CallForHelp&) {
     // Answered below, after the checks, in the order --help and --version came.
   } catch (const CLI::ParseError& error) {
     outcome.error = error.what();
     return outcome;
   }
+  // What CLI11 left: the options it does not know, the "--" that ended the options, and then the
+  // command with every word after it, handed on whole.
+  const std::vector<std::string> left = line.remaining();
+  std::size_t command_start = 0;
+  std::optional<std::string> unknown;
+  while (command_start < left.size() && looks_like_option(left[command_start])) {
+    if (left[command_start++] == "--") {
+      break;
+    }
+    unknown = unknown ? unknown : left[command_start - 1];
+  }
   GlobalArguments global;
-  global.command = line.unplaced_words();
+  global.command.assign(left.begin() + static_cast<std::ptrdiff_t>(command_start), left.end());
   const std::vector<std::string> before(args.begin(), args.end() - static_cast<std::ptrdiff_t>(global.command.size()));
-  if (const std::optional<std::string> unknown = line.unknown_option()) {
+  if (unknown) {
     outcome.error = "unknown option '" + *unknown + "' before the command";
     return outcome;
   }

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "uvc-stereo/exit_status.h"
+#include "uvc-stereo/terminal_text.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
@@ -20,6 +21,44 @@ std::string ascii_lower(std::string text) {
 }
 
 bool same_text(const std::string& a, const std::string& b) { return ascii_lower(a) == ascii_lower(b); }
+
+// The cameras whose `field` equals `wanted`; when none does, those whose field equals it
+// without regard to letter case.
+template <typename Field>
+std::vector<std::size_t> matching(const std::vector<DeviceInfo>& devices, const std::string& wanted, Field field) {
+  std::vector<std::size_t> exact;
+  std::vector<std::size_t> folded;
+  for (std::size_t i = 0; i < devices.size(); ++i) {
+    const std::string& text = field(devices[i]);
+    if (text.empty()) {
+      continue;
+    }
+    if (text == wanted) {
+      exact.push_back(i);
+    } else if (same_text(text, wanted)) {
+      folded.push_back(i);
+    }
+  }
+  return exact.empty() ? folded : exact;
+}
+
+// Whether `serial` names one camera among all attached, not only among those the filter
+// let through: a later run that selects by it alone must find this camera and no other.
+bool serial_unique(const std::string& serial, const DeviceScanFilter& filter, const std::vector<DeviceInfo>& scanned) {
+  if (serial.empty()) {
+    return false;
+  }
+  const bool unfiltered = !filter.vendor_id && !filter.product_id && !filter.require_serial_number;
+  Result<std::vector<DeviceInfo>> all = unfiltered ? Result<std::vector<DeviceInfo>>(scanned) : scan_devices();
+  if (!all.ok()) {
+    return false;
+  }
+  std::size_t sharing = 0;
+  for (const DeviceInfo& info : all.value()) {
+    sharing += same_text(info.serial_number, serial) ? 1 : 0;
+  }
+  return sharing == 1;
+}
 
 int device_unavailable(const std::string& message, Console& console) {
   return report_sdk_error(Status(ErrorCode::DeviceUnavailable, message), console);
@@ -128,26 +167,32 @@ Selection select_camera(const std::string& command, const ParsedArguments& argum
       return selection;
     }
     chosen = static_cast<std::size_t>(*wanted_index);
-  } else if (const std::optional<std::string> serial = arguments.value("serial")) {
-    for (std::size_t i = 0; i < devices.size() && !chosen; ++i) {
-      if (!devices[i].serial_number.empty() && same_text(devices[i].serial_number, *serial)) {
-        chosen = i;
-      }
-    }
-    if (!chosen) {
-      selection.exit_status = device_unavailable("no camera with serial number '" + *serial + "' in the scan", console);
+  } else if (arguments.has("serial") || arguments.has("path")) {
+    const bool by_serial = arguments.has("serial");
+    const std::string wanted = *arguments.value(by_serial ? "serial" : "path");
+    const std::string what = by_serial ? "serial number" : "device path";
+    const std::vector<std::size_t> found =
+        matching(devices, wanted, [by_serial](const DeviceInfo& info) -> const std::string& {
+          return by_serial ? info.serial_number : info.device_path;
+        });
+    if (found.empty()) {
+      selection.exit_status = device_unavailable("no camera with " + what + " '" + wanted + "' in the scan", console);
       return selection;
     }
-  } else if (const std::optional<std::string> path = arguments.value("path")) {
-    for (std::size_t i = 0; i < devices.size() && !chosen; ++i) {
-      if (!devices[i].device_path.empty() && same_text(devices[i].device_path, *path)) {
-        chosen = i;
+    if (found.size() > 1) {
+      std::string candidates;
+      for (const std::size_t i : found) {
+        candidates += (candidates.empty() ? "" : ", ") +
+                      describe_camera(SelectedCamera{devices[i], i, devices.size(), *filter.filter, false});
       }
-    }
-    if (!chosen) {
-      selection.exit_status = device_unavailable("no camera with device path '" + *path + "' in the scan", console);
+      selection.exit_status =
+          report_usage_error(command,
+                             what + " '" + wanted + "' matches " + std::to_string(found.size()) + " cameras (" +
+                                 candidates + "); choose one with " + (by_serial ? "--path or --index" : "--index"),
+                             console);
       return selection;
     }
+    chosen = found.front();
   } else if (devices.size() == 1) {
     chosen = 0;
   } else {
@@ -156,7 +201,8 @@ Selection select_camera(const std::string& command, const ParsedArguments& argum
         console);
     return selection;
   }
-  selection.camera = SelectedCamera{devices[*chosen], *chosen, devices.size()};
+  const bool unique = serial_unique(devices[*chosen].serial_number, *filter.filter, devices);
+  selection.camera = SelectedCamera{devices[*chosen], *chosen, devices.size(), *filter.filter, unique};
   return selection;
 }
 
@@ -206,7 +252,7 @@ std::string describe_camera(const SelectedCamera& camera) {
   std::string text =
       "camera " + std::to_string(camera.index) + " (" + vid_pid_text(camera.info.vendor_id, camera.info.product_id);
   if (!camera.info.serial_number.empty()) {
-    text += ", serial " + camera.info.serial_number;
+    text += ", serial " + terminal_safe(camera.info.serial_number);
   }
   return text + ")";
 }
@@ -232,16 +278,39 @@ std::string quoted_for_shell(const std::string& text) {
   }
   std::string quoted = "'";
   for (char c : text) {
-    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    const auto byte = static_cast<unsigned char>(c);
+    if (c == '\'') {
+      quoted += "'\\''";
+    } else if (byte < 0x20 || byte == 0x7F) {
+      char piece[16];
+      std::snprintf(piece, sizeof(piece), "'$'\\x%02x''", static_cast<unsigned>(byte));
+      quoted += piece;
+    } else {
+      quoted += c;
+    }
   }
   return quoted + "'";
 }
 
 std::string reselect_options(const SelectedCamera& camera) {
-  if (!camera.info.serial_number.empty()) {
-    return "--serial " + quoted_for_shell(camera.info.serial_number);
+  const std::string& serial = camera.info.serial_number;
+  if (camera.serial_unique && terminal_safe(serial) == serial) {
+    return "--serial " + quoted_for_shell(serial);
   }
-  return "--index " + std::to_string(camera.index);
+  if (!camera.info.device_path.empty()) {
+    return "--path " + quoted_for_shell(camera.info.device_path);
+  }
+  std::string options;
+  if (camera.filter.vendor_id) {
+    options += "--vid " + vid_pid_text(*camera.filter.vendor_id, 0).substr(0, 4) + " ";
+  }
+  if (camera.filter.product_id) {
+    options += "--pid " + vid_pid_text(*camera.filter.product_id, 0).substr(0, 4) + " ";
+  }
+  if (camera.filter.require_serial_number) {
+    options += "--require-serial ";
+  }
+  return options + "--index " + std::to_string(camera.index);
 }
 
 }  // namespace tovanel::uvc_stereo::cli

@@ -31,8 +31,10 @@ struct FilterOutcome {
 // One camera chosen from a scan.
 struct SelectedCamera {
   DeviceInfo info;
-  std::size_t index = 0;  ///< its place in the scan (with the same filters)
-  std::size_t count = 0;  ///< how many cameras the scan found
+  std::size_t index = 0;       ///< its place in the scan (with the same filters)
+  std::size_t count = 0;       ///< how many cameras the scan found
+  DeviceScanFilter filter;     ///< the filter of that scan, which gives `index` its meaning
+  bool serial_unique = false;  ///< no other attached camera has its serial number, in any letter case
 };
 
 // The chosen camera, or the exit status of the failure already reported.
@@ -42,8 +44,11 @@ struct Selection {
 };
 
 // Scans with the filter options and picks the camera that --serial, --path or --index
-// names; with none of them, the only camera there is. Serial numbers and paths compare
-// without regard to ASCII letter case, as the SDK compares them.
+// names; with none of them, the only camera there is. A serial number or path equal to the
+// one given wins; without one, they compare without regard to ASCII letter case, as the SDK
+// compares them. Several cameras matching (and none exactly, or several exactly: cheap
+// cameras share serial numbers) is a usage error that names them, so that a write never
+// lands on a camera the user did not mean.
 [[nodiscard]] Selection select_camera(const std::string& command, const ParsedArguments& arguments, Console& console);
 
 // The opened camera, or the exit status of the failure already reported.
@@ -67,9 +72,13 @@ struct OpenedSelection {
 [[nodiscard]] std::string describe_camera(const SelectedCamera& camera);
 // The serial number, or "index<N>" for a camera without one: names backup files.
 [[nodiscard]] std::string camera_label(const SelectedCamera& camera);
-// `text` as one word for a shell: as it is when it is plain, else in single quotes.
+// `text` as one word for a shell: as it is when it is plain, else in single quotes; control
+// characters are written as $'\xNN' pieces, so that the word pastes as it is and shows
+// nothing but plain text on a terminal.
 [[nodiscard]] std::string quoted_for_shell(const std::string& text);
-// The options that select this camera again in a later run, e.g. "--serial TVS2-00417".
+// The options that select exactly this camera again in a later run, whatever selected it:
+// its serial number when no other attached camera shares it ("--serial TVS2-00417"), else
+// its device path, else its index with the filters that index counts in.
 [[nodiscard]] std::string reselect_options(const SelectedCamera& camera);
 
 // "0c45:6368".

@@ -1,4 +1,5 @@
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "uvc-stereo/arguments.h"
@@ -90,23 +91,19 @@ int run_cli_unchecked(const std::vector<std::string>& args, Console& console) {
     topic.push_back("--help");
     return run_cli(topic, console);
   }
-  if (command == "scan") {
-    return run_scan(rest, console);
-  }
-  if (command == "info") {
-    return run_info(rest, console);
-  }
-  if (command == "config get") {
-    return run_config_get(rest, console);
-  }
-  if (command == "config set") {
-    return run_config_set(rest, console);
-  }
-  if (command == "config") {
-    return run_config_overview(rest, console);
-  }
-  if (command == "imu") {
-    return run_imu(rest, console);
+  using Command = int (*)(const std::vector<std::string>& args, Console& console);
+  static const std::pair<const char*, Command> kCommands[] = {
+      {"scan", run_scan},
+      {"info", run_info},
+      {"config get", run_config_get},
+      {"config set", run_config_set},
+      {"config", run_config_overview},
+      {"imu", run_imu},
+  };
+  for (const auto& [name, run] : kCommands) {
+    if (command == name) {
+      return run(rest, console);
+    }
   }
   return report_usage_error("", "unknown command '" + command + "'", console);
 }

@@ -1,6 +1,5 @@
 #include <cstdint>
 #include <ctime>
-#include <iterator>
 #include <optional>
 #include <string>
 
@@ -12,10 +11,16 @@
 #include "uvc-stereo/interrupt_deferral.h"
 #include "uvc-stereo/json_diff.h"
 #include "uvc-stereo/json_text.h"
+#include "uvc-stereo/terminal_text.h"
 #include "uvc_stereo/json.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
+
+// The largest configuration the tool reads: the camera's bridge chip addresses its serial
+// flash with three-byte addresses, so no flash user space, and no record in it, reaches 16 MiB.
+// Reading stops there, so that an endless source (/dev/zero, `yes`) fails at once.
+constexpr std::size_t kMaxInputBytes = std::size_t{1} << 24;
 
 CommandSyntax config_set_syntax() {
   CommandSyntax syntax = camera_command_syntax(
@@ -54,13 +59,20 @@ std::string json_failure_context(const Status& status, const Input& input) {
   return context + input.name + "; nothing was written";
 }
 
+// "uvc-stereo config set" selecting this very camera again, on the simulated cameras when
+// they were the ones written.
+std::string config_set_again(const SelectedCamera& camera, bool simulated) {
+  return std::string("uvc-stereo config set ") + (simulated ? "--simulate " : "") + reselect_options(camera);
+}
+
 // A command that restores the backup when pasted into a shell: the selector names this very
 // camera, and a file name that looks like an option comes after "--".
-std::string undo_command(const std::string& backup_path, const SelectedCamera& camera) {
+std::string undo_command(const std::string& backup_path, const SelectedCamera& camera, bool simulated) {
   if (backup_path.rfind('-', 0) == 0) {
-    return "uvc-stereo config set " + reselect_options(camera) + " -- " + quoted_for_shell(backup_path);
+    return config_set_again(camera, simulated) + " -- " + quoted_for_shell(backup_path);
   }
-  return "uvc-stereo config set " + quoted_for_shell(backup_path) + " " + reselect_options(camera);
+  return std::string("uvc-stereo config set ") + quoted_for_shell(backup_path) + (simulated ? " --simulate " : " ") +
+         reselect_options(camera);
 }
 
 // An interrupt that arrives before the flash is erased ends the run with the camera as it was.
@@ -77,24 +89,33 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
     return report_usage_error("config set", "--backup and --no-backup exclude each other", console);
   }
   const bool dry_run = arguments.has("dry-run");
+  const bool simulated = arguments.has("simulate");
   const bool keep_backup = !arguments.has("no-backup");
 
   // Everything about the new text is settled before any camera is contacted.
   Input input;
   const std::string& source = arguments.positionals().front();
+  BoundedRead input_read = BoundedRead::Read;
+  std::string error;
   if (source == "-") {
     input.name = "standard input";
-    input.text.assign(std::istreambuf_iterator<char>(console.in), std::istreambuf_iterator<char>());
+    input_read = read_stream_at_most(console.in, kMaxInputBytes, input.text);
+    error = "cannot read standard input";
   } else {
     input.name = source;
-    std::string error;
-    if (!read_file(source, input.text, error) && !interrupts.interrupted()) {
-      return report_file_error(error, console);
-    }
+    input_read = read_file_at_most(source, kMaxInputBytes, input.text, error);
   }
   if (interrupts.interrupted()) {
     console.err << "uvc-stereo: interrupted while reading " << input.name << "; nothing was written\n";
     return InterruptDeferral::kExitInterrupted;
+  }
+  if (input_read == BoundedRead::Failed) {
+    return report_file_error(error, console);
+  }
+  if (input_read == BoundedRead::TooLarge) {
+    console.err << "uvc-stereo: InvalidLength: " << terminal_safe(input.name) << " holds more than " << kMaxInputBytes
+                << " bytes, more than the largest configuration record a camera can hold; nothing was written\n";
+    return exit_status_for(ErrorCode::InvalidLength);
   }
   Result<std::string> minified = minify_and_validate_json(input.text);
   if (!minified.ok()) {
@@ -104,10 +125,18 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   // contacted, by the dry run as well.
   const std::optional<std::string> backup_option = keep_backup ? arguments.value("backup") : std::nullopt;
   const bool backup_to_output = backup_option && *backup_option == "-";
-  if (backup_option && !backup_to_output && file_exists(*backup_option)) {
-    return report_file_error("will not replace '" + *backup_option +
-                                 "': the file already exists (a backup never replaces a file); nothing was written",
-                             console);
+  if (backup_option && !backup_to_output) {
+    const OutputPathCheck check = check_output_path(*backup_option, false);
+    if (check.state == OutputPath::Taken) {
+      return report_file_error("will not replace '" + *backup_option +
+                                   "': the file already exists (a backup never replaces a file); nothing was written",
+                               console);
+    }
+    if (check.state == OutputPath::Unwritable) {
+      return report_file_error(
+          "cannot write the backup '" + *backup_option + "': " + check.reason + "; nothing was written to the camera",
+          console);
+    }
   }
   const std::string& new_json = minified.value();
 
@@ -207,10 +236,10 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
                 << (written.ok() ? std::string("written and verified")
                                  : std::string(error_code_name(written.code())) + ": " + written.message());
     if (backup_to_output) {
-      console.err << "; restore by giving the saved standard output to: uvc-stereo config set "
-                  << reselect_options(camera) << " -";
+      console.err << "; restore by giving the saved standard output to: " << config_set_again(camera, simulated)
+                  << " -";
     } else if (!backup_path.empty()) {
-      console.err << "; restore with: " << undo_command(backup_path, camera);
+      console.err << "; restore with: " << undo_command(backup_path, camera, simulated);
     }
     console.err << "\n";
     return InterruptDeferral::kExitInterrupted;
@@ -225,10 +254,9 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   console.err << "wrote and verified the configuration of " << describe_camera(camera) << " (" << new_json.size()
               << " bytes): " << diff.summary() << "\n";
   if (backup_to_output) {
-    console.err << "undo by giving the saved standard output to: uvc-stereo config set " << reselect_options(camera)
-                << " -\n";
+    console.err << "undo by giving the saved standard output to: " << config_set_again(camera, simulated) << " -\n";
   } else if (!backup_path.empty()) {
-    console.err << "undo with: " << undo_command(backup_path, camera) << "\n";
+    console.err << "undo with: " << undo_command(backup_path, camera, simulated) << "\n";
   }
   return kExitOk;
 }

@@ -21,7 +21,8 @@ void write_device_fields(JsonWriter& json, const DeviceInfo& info, std::size_t i
   json.key("index").number(static_cast<std::uint64_t>(index));
   json.key("vendor_id").number(static_cast<unsigned>(info.vendor_id));
   json.key("product_id").number(static_cast<unsigned>(info.product_id));
-  json.key("vidpid").string(vid_pid_text(info.vendor_id, info.product_id));
+  // The SDK's own form, so that the value can be given as a FlashConfig selector as it is.
+  json.key("vidpid").string(vidpid_key(info.vendor_id, info.product_id));
   json.key("serial_number").string(info.serial_number);
   json.key("friendly_name").string(info.friendly_name);
   json.key("descriptor_text").string(info.descriptor_text);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "uvc-stereo/output_stream.h"
+#include "uvc-stereo/terminal_text.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
@@ -30,19 +31,19 @@ int report_sdk_error(const Status& status, Console& console) { return report_sdk
 int report_sdk_error(const Status& status, std::string_view context, Console& console) {
   if (is_vendor_library_missing(status)) {
     console.err << "uvc-stereo: VendorLibraryMissing: the camera vendor library cannot start on this machine ("
-                << status.message() << "); add --simulate to use the built-in simulated cameras\n";
+                << terminal_safe(status.message()) << "); add --simulate to use the built-in simulated cameras\n";
     return kExitVendorLibraryMissing;
   }
-  console.err << "uvc-stereo: " << error_code_name(status.code()) << ": " << status.message();
+  console.err << "uvc-stereo: " << error_code_name(status.code()) << ": " << terminal_safe(status.message());
   if (!context.empty()) {
-    console.err << " (" << context << ")";
+    console.err << " (" << terminal_safe(context) << ")";
   }
   console.err << "\n";
   return exit_status_for(status.code());
 }
 
 int report_usage_error(std::string_view command, std::string_view message, Console& console) {
-  console.err << "uvc-stereo: UsageError: " << message << " (see: uvc-stereo";
+  console.err << "uvc-stereo: UsageError: " << terminal_safe(message) << " (see: uvc-stereo";
   if (!command.empty()) {
     console.err << " " << command;
   }
@@ -51,7 +52,7 @@ int report_usage_error(std::string_view command, std::string_view message, Conso
 }
 
 int report_file_error(std::string_view message, Console& console) {
-  console.err << "uvc-stereo: FileError: " << message << "\n";
+  console.err << "uvc-stereo: FileError: " << terminal_safe(message) << "\n";
   return kExitFileError;
 }
 
@@ -72,7 +73,7 @@ int report_output_failure(std::string_view context, Console& console) {
     console.err << ": " << std::strerror(error_number);
   }
   if (!context.empty()) {
-    console.err << "; " << context;
+    console.err << "; " << terminal_safe(context);
   }
   console.err << "\n";
   return kExitFileError;

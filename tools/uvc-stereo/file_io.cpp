@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 #if defined(_WIN32)
 #include <fcntl.h>
@@ -83,26 +85,59 @@ Claim create_exclusively(const std::string& path, std::string_view content, std:
   return Claim::Taken;
 }
 
+// Whether the system lets this user write the file `path`, or create files in the directory
+// `path`; errno says why not.
+bool can_write(const std::string& path, bool directory) {
+  errno = 0;
+#if defined(_WIN32)
+  static_cast<void>(directory);
+  return _access(path.c_str(), 2) == 0;
+#else
+  return ::access(path.c_str(), directory ? W_OK | X_OK : W_OK) == 0;
+#endif
+}
+
 }  // namespace
 
 bool read_file(const std::string& path, std::string& content, std::string& error) {
+  return read_file_at_most(path, content.max_size() - 1, content, error) == BoundedRead::Read;
+}
+
+BoundedRead read_file_at_most(const std::string& path, std::size_t limit, std::string& content, std::string& error) {
   errno = 0;
   const File file(std::fopen(path.c_str(), "rb"));
   if (!file) {
     error = system_error("read", path, errno);
-    return false;
+    return BoundedRead::Failed;
   }
   content.clear();
   char buffer[4096];
   std::size_t got = 0;
-  while ((got = std::fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
+  while (content.size() <= limit && (got = std::fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
     content.append(buffer, got);
+  }
+  if (content.size() > limit) {
+    content.resize(limit + 1);
+    return BoundedRead::TooLarge;
   }
   if (std::ferror(file.get()) != 0) {
     error = system_error("read", path, errno != 0 ? errno : EIO);
-    return false;
+    return BoundedRead::Failed;
   }
-  return true;
+  return BoundedRead::Read;
+}
+
+BoundedRead read_stream_at_most(std::istream& in, std::size_t limit, std::string& content) {
+  content.clear();
+  char buffer[4096];
+  while (content.size() <= limit && in.read(buffer, sizeof(buffer)).gcount() > 0) {
+    content.append(buffer, static_cast<std::size_t>(in.gcount()));
+  }
+  if (content.size() > limit) {
+    content.resize(limit + 1);
+    return BoundedRead::TooLarge;
+  }
+  return in.bad() ? BoundedRead::Failed : BoundedRead::Read;
 }
 
 bool write_file(const std::string& path, std::string_view content, std::string& error) {
@@ -143,6 +178,53 @@ std::string create_backup_file(std::string_view label, std::time_t when, std::st
     }
     name = stem + "-" + std::to_string(attempt) + ".json";
   }
+}
+
+OutputPathCheck check_output_path(const std::string& path, bool replace) {
+  namespace fs = std::filesystem;
+  if (path.empty()) {
+    return {OutputPath::Unwritable, "the file name is empty"};
+  }
+  std::error_code ignored;
+  // The link itself counts: a dangling link is somebody's, and writing would create its target.
+  if (fs::exists(fs::symlink_status(path, ignored))) {
+    if (fs::is_directory(fs::status(path, ignored))) {
+      return {OutputPath::Unwritable, std::strerror(EISDIR)};
+    }
+    if (!replace) {
+      return {OutputPath::Taken, {}};
+    }
+    if (!can_write(path, false)) {
+      return {OutputPath::Unwritable, std::strerror(errno != 0 ? errno : EACCES)};
+    }
+    return {OutputPath::Free, {}};
+  }
+  const fs::path parent = fs::path(path).parent_path();
+  const std::string directory = parent.empty() ? std::string(".") : parent.string();
+  if (!can_write(directory, true)) {
+    return {OutputPath::Unwritable, std::strerror(errno != 0 ? errno : EACCES)};
+  }
+  if (!fs::is_directory(fs::status(directory, ignored))) {
+    return {OutputPath::Unwritable, std::strerror(ENOTDIR)};
+  }
+  return {OutputPath::Free, {}};
+}
+
+std::string output_path_refusal(const std::string& path, bool replace, std::string_view what) {
+  const OutputPathCheck check = check_output_path(path, replace);
+  switch (check.state) {
+    case OutputPath::Free:
+      return {};
+    case OutputPath::Taken:
+      return "will not replace " + std::string(what) + "'" + path + "': the file already exists (--force replaces it)";
+    case OutputPath::Unwritable:
+      break;
+  }
+  return "cannot write " + std::string(what) + "'" + path + "': " + check.reason;
+}
+
+bool write_output_file(const std::string& path, std::string_view content, bool replace, std::string& error) {
+  return replace ? write_file(path, content, error) : create_new_file(path, content, error);
 }
 
 bool file_exists(const std::string& path) {

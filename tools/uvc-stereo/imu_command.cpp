@@ -1,8 +1,6 @@
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <thread>
@@ -30,6 +28,8 @@ constexpr std::uint64_t kMaxCount = 1000000000;
 constexpr auto kLiveLineInterval = std::chrono::milliseconds(250);
 // Runs of samples the plot keeps: more than the plot has pixel columns, in about 1 MB.
 constexpr std::size_t kPlotBuckets = 2048;
+// Rows of a stream read as fast as the camera answers that are written out together.
+constexpr std::uint64_t kFlushRows = 32;
 
 CommandSyntax imu_syntax() {
   CommandSyntax syntax = camera_command_syntax(
@@ -46,7 +46,8 @@ CommandSyntax imu_syntax() {
   syntax.options.push_back({"json", "", "print one JSON object per line per sample"});
   syntax.options.push_back({"plot", "FILE",
                             "write an SVG plot of the accelerometer and gyroscope traces when the\n"
-                            "stream ends (FILE is checked before it starts)"});
+                            "stream ends (FILE is checked before it starts, and created only then)"});
+  syntax.options.push_back({"force", "", "replace the --plot FILE if it exists (by default it is left alone)"});
   syntax.details +=
       "Without --count or --duration the stream runs until Ctrl-C or SIGTERM, which end it cleanly:\n"
       "the last row complete, the plot written. A summary line goes to standard error at the end. Columns "
@@ -67,6 +68,7 @@ struct StreamOptions {
   bool csv = false;
   bool json = false;
   std::optional<std::string> plot;
+  bool replace_plot = false;
 };
 
 std::optional<StreamOptions> stream_options(const ParsedArguments& arguments, Console& console, int& exit_status) {
@@ -100,6 +102,7 @@ std::optional<StreamOptions> stream_options(const ParsedArguments& arguments, Co
     return refuse("choose one of --csv and --json");
   }
   options.plot = arguments.value("plot");
+  options.replace_plot = arguments.has("force");
   return options;
 }
 
@@ -204,30 +207,8 @@ void add_to_plot(TraceEnvelope& traces, const StreamSample& s) {
   traces.add(s.time_s, values);
 }
 
-// Whether `path` can take the plot, found out before the stream starts and without changing
-// any file: an existing file is opened for appending and left as it was; a new one is created
-// and removed again. The plot itself is written only when the stream has ended.
-bool plot_path_writable(const std::string& path, std::string& error) {
-  errno = 0;
-  std::FILE* existing = std::fopen(path.c_str(), "rb");
-  const bool exists = existing != nullptr;
-  if (existing != nullptr) {
-    std::fclose(existing);
-  }
-  errno = 0;
-  std::FILE* file = std::fopen(path.c_str(), exists ? "ab" : "wb");
-  if (file == nullptr) {
-    error = "cannot write the plot '" + path + "': " + std::strerror(errno != 0 ? errno : EACCES);
-    return false;
-  }
-  std::fclose(file);
-  if (!exists) {
-    std::remove(path.c_str());
-  }
-  return true;
-}
-
-int write_plot(const std::string& path, const TraceEnvelope& traces, const SelectedCamera& camera, Console& console) {
+int write_plot(const std::string& path, bool replace, const TraceEnvelope& traces, const SelectedCamera& camera,
+               Console& console) {
   static const char* const kAxisNames[3] = {"x", "y", "z"};
   static const char* const kAxisColors[3] = {"#d62728", "#2ca02c", "#1f77b4"};
   TraceEnvelope::Points points = traces.points();
@@ -242,7 +223,7 @@ int write_plot(const std::string& path, const TraceEnvelope& traces, const Selec
   }
   const std::string title = "IMU of " + describe_camera(camera) + ": " + std::to_string(traces.samples()) + " samples";
   std::string error;
-  if (!write_file(path, render_svg_plot(title, points.time_s, panels), error)) {
+  if (!write_output_file(path, render_svg_plot(title, points.time_s, panels), replace, error)) {
     return report_file_error(error, console);
   }
   console.err << "plot written to " << path << "\n";
@@ -255,11 +236,12 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   if (!options) {
     return exit_status;
   }
-  // A plot that cannot be written is found now, not after a stream the user waited for.
+  // A plot that cannot be written is found now, not after a stream the user waited for; the
+  // file itself is created only when the stream has ended and the plot is written.
   if (options->plot) {
-    std::string error;
-    if (!plot_path_writable(*options->plot, error)) {
-      return report_file_error(error, console);
+    if (const std::string refused = output_path_refusal(*options->plot, options->replace_plot, "the plot ");
+        !refused.empty()) {
+      return report_file_error(refused, console);
     }
   }
   OpenedSelection opened = open_selected_camera("imu", arguments, console);
@@ -360,6 +342,12 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
     } else if (readable) {
       unshown = sample;
     }
+    // Rows that go to a file or a pipe are handed on a batch at a time: all that was read
+    // before the next wait for the camera, or kFlushRows of an unpaced stream. A full disk
+    // or a reader gone is then found within a batch, not a buffer of seconds of rows later.
+    if (!console.out_is_terminal && (period > Clock::duration::zero() || (index + 1) % kFlushRows == 0)) {
+      console.out.flush();
+    }
     // Samples nobody can receive are not worth reading: a full disk or a closed pipe ends the stream.
     if (!console.out) {
       output_failed = true;
@@ -388,7 +376,7 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
 
   int plot_status = kExitOk;
   if (options->plot && traces.samples() != 0) {
-    plot_status = write_plot(*options->plot, traces, camera, console);
+    plot_status = write_plot(*options->plot, options->replace_plot, traces, camera, console);
   }
   if (failure) {
     return report_sdk_error(*failure, "reading the IMU of " + describe_camera(camera), console);

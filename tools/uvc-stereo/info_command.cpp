@@ -10,6 +10,7 @@
 #include "uvc-stereo/device_output.h"
 #include "uvc-stereo/exit_status.h"
 #include "uvc-stereo/json_writer.h"
+#include "uvc-stereo/terminal_text.h"
 #include "uvc_stereo/flash.h"
 
 namespace tovanel::uvc_stereo::cli {
@@ -135,8 +136,8 @@ void print_text(const SelectedCamera& camera, const Device& device, const Firmwa
   // One label width for every section, so the values line up down the whole page.
   const auto row = [&console](const std::string& label, const std::string& value) {
     constexpr std::size_t kLabelWidth = 18;
-    console.out << "  " << label << std::string(kLabelWidth - std::min(kLabelWidth - 1, label.size()), ' ') << value
-                << "\n";
+    console.out << "  " << label << std::string(kLabelWidth - std::min(kLabelWidth - 1, label.size()), ' ')
+                << terminal_safe(value) << "\n";
   };
 
   console.out << "Camera " << camera.index << " of " << camera.count << "\n";

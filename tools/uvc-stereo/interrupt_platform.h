@@ -32,6 +32,12 @@ void restore_signal(int signal, SignalHandler previous) noexcept;
 void start_console_events() noexcept;
 void stop_console_events() noexcept;
 
+// Waits until `descriptor` has input (or its end, or an error) to read, or an interrupt is
+// noted, whichever comes first; true when there is something to read. An interrupt that
+// arrives just before the wait ends it as surely as one during it. On Windows, where the
+// console's events come on a thread of their own, only an interrupt already noted counts.
+[[nodiscard]] bool wait_for_input(int descriptor) noexcept;
+
 // Writes `length` bytes of `text` to standard error with one system call, as a signal
 // handler may.
 void write_to_standard_error(const char* text, std::size_t length) noexcept;

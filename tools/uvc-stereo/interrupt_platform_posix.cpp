@@ -1,7 +1,10 @@
 // Interrupts on POSIX systems: Ctrl-C (SIGINT), a request to end (SIGTERM, as from `kill`,
 // `timeout` or a service manager) and the terminal closing (SIGHUP).
 #include <signal.h>
+#include <sys/select.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include "uvc-stereo/interrupt_platform.h"
 
@@ -46,6 +49,35 @@ void restore_signal(int signal, SignalHandler previous) noexcept {
   action.sa_handler = previous == SIG_ERR ? SIG_DFL : previous;
   sigemptyset(&action.sa_mask);
   static_cast<void>(::sigaction(signal, &action, nullptr));
+}
+
+bool wait_for_input(int descriptor) noexcept {
+  if (descriptor < 0 || descriptor >= FD_SETSIZE) {
+    return !interrupt_noted();  // nothing to wait on: the read itself reports what is wrong
+  }
+  // The interrupt signals are held back while the noted flag is checked, and let in again only
+  // by pselect itself, atomically: one that comes between the check and the wait is not lost.
+  sigset_t held;
+  sigset_t previous;
+  sigemptyset(&held);
+  for (const int signal : kSignals) {
+    sigaddset(&held, signal);
+  }
+  if (::pthread_sigmask(SIG_BLOCK, &held, &previous) != 0) {
+    return !interrupt_noted();
+  }
+  bool readable = false;
+  if (!interrupt_noted()) {
+    fd_set descriptors;
+    FD_ZERO(&descriptors);
+    FD_SET(descriptor, &descriptors);
+    const int ready = ::pselect(descriptor + 1, &descriptors, nullptr, nullptr, nullptr, &previous);
+    // Any failure but an interrupt is left for the read to report.
+    readable = ready > 0 || (ready < 0 && errno != EINTR);
+    readable = readable && !interrupt_noted();
+  }
+  static_cast<void>(::pthread_sigmask(SIG_SETMASK, &previous, nullptr));
+  return readable;
 }
 
 void start_console_events() noexcept {}

@@ -75,6 +75,8 @@ void stop_console_events() noexcept {
   SetConsoleCtrlHandler(handle_console_event, FALSE);
 }
 
+bool wait_for_input(int) noexcept { return !interrupt_noted(); }
+
 void write_to_standard_error(const char* text, std::size_t length) noexcept {
   static_cast<void>(_write(2, text, static_cast<unsigned int>(length)));
 }

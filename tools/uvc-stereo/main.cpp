@@ -7,11 +7,14 @@
 #if defined(_WIN32)
 #include <fcntl.h>
 #include <io.h>
+#else
+#include <csignal>
 #endif
 
 #include "uvc-stereo/commands.h"
 #include "uvc-stereo/console.h"
 #include "uvc-stereo/output_stream.h"
+#include "uvc-stereo/standard_input.h"
 #include "uvc-stereo/terminal_size.h"
 
 int main(int argc, char** argv) {
@@ -20,13 +23,21 @@ int main(int argc, char** argv) {
 #if defined(_WIN32)
   // A configuration piped in on standard input is read byte for byte, CR LF included.
   _setmode(_fileno(stdin), _O_BINARY);
+  std::istream& in = std::cin;
+#else
+  // A reader that goes away (`| head`) is a failed write the commands handle, ending a stream
+  // with its plot still written, rather than a signal that ends the process on the spot.
+  std::signal(SIGPIPE, SIG_IGN);
+  constexpr int kStandardInput = 0;
+  cli::DescriptorInput input_buffer(kStandardInput);
+  std::istream in(&input_buffer);
 #endif
   constexpr int kStandardOutput = 1;
   constexpr int kStandardError = 2;
   const std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
   cli::DescriptorBuffer out_buffer(kStandardOutput, cli::descriptor_is_terminal(kStandardOutput));
   std::ostream out(&out_buffer);
-  cli::Console console{std::cin,
+  cli::Console console{in,
                        out,
                        std::cerr,
                        cli::descriptor_is_terminal(kStandardError),

@@ -37,6 +37,24 @@ std::string device_path(const CameraModelId& model, const char* instance) {
   return path;
 }
 
+// A camera of `model` as the scenario plugs it in: named by its product string, with the
+// serial number, firmware and IMU given.
+sim::SimulatedCamera scenario_camera(const CameraModelId& model, const char* instance, const char* name,
+                                     const ScenarioCamera& scenario, const char* firmware,
+                                     const sim::SimulatedImu& imu) {
+  sim::SimulatedCamera camera;
+  camera.vendor_id = model.vendor_id;
+  camera.product_id = model.product_id;
+  camera.device_path = device_path(model, instance);
+  camera.device_name = name;
+  camera.product_string = name;
+  camera.descriptor_3 = "Tovanel Imaging";
+  camera.serial_number = scenario.serial_number;
+  camera.firmware_version = firmware;
+  camera.imu = imu;
+  return camera;
+}
+
 Status store_record(sim::SimulatedRig& rig, int camera, const ScenarioCamera& scenario) {
   FlashConfig config;
   config.user_space_address = scenario.user_space_address;
@@ -103,36 +121,16 @@ Status populate_simulated_scenario(sim::SimulatedRig& rig) {
   }
   const std::array<ScenarioCamera, kScenarioCameraCount> scenario = scenario_cameras();
 
-  sim::SimulatedCamera reporting;
-  reporting.vendor_id = models[kReportingModelRow].vendor_id;
-  reporting.product_id = models[kReportingModelRow].product_id;
-  reporting.device_path = device_path(models[kReportingModelRow], "7&1a2b3c4d&0&0000");
-  reporting.device_name = "Tovanel Stereo Camera S2";
-  reporting.product_string = "Tovanel Stereo Camera S2";
-  reporting.descriptor_3 = "Tovanel Imaging";
-  reporting.serial_number = scenario[0].serial_number;
-  reporting.firmware_version = "V2.4.1-260311";
+  sim::SimulatedCamera reporting =
+      scenario_camera(models[kReportingModelRow], "7&1a2b3c4d&0&0000", "Tovanel Stereo Camera S2", scenario[0],
+                      "V2.4.1-260311", sim::SimulatedImu{sim::ImuMotion::AtRest, 4096, 1, 34.25, 7});
   reporting.user_space_address = scenario[0].user_space_address;
   reporting.user_space_size = scenario[0].user_space_size;
   reporting.capability = scenario_capability_report();
-  reporting.imu.motion = sim::ImuMotion::AtRest;
-  reporting.imu.first_counter = 4096;
-  reporting.imu.temperature_c = 34.25;
-  reporting.imu.seed = 7;
 
-  sim::SimulatedCamera legacy;
-  legacy.vendor_id = models[kLegacyModelRow].vendor_id;
-  legacy.product_id = models[kLegacyModelRow].product_id;
-  legacy.device_path = device_path(models[kLegacyModelRow], "7&2f4e6a1b&0&0000");
-  legacy.device_name = "Tovanel Stereo Camera S1";
-  legacy.product_string = "Tovanel Stereo Camera S1";
-  legacy.descriptor_3 = "Tovanel Imaging";
-  legacy.serial_number = scenario[1].serial_number;
-  legacy.firmware_version = "V1.3.0-251120";
-  legacy.imu.motion = sim::ImuMotion::Moving;
-  legacy.imu.first_counter = kLegacyFirstCounter;
-  legacy.imu.temperature_c = 29.5;
-  legacy.imu.seed = 11;
+  const sim::SimulatedCamera legacy =
+      scenario_camera(models[kLegacyModelRow], "7&2f4e6a1b&0&0000", "Tovanel Stereo Camera S1", scenario[1],
+                      "V1.3.0-251120", sim::SimulatedImu{sim::ImuMotion::Moving, kLegacyFirstCounter, 1, 29.5, 11});
 
   const int reporting_index = rig.add_camera(reporting);
   const int legacy_index = rig.add_camera(legacy);

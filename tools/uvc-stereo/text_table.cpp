@@ -3,7 +3,16 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "uvc-stereo/terminal_text.h"
+
 namespace tovanel::uvc_stereo::cli {
+
+void TextTable::add_row(std::vector<std::string> cells) {
+  for (std::string& cell : cells) {
+    cell = terminal_safe(cell);
+  }
+  rows_.push_back(std::move(cells));
+}
 
 void TextTable::render(std::ostream& out, const std::string& indent) const {
   std::vector<std::size_t> widths;

@@ -11,7 +11,8 @@ namespace tovanel::uvc_stereo::cli {
 // column is not padded, so long device paths leave no trailing blanks.
 class TextTable {
  public:
-  void add_row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+  // Cells are shown through terminal_safe: a table lists what cameras report about themselves.
+  void add_row(std::vector<std::string> cells);
   void render(std::ostream& out, const std::string& indent = "") const;
 
  private:
