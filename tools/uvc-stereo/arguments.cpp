@@ -13,6 +13,7 @@ namespace {
 const OptionSyntax kHelpOption{"help", "", "show this help and exit"};
 const OptionSyntax kSimulateOption{"simulate", "", ""};
 const OptionSyntax kVersionOption{"version", "", ""};
+const OptionSyntax kVerboseOption{"verbose", "", ""};
 
 const OptionSyntax* find_option(const std::vector<OptionSyntax>& options, std::string_view name) {
   if (name == kHelpOption.name) {
@@ -305,6 +306,7 @@ GlobalOutcome parse_global_arguments(const std::vector<std::string>& args) {
   configure(line);
   CLI::Option* simulate = line.add_flag("--" + kSimulateOption.name);
   CLI::Option* version = line.add_flag("--" + kVersionOption.name);
+  CLI::Option* verbose = line.add_flag("--" + kVerboseOption.name);
   // The first word that is no option is the command: it and everything after it are the command's.
   line.prefix_command();
   try {
@@ -333,11 +335,12 @@ GlobalOutcome parse_global_arguments(const std::vector<std::string>& args) {
     outcome.error = "unknown option '" + *unknown + "' before the command";
     return outcome;
   }
-  if (std::optional<std::string> refused = attached_value_error({kVersionOption}, before)) {
+  if (std::optional<std::string> refused = attached_value_error({kVersionOption, kVerboseOption}, before)) {
     outcome.error = std::move(*refused);
     return outcome;
   }
   global.simulate = simulate->count() != 0;
+  global.verbose = verbose->count() != 0;
   // Of --help and --version, the one given first is answered.
   for (const CLI::Option* option : line.parse_order()) {
     if (option == version || option == line.get_help_ptr()) {

@@ -61,6 +61,7 @@ struct GlobalArguments {
   bool help = false;     ///< --help or -h (of it and --version, the one given first counts)
   bool version = false;  ///< --version
   bool simulate = false;
+  bool verbose = false;              ///< --verbose: show the SDK's diagnostics on standard error
   std::vector<std::string> command;  ///< the command word and every word after it; empty when none is given
 };
 
