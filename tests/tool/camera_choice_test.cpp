@@ -61,21 +61,21 @@ class CameraChoice : public ScenarioTest {
 TEST_F(CameraChoice, TheUndoLineOfAFilteredIndexRestoresTheCameraThatWasWritten) {
   const int added = add_legacy_camera(std::nullopt, "7&aa&0&0000");
   ASSERT_EQ(added, 2);
+  // Inside the scratch directory, so that the pasted undo keeps its own backup there too.
+  const WorkingDirectory inside(scratch_.path());
   const std::string input = scratch_.write("new.json", kNewJson);
   // In the scan filtered to 0c45:6366 the added camera is index 1; unfiltered, index 1 is another camera.
-  const ToolRun run =
-      run_tool({"config", "set", input, "--pid", "6366", "--index", "1", "--backup", scratch_.file("backup.json")});
+  const ToolRun run = run_tool({"config", "set", input, "--pid", "6366", "--index", "1", "--backup", "backup.json"});
   ASSERT_EQ(run.status, 0) << run.err;
   ASSERT_EQ(stored_at(2), kNewJson + "\n");
 
   const std::string undo = undo_line(run.err);
   EXPECT_EQ(undo,
-            "uvc-stereo config set " + scratch_.file("backup.json") +
-                " --path '\\\\?\\usb#vid_0c45&pid_6366&mi_00#7&aa&0&0000#{e5323777-f976-4f5b-9b55-b94699c46e44}'");
+            "uvc-stereo config set backup.json --path "
+            "'\\\\?\\usb#vid_0c45&pid_6366&mi_00#7&aa&0&0000#{e5323777-f976-4f5b-9b55-b94699c46e44}'");
   std::vector<std::string> words = shell_words(undo);
   ASSERT_GE(words.size(), 2u);
   words.erase(words.begin());
-  const WorkingDirectory inside(scratch_.path());  // the undo keeps a backup of its own
   const ToolRun restored = run_tool(words);
   ASSERT_EQ(restored.status, 0) << restored.err;
   EXPECT_EQ(stored_at(2), kOldJson + "\n");
