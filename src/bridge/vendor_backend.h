@@ -9,7 +9,8 @@ namespace tovanel::uvc_stereo::vendor {
 // One implementation of the vendor operations. Exactly one backend is active at a time; the SonixCam_* functions
 // forward to it (bridge/sonix_dispatch.cpp). The contract every backend keeps, entry by entry:
 //  - Every entry is required: a backend that cannot do an operation still gives a function that fails it, with a
-//    code for get_error_code (complete_vendor_backend checks this at compile time).
+//    code for get_error_code (complete_vendor_backend tells whether a table is whole; the tests hold every
+//    built-in backend to it, and the library loaded at run time is checked with it before use).
 //  - Every entry is called with the process-wide vendor lock held by the calling thread, and may rely on it: no
 //    other vendor call runs meanwhile. No entry takes that lock itself or calls another entry through the bridge.
 //  - Every entry but init, get_error_code and uninit is called only inside an open library session (between a
@@ -18,8 +19,7 @@ namespace tovanel::uvc_stereo::vendor {
 //    library's "last error" of the calling thread), and writes nothing the caller may trust.
 //
 // C++17 has no designated initialisers, so backends fill a default-constructed table field by field in a constexpr
-// function (see kSimulated in sim/backend.cpp), which keeps every entry's name beside its function; the table is
-// then checked with static_assert(complete_vendor_backend(table)).
+// function (see kSimulated in sim/backend.cpp), which keeps every entry's name beside its function.
 struct VendorBackend {
   /// The backend's name for diagnostics: "unavailable", "SonixCamera.dll", "Linux UVC", "simulated".
   const char* name = nullptr;

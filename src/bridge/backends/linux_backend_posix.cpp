@@ -441,7 +441,6 @@ constexpr VendorBackend linux_backend() {
 }
 
 constexpr VendorBackend kLinuxBackend = linux_backend();
-static_assert(complete_vendor_backend(kLinuxBackend));
 
 }  // namespace
 
