@@ -79,6 +79,7 @@ list(APPEND UVC_STEREO_SOURCES
   bridge/sonix_dispatch.cpp
   bridge/sonix_global_lock.cpp
   bridge/vendor_error_names.cpp
+  bridge/vendor_library_version.cpp
   bridge/vendor_session.cpp
   bridge/vendor_status.cpp)
 

@@ -12,6 +12,7 @@
 #include "uvc_stereo/imu_stream.h"
 #include "uvc_stereo/json.h"
 #include "uvc_stereo/models.h"
+#include "uvc_stereo/platform_info.h"
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/result.h"
 #include "uvc_stereo/vendor_lock.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "bridge/sonix_camera.h"
 
 namespace tovanel::uvc_stereo::vendor {
@@ -99,6 +101,10 @@ struct VendorBackend {
 // The backend used when nothing else is installed: the vendor library on Windows,
 // "unavailable" elsewhere.
 const VendorBackend& platform_vendor_backend() noexcept;
+
+// The platform backend's library and its version, as vendor_library_version() words it
+// (uvc_stereo/platform_info.h). Loads the library on Windows if it is not loaded yet.
+[[nodiscard]] std::string platform_vendor_library_version();
 
 // The backend every operation fails in: SonixCam_Init reports "ecLibInitFail".
 const VendorBackend& unavailable_vendor_backend() noexcept;

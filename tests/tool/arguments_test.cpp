@@ -312,9 +312,9 @@ TEST(ParseGlobalArguments, AnswersHelpOrVersionWhicheverComesFirst) {
 }
 
 TEST(ParseGlobalArguments, RefusesWhatNoCommandTakesBeforeTheCommand) {
-  EXPECT_EQ(parse_global_arguments({"--verbose", "scan"}).error, "unknown option '--verbose' before the command");
+  EXPECT_EQ(parse_global_arguments({"--loud", "scan"}).error, "unknown option '--loud' before the command");
   EXPECT_EQ(parse_global_arguments({"--simulate", "-x", "scan"}).error, "unknown option '-x' before the command");
-  EXPECT_EQ(parse_global_arguments({"--help", "--verbose"}).error, "unknown option '--verbose' before the command");
+  EXPECT_EQ(parse_global_arguments({"--help", "--loud"}).error, "unknown option '--loud' before the command");
   EXPECT_EQ(parse_global_arguments({"--simulate=", "scan"}).error, "option '--simulate=' needs a directory");
   const GlobalOutcome kept = parse_global_arguments({"--simulate=rig", "scan"});
   ASSERT_TRUE(kept.arguments) << kept.error;
@@ -322,8 +322,20 @@ TEST(ParseGlobalArguments, RefusesWhatNoCommandTakesBeforeTheCommand) {
   EXPECT_EQ(kept.arguments->simulate_directory, "rig");
   EXPECT_EQ(kept.arguments->command, std::vector<std::string>{"scan"});
   EXPECT_EQ(parse_global_arguments({"--version=", "scan"}).error, "option '--version' takes no value");
+  EXPECT_EQ(parse_global_arguments({"--verbose=1", "scan"}).error, "option '--verbose' takes no value");
   // What follows the command is the command's to judge.
   EXPECT_TRUE(parse_global_arguments({"scan", "--simulate=1"}).arguments);
+}
+
+TEST(ParseGlobalArguments, VerboseIsAnOptionOfEveryCommand) {
+  const GlobalOutcome verbose = parse_global_arguments({"--verbose", "--simulate", "scan"});
+  ASSERT_TRUE(verbose.arguments) << verbose.error;
+  EXPECT_TRUE(verbose.arguments->verbose);
+  EXPECT_TRUE(verbose.arguments->simulate);
+  EXPECT_EQ(verbose.arguments->command, std::vector<std::string>{"scan"});
+  const GlobalOutcome quiet = parse_global_arguments({"scan"});
+  ASSERT_TRUE(quiet.arguments);
+  EXPECT_FALSE(quiet.arguments->verbose);
 }
 
 TEST(CommandHelp, ShowsUsageOptionsAndTheSharedOnes) {

@@ -11,6 +11,14 @@ add_test(NAME uvc_stereo_smoke_imu COMMAND uvc-stereo --simulate imu --index 1 -
 set_tests_properties(uvc_stereo_smoke_imu PROPERTIES
   PASS_REGULAR_EXPRESSION "\"sample\":19,\"counter\":1048495,")
 
+add_test(NAME uvc_stereo_smoke_version COMMAND uvc-stereo --version)
+set_tests_properties(uvc_stereo_smoke_version PROPERTIES
+  PASS_REGULAR_EXPRESSION "^uvc-stereo ${PROJECT_VERSION}\r?\nSDK library ${PROJECT_VERSION}\r?\nvendor library: [^\r\n]+\r?\n$")
+
+add_test(NAME uvc_stereo_smoke_doctor COMMAND uvc-stereo --simulate doctor --json --imu-seconds 0.2)
+set_tests_properties(uvc_stereo_smoke_doctor PROPERTIES
+  PASS_REGULAR_EXPRESSION "\"crc32\": \"0x[0-9a-f]+\",.*\"missed\": 0,.*\"crc32\": \"0x[0-9a-f]+\",.*\"missed\": 0,")
+
 # Exit statuses need more than a pattern: a small script checks the status and the message.
 set(check_exit ${CMAKE_CURRENT_SOURCE_DIR}/tool/expect_exit.cmake)
 # The script starts the program itself, so a cross build's emulator (Wine) is named here.

@@ -18,6 +18,7 @@
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/flash_config.h"
+#include "uvc_stereo/platform_info.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -148,6 +149,20 @@ TEST(VendorLibraryOnTheSearchPath, IsFoundByNameWhenNoneIsBesideTheSdk) {
   ASSERT_NE(vendor_module(), nullptr);
   EXPECT_EQ(directory_of_module(vendor_module()), directory_of_module(nullptr));
   EXPECT_EQ(VendorLibraryLog(vendor_module()).open_sessions(), 0);
+}
+
+TEST(VendorLibraryOnTheSearchPath, ItsVersionNamesTheFileTheSdkLoaded) {
+  const std::string version = vendor_library_version();
+  // The stand-in library carries no version resource; the path is the one the SDK loaded.
+  EXPECT_EQ(version.rfind("SonixCamera.dll (no version resource) (", 0), 0u) << version;
+  ASSERT_NE(vendor_module(), nullptr);
+  EXPECT_NE(version.find("SonixCamera.dll)"), std::string::npos) << version;
+  EXPECT_EQ(version.back(), ')') << version;
+}
+
+TEST(VendorLibraryAbsent, ItsVersionSaysItIsNotLoaded) {
+  EXPECT_EQ(vendor_library_version(),
+            "not loaded (SonixCamera.dll was not found beside the SDK or on the search path)");
 }
 
 TEST(VendorLibraryAbsent, ScanningIsAPlatformErrorNamingLibInitFail) {

@@ -32,6 +32,7 @@ std::optional<std::string> take_simulate_directory(std::vector<std::string>& wor
   return directory;
 }
 const OptionSyntax kVersionOption{"version", "", ""};
+const OptionSyntax kVerboseOption{"verbose", "", ""};
 
 const OptionSyntax* find_option(const std::vector<OptionSyntax>& options, std::string_view name) {
   if (name == kHelpOption.name) {
@@ -342,6 +343,7 @@ GlobalOutcome parse_global_arguments(const std::vector<std::string>& given) {
   configure(line);
   CLI::Option* simulate = line.add_flag("--" + kSimulateOption.name);
   CLI::Option* version = line.add_flag("--" + kVersionOption.name);
+  CLI::Option* verbose = line.add_flag("--" + kVerboseOption.name);
   // The first word that is no option is the command: it and everything after it are the command's.
   line.prefix_command();
   try {
@@ -370,12 +372,13 @@ GlobalOutcome parse_global_arguments(const std::vector<std::string>& given) {
     outcome.error = "unknown option '" + *unknown + "' before the command";
     return outcome;
   }
-  if (std::optional<std::string> refused = attached_value_error({kVersionOption}, before)) {
+  if (std::optional<std::string> refused = attached_value_error({kVersionOption, kVerboseOption}, before)) {
     outcome.error = std::move(*refused);
     return outcome;
   }
   global.simulate = simulate->count() != 0;
   global.simulate_directory = directory.value_or("");
+  global.verbose = verbose->count() != 0;
   // Of --help and --version, the one given first is answered.
   for (const CLI::Option* option : line.parse_order()) {
     if (option == version || option == line.get_help_ptr()) {

@@ -62,6 +62,7 @@ struct GlobalArguments {
   bool version = false;  ///< --version
   bool simulate = false;
   std::string simulate_directory;    ///< from "--simulate=DIR"; empty for cameras in memory
+  bool verbose = false;              ///< --verbose: show the SDK's diagnostics on standard error
   std::vector<std::string> command;  ///< the command word and every word after it; empty when none is given
 };
 

@@ -1,18 +1,19 @@
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "uvc-stereo/arguments.h"
 #include "uvc-stereo/commands.h"
+#include "uvc-stereo/diagnostics_output.h"
 #include "uvc-stereo/exit_status.h"
+#include "uvc-stereo/version_output.h"
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
 
-constexpr const char* kVersion = "0.1.0";
-
 void print_overview(std::ostream& out) {
-  out << "Usage: uvc-stereo [--simulate[=DIR]] COMMAND [options]\n"
+  out << "Usage: uvc-stereo [--simulate[=DIR]] [--verbose] COMMAND [options]\n"
          "\n"
          "Works with Tovanel USB stereo cameras: lists them, shows what each can do, reads and writes the\n"
          "JSON configuration kept in its flash, and streams its IMU.\n"
@@ -23,6 +24,7 @@ void print_overview(std::ostream& out) {
          "  config get    print the camera's JSON configuration\n"
          "  config set    validate, back up, write and verify a new JSON configuration\n"
          "  imu           stream IMU samples (CSV or JSON lines), with a live line and an SVG plot\n"
+         "  doctor        write a field report for a bug report (versions, platform, cameras, IMU health)\n"
          "\n"
          "Options for every command:\n"
          "  --simulate    run against the built-in simulated cameras (two cameras, one with a capability\n"
@@ -30,8 +32,9 @@ void print_overview(std::ostream& out) {
          "                the simulation afresh: nothing written in one run is seen by the next\n"
          "  --simulate=DIR  keep the simulated cameras in DIR (made with them when missing): what one run\n"
          "                writes the next one reads, and programs given the same DIR share the cameras\n"
+         "  --verbose     show the SDK's diagnostics on standard error (given before the command)\n"
          "  --help        show the command's options\n"
-         "  --version     print the tool's version\n"
+         "  --version     print the versions of the tool, the SDK library and the vendor library\n"
          "\n"
       << exit_status_help()
       << "\n"
@@ -64,8 +67,12 @@ int run_cli_unchecked(const std::vector<std::string>& args, Console& console) {
     return kExitOk;
   }
   if (global.version) {
-    console.out << "uvc-stereo " << kVersion << "\n";
+    print_versions(console.out);
     return kExitOk;
+  }
+  std::optional<DiagnosticsOutput> diagnostics;
+  if (global.verbose) {
+    diagnostics.emplace(console.err);
   }
   const std::vector<std::string>& words = global.command;
   if (words.empty()) {
@@ -102,6 +109,7 @@ int run_cli_unchecked(const std::vector<std::string>& args, Console& console) {
       {"config set", run_config_set},
       {"config", run_config_overview},
       {"imu", run_imu},
+      {"doctor", run_doctor},
   };
   for (const auto& [name, run] : kCommands) {
     if (command == name) {

@@ -13,6 +13,7 @@ namespace tovanel::uvc_stereo::cli {
 [[nodiscard]] int run_config_get(const std::vector<std::string>& args, Console& console);
 [[nodiscard]] int run_config_set(const std::vector<std::string>& args, Console& console);
 [[nodiscard]] int run_imu(const std::vector<std::string>& args, Console& console);
+[[nodiscard]] int run_doctor(const std::vector<std::string>& args, Console& console);
 
 // The whole tool: `args` is the command line without the program name.
 [[nodiscard]] int run_cli(const std::vector<std::string>& args, Console& console);

@@ -7,4 +7,6 @@ namespace tovanel::uvc_stereo::vendor {
 // serves everything but the serial flash.
 const VendorBackend& platform_vendor_backend() noexcept { return linux_vendor_backend(); }
 
+std::string platform_vendor_library_version() { return "none (the kernel's UVC driver)"; }
+
 }  // namespace tovanel::uvc_stereo::vendor

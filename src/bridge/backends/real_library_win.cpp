@@ -7,7 +7,11 @@
 #include <optional>
 #include <string>
 
+#include "bridge/os/wide_text_win.h"
 #include "bridge/os/windows_api_win.h"
+// After <windows.h>, whose types it needs.
+#include <winver.h>
+
 #include "bridge/vendor_backend.h"
 
 namespace tovanel::uvc_stereo::vendor {
@@ -114,7 +118,41 @@ std::optional<VendorBackend> load_vendor_library() noexcept {
   }
 }
 
+// "a.b.c.d" from the fixed file version of the version resource of the file at `path`;
+// empty when it has none.
+std::string file_version(const std::wstring& path) {
+  DWORD ignored = 0;
+  const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
+  if (size == 0) {
+    return {};
+  }
+  std::string resource(size, '\0');
+  if (GetFileVersionInfoW(path.c_str(), 0, size, resource.data()) == 0) {
+    return {};
+  }
+  void* fixed = nullptr;
+  UINT fixed_size = 0;
+  if (VerQueryValueW(resource.data(), L"\\", &fixed, &fixed_size) == 0 || fixed == nullptr ||
+      fixed_size < sizeof(VS_FIXEDFILEINFO)) {
+    return {};
+  }
+  const auto* info = static_cast<const VS_FIXEDFILEINFO*>(fixed);
+  return std::to_string(HIWORD(info->dwFileVersionMS)) + "." + std::to_string(LOWORD(info->dwFileVersionMS)) + "." +
+         std::to_string(HIWORD(info->dwFileVersionLS)) + "." + std::to_string(LOWORD(info->dwFileVersionLS));
+}
+
 }  // namespace
+
+std::string platform_vendor_library_version() {
+  if (platform_vendor_backend().init == unavailable_vendor_backend().init) {
+    return "not loaded (SonixCamera.dll was not found beside the SDK or on the search path)";
+  }
+  // The library loaded above stays loaded, so its handle names the very file in use.
+  const std::wstring path = module_path(GetModuleHandleW(kLibraryName));
+  const std::string version = path.empty() ? std::string() : file_version(path);
+  return std::string("SonixCamera.dll ") + (version.empty() ? "(no version resource)" : version) + " (" +
+         win_detail::wide_to_utf8(path.c_str()) + ")";
+}
 
 const VendorBackend& platform_vendor_backend() noexcept {
   // Thread-safe static initialisation makes the first caller load the library while the
