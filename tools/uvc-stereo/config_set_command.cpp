@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <ctime>
+#include <filesystem>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -54,13 +55,23 @@ std::string json_failure_context(const Status& status, const Input& input) {
   return context + input.name + "; nothing was written";
 }
 
-// A command that restores the backup when pasted into a shell: the selector names this very
-// camera, and a file name that looks like an option comes after "--".
-std::string undo_command(const std::string& backup_path, const SelectedCamera& camera) {
-  if (backup_path.rfind('-', 0) == 0) {
-    return "uvc-stereo config set " + reselect_options(camera) + " -- " + quoted_for_shell(backup_path);
+// The options that find this very camera again: its selector and, for simulated cameras kept
+// in a directory, that directory (absolute, so the command works from anywhere).
+std::string reselect_same_camera(const SelectedCamera& camera, const ParsedArguments& arguments) {
+  std::string options = reselect_options(camera);
+  if (const std::optional<std::string> directory = arguments.value("simulate")) {
+    options += " --simulate=" + quoted_for_shell(std::filesystem::absolute(*directory).lexically_normal().string());
   }
-  return "uvc-stereo config set " + quoted_for_shell(backup_path) + " " + reselect_options(camera);
+  return options;
+}
+
+// A command that restores the backup when pasted into a shell: the selection names this very
+// camera, and a file name that looks like an option comes after "--".
+std::string undo_command(const std::string& backup_path, const std::string& selection) {
+  if (backup_path.rfind('-', 0) == 0) {
+    return "uvc-stereo config set " + selection + " -- " + quoted_for_shell(backup_path);
+  }
+  return "uvc-stereo config set " + quoted_for_shell(backup_path) + " " + selection;
 }
 
 // An interrupt that arrives before the flash is erased ends the run with the camera as it was.
@@ -116,6 +127,7 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
     return opened.exit_status;
   }
   const SelectedCamera& camera = *opened.camera;
+  const std::string selection = reselect_same_camera(camera, arguments);
   Device& device = *opened.device;
 
   // The record (header and minified JSON) must fit this camera's flash user space; saying
@@ -207,10 +219,9 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
                 << (written.ok() ? std::string("written and verified")
                                  : std::string(error_code_name(written.code())) + ": " + written.message());
     if (backup_to_output) {
-      console.err << "; restore by giving the saved standard output to: uvc-stereo config set "
-                  << reselect_options(camera) << " -";
+      console.err << "; restore by giving the saved standard output to: uvc-stereo config set " << selection << " -";
     } else if (!backup_path.empty()) {
-      console.err << "; restore with: " << undo_command(backup_path, camera);
+      console.err << "; restore with: " << undo_command(backup_path, selection);
     }
     console.err << "\n";
     return InterruptDeferral::kExitInterrupted;
@@ -225,10 +236,9 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   console.err << "wrote and verified the configuration of " << describe_camera(camera) << " (" << new_json.size()
               << " bytes): " << diff.summary() << "\n";
   if (backup_to_output) {
-    console.err << "undo by giving the saved standard output to: uvc-stereo config set " << reselect_options(camera)
-                << " -\n";
+    console.err << "undo by giving the saved standard output to: uvc-stereo config set " << selection << " -\n";
   } else if (!backup_path.empty()) {
-    console.err << "undo with: " << undo_command(backup_path, camera) << "\n";
+    console.err << "undo with: " << undo_command(backup_path, selection) << "\n";
   }
   return kExitOk;
 }
