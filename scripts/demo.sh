@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # The main job in one command: builds the uvc-stereo tool and takes it on a tour of the
 # simulated cameras (no camera or vendor library needed): scan, info, the JSON
-# configuration read, previewed, written with a backup, and a short IMU stream with its plot.
+# configuration read, previewed, written with a backup, and a short IMU stream with its plot;
+# then, on simulated cameras kept in a directory, a field engineer's rehearsal: back up and
+# write, see the write in a later run, and paste the printed undo command to restore.
 # Installs cmake, ninja and g++ with apt-get when they are missing (run as root, or with sudo).
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -49,3 +51,16 @@ cat "$work/before-demo.json"
 step --simulate imu --index 1 --count 200 --plot "$build/imu.svg"
 echo
 echo "IMU plot: $build/imu.svg"
+
+cameras="$work/cameras"
+echo
+echo "=== a rehearsal on simulated cameras kept in $cameras (state persists between runs)"
+step "--simulate=$cameras" config set demo.json --index 0 --backup rehearsal-backup.json 2>"$work/set.log"
+cat "$work/set.log"
+step "--simulate=$cameras" config get --index 0
+undo=$(sed -n 's/^undo with: uvc-stereo //p' "$work/set.log")
+echo
+echo "\$ uvc-stereo $undo    # the printed undo command, pasted"
+# The printed command is meant for a shell: let one read it, as a user's would.
+(cd "$work" && eval "\"\$tool\" $undo")
+step "--simulate=$cameras" config get --index 0

@@ -8,6 +8,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "core/format.h"
 
@@ -199,7 +200,10 @@ Result<StoredCamera> parse_camera_file(const std::string& text, const std::strin
   while (std::getline(lines, line)) {
     const std::size_t equals = line.find('=');
     if (equals == std::string::npos) {
-      return Status(ErrorCode::InvalidArgument, path + ": line without '=': " + line);
+      std::string why = path;
+      why += ": line without '=': ";
+      why += line;
+      return Status(ErrorCode::InvalidArgument, std::move(why));
     }
     values[line.substr(0, equals)] = line.substr(equals + 1);
   }

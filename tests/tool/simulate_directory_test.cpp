@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -52,6 +53,32 @@ TEST(SimulateDirectory, ConfigSetWhileAnotherProgramStreamsTheImuFailsBusyAndTou
   ASSERT_TRUE(streaming.value().close_imu().ok());
   const ToolRun get = run_tool({"--simulate=" + directory, "config", "get", "--index", "0"});
   ASSERT_EQ(get.status, 0) << get.err;
+  EXPECT_EQ(get.out, cli::scenario_cameras()[0].stored_json + "\n");
+}
+
+TEST(SimulateDirectory, PastingThePrintedUndoCommandRestoresTheBackup) {
+  const ScratchDirectory scratch;
+  const WorkingDirectory inside(scratch.path());
+  const std::string directory = (scratch.path() / "rig").string();
+  const ToolRun set = run_tool(
+      {"--simulate=" + directory, "config", "set", "-", "--index", "0", "--backup", "before.json"}, "{\"k\":3}");
+  ASSERT_EQ(set.status, 0) << set.err;
+  const std::string marker = "undo with: uvc-stereo ";
+  const std::size_t at = set.err.find(marker);
+  ASSERT_NE(at, std::string::npos) << set.err;
+  const std::string line = set.err.substr(at + marker.size(), set.err.find('\n', at) - at - marker.size());
+  EXPECT_NE(line.find(" --simulate=" + directory), std::string::npos) << line;
+
+  // The scratch paths and the scenario's serial numbers need no quoting, so the words split at spaces.
+  std::vector<std::string> words;
+  for (std::size_t start = 0; start <= line.size();) {
+    const std::size_t end = std::min(line.find(' ', start), line.size());
+    words.push_back(line.substr(start, end - start));
+    start = end + 1;
+  }
+  const ToolRun undo = run_tool(words);
+  ASSERT_EQ(undo.status, 0) << undo.err;
+  const ToolRun get = run_tool({"--simulate=" + directory, "config", "get", "--index", "0"});
   EXPECT_EQ(get.out, cli::scenario_cameras()[0].stored_json + "\n");
 }
 

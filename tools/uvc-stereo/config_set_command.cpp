@@ -1,5 +1,7 @@
 #include <cstdint>
 #include <ctime>
+#include <filesystem>
+#include <iterator>
 #include <optional>
 #include <string>
 
@@ -59,20 +61,29 @@ std::string json_failure_context(const Status& status, const Input& input) {
   return context + input.name + "; nothing was written";
 }
 
+// How the camera written was reached: "--simulate" or "--simulate=DIR" (the directory made
+// absolute, so the command works from anywhere) for simulated cameras, else nothing.
+std::string simulate_option(const ParsedArguments& arguments) {
+  if (const std::optional<std::string> directory = arguments.value("simulate")) {
+    return "--simulate=" + quoted_for_shell(std::filesystem::absolute(*directory).lexically_normal().string());
+  }
+  return arguments.has("simulate") ? "--simulate" : "";
+}
+
 // "uvc-stereo config set" selecting this very camera again, on the simulated cameras when
 // they were the ones written.
-std::string config_set_again(const SelectedCamera& camera, bool simulated) {
-  return std::string("uvc-stereo config set ") + (simulated ? "--simulate " : "") + reselect_options(camera);
+std::string config_set_again(const SelectedCamera& camera, const std::string& simulate) {
+  return "uvc-stereo config set " + (simulate.empty() ? std::string() : simulate + " ") + reselect_options(camera);
 }
 
 // A command that restores the backup when pasted into a shell: the selector names this very
 // camera, and a file name that looks like an option comes after "--".
-std::string undo_command(const std::string& backup_path, const SelectedCamera& camera, bool simulated) {
+std::string undo_command(const std::string& backup_path, const SelectedCamera& camera, const std::string& simulate) {
   if (backup_path.rfind('-', 0) == 0) {
-    return config_set_again(camera, simulated) + " -- " + quoted_for_shell(backup_path);
+    return config_set_again(camera, simulate) + " -- " + quoted_for_shell(backup_path);
   }
-  return std::string("uvc-stereo config set ") + quoted_for_shell(backup_path) + (simulated ? " --simulate " : " ") +
-         reselect_options(camera);
+  return "uvc-stereo config set " + quoted_for_shell(backup_path) + " " +
+         (simulate.empty() ? std::string() : simulate + " ") + reselect_options(camera);
 }
 
 // An interrupt that arrives before the flash is erased ends the run with the camera as it was.
@@ -89,7 +100,7 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
     return report_usage_error("config set", "--backup and --no-backup exclude each other", console);
   }
   const bool dry_run = arguments.has("dry-run");
-  const bool simulated = arguments.has("simulate");
+  const std::string simulate = simulate_option(arguments);
   const bool keep_backup = !arguments.has("no-backup");
 
   // Everything about the new text is settled before any camera is contacted.
@@ -236,10 +247,9 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
                 << (written.ok() ? std::string("written and verified")
                                  : std::string(error_code_name(written.code())) + ": " + written.message());
     if (backup_to_output) {
-      console.err << "; restore by giving the saved standard output to: " << config_set_again(camera, simulated)
-                  << " -";
+      console.err << "; restore by giving the saved standard output to: " << config_set_again(camera, simulate) << " -";
     } else if (!backup_path.empty()) {
-      console.err << "; restore with: " << undo_command(backup_path, camera, simulated);
+      console.err << "; restore with: " << undo_command(backup_path, camera, simulate);
     }
     console.err << "\n";
     return InterruptDeferral::kExitInterrupted;
@@ -254,9 +264,9 @@ int config_set_body(const ParsedArguments& arguments, Console& console) {
   console.err << "wrote and verified the configuration of " << describe_camera(camera) << " (" << new_json.size()
               << " bytes): " << diff.summary() << "\n";
   if (backup_to_output) {
-    console.err << "undo by giving the saved standard output to: " << config_set_again(camera, simulated) << " -\n";
+    console.err << "undo by giving the saved standard output to: " << config_set_again(camera, simulate) << " -\n";
   } else if (!backup_path.empty()) {
-    console.err << "undo with: " << undo_command(backup_path, camera, simulated) << "\n";
+    console.err << "undo with: " << undo_command(backup_path, camera, simulate) << "\n";
   }
   return kExitOk;
 }
