@@ -47,6 +47,28 @@ template <typename Return, typename... Parameters>
   return require_given(pointer != nullptr, function, name);
 }
 
+// The size of each struct's first released layout. Later versions only append fields, so a
+// program built against an earlier header passes a smaller struct_size, which must keep
+// working: the fields after its layout are neither read nor written (see covers()).
+template <typename Struct>
+struct FirstReleasedSize {
+  static constexpr std::size_t value = sizeof(Struct);
+};
+template <>
+struct FirstReleasedSize<uvc_stereo_open_options_t> {
+  static constexpr std::size_t value = offsetof(uvc_stereo_open_options_t, busy_wait_ms);
+};
+template <>
+struct FirstReleasedSize<uvc_stereo_flash_config_t> {
+  static constexpr std::size_t value = offsetof(uvc_stereo_flash_config_t, busy_wait_ms);
+};
+
+// Whether the caller's struct reaches past the member that ends `end` bytes into it.
+template <typename Struct>
+[[nodiscard]] bool covers(const Struct& value, std::size_t end) noexcept {
+  return value.struct_size >= end;
+}
+
 // A struct the caller passes in or out must be null-free and at least as large as the
 // first released layout of its type.
 template <typename Struct>
@@ -56,10 +78,10 @@ template <typename Struct>
   if (!present.ok()) {
     return present;
   }
-  if (value->struct_size < sizeof(Struct)) {
+  if (value->struct_size < FirstReleasedSize<Struct>::value) {
     return Status(ErrorCode::InvalidArgument, std::string(function) + ": " + name + "->struct_size is " +
                                                   std::to_string(value->struct_size) + ", smaller than sizeof(" +
-                                                  type_name + ") " + std::to_string(sizeof(Struct)));
+                                                  type_name + ") " + std::to_string(FirstReleasedSize<Struct>::value));
   }
   return Status();
 }

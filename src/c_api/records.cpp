@@ -142,7 +142,9 @@ void to_c(const FlashConfig& config, uvc_stereo_flash_config_t& out) noexcept {
   out.max_header_size = config.max_header_size;
   out.verify_crc = config.verify_crc;
   out.verify_after_write = config.verify_after_write;
-  out.busy_wait_ms = config.busy_wait_ms;
+  if (covers(out, offsetof(uvc_stereo_flash_config_t, busy_wait_ms) + sizeof(out.busy_wait_ms))) {
+    out.busy_wait_ms = config.busy_wait_ms;
+  }
 }
 
 void to_c(const ImuConversionOptions& options, uvc_stereo_imu_conversion_options_t& out) noexcept {
@@ -187,8 +189,10 @@ DeviceScanFilter from_c(const uvc_stereo_scan_filter_t& filter) noexcept {
 OpenDeviceOptions from_c(const uvc_stereo_open_options_t& options) noexcept {
   OpenDeviceOptions out;
   out.required_capabilities = options.required_capabilities;
-  // All zero is the default in C, so 0 keeps the C++ default wait.
-  if (options.busy_wait_ms != 0) {
+  // All zero is the default in C, so 0 keeps the C++ default wait; so does a struct of the
+  // first layout, which has no such field.
+  if (covers(options, offsetof(uvc_stereo_open_options_t, busy_wait_ms) + sizeof(options.busy_wait_ms)) &&
+      options.busy_wait_ms != 0) {
     out.busy_wait_ms = options.busy_wait_ms;
   }
   return out;

@@ -1,5 +1,6 @@
 /* Bad arguments: every null handle, null out-pointer and too-small struct is an
  * InvalidArgument that names the function and the argument, never a crash. */
+#include <stddef.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -183,16 +184,20 @@ static void null_out_pointers_on_live_handles_are_refused(void) {
   finish_rig(rig);
 }
 
-/* Checks that a struct one byte smaller than its first layout is refused by `call`. */
-#define CHECK_TOO_SMALL(call, function, name, type, value)                                                        \
+/* Checks that a struct one byte smaller than its first layout (`first` bytes) is refused by `call`. */
+#define CHECK_SMALLER_THAN_FIRST(call, function, name, type, value, first)                                        \
   do {                                                                                                            \
     char expected_[256];                                                                                          \
-    (value).struct_size = (uint32_t)sizeof(type) - 1u;                                                            \
+    (value).struct_size = (uint32_t)(first)-1u;                                                                   \
     CHECK_FAILS(call, UVC_STEREO_ERROR_INVALID_ARGUMENT,                                                          \
-                too_small_message(expected_, sizeof(expected_), function, name, (unsigned long)sizeof(type) - 1u, \
-                                  #type, (unsigned long)sizeof(type)));                                           \
+                too_small_message(expected_, sizeof(expected_), function, name, (unsigned long)(first)-1u, #type, \
+                                  (unsigned long)(first)));                                                       \
     (value).struct_size = (uint32_t)sizeof(type);                                                                 \
   } while (0)
+
+/* The same for a struct whose first layout is the whole struct of this header. */
+#define CHECK_TOO_SMALL(call, function, name, type, value) \
+  CHECK_SMALLER_THAN_FIRST(call, function, name, type, value, sizeof(type))
 
 static void structs_smaller_than_their_first_layout_are_refused(void) {
   uvc_stereo_rig_t* rig = test_rig();
@@ -250,8 +255,9 @@ static void structs_smaller_than_their_first_layout_are_refused(void) {
   list = scan_all();
   CHECK_TOO_SMALL(uvc_stereo_device_list_get(list, 0, &info), "uvc_stereo_device_list_get", "info",
                   uvc_stereo_device_info_t, info);
-  CHECK_TOO_SMALL(uvc_stereo_open_device(list, 0, &options, &device), "uvc_stereo_open_device", "options",
-                  uvc_stereo_open_options_t, options);
+  /* Both grew a busy_wait_ms after their first layout. */
+  CHECK_SMALLER_THAN_FIRST(uvc_stereo_open_device(list, 0, &options, &device), "uvc_stereo_open_device", "options",
+                           uvc_stereo_open_options_t, options, offsetof(uvc_stereo_open_options_t, busy_wait_ms));
   CHECK(device == NULL);
   CHECK_OK(uvc_stereo_device_list_get(list, 0, &info));
   CHECK_TOO_SMALL(uvc_stereo_open_device_info(&info, NULL, &device), "uvc_stereo_open_device_info", "info",
@@ -263,8 +269,8 @@ static void structs_smaller_than_their_first_layout_are_refused(void) {
                   info);
   CHECK_TOO_SMALL(uvc_stereo_device_capability_info(device, &capability), "uvc_stereo_device_capability_info", "info",
                   uvc_stereo_capability_info_t, capability);
-  CHECK_TOO_SMALL(uvc_stereo_device_flash_config(device, &flash), "uvc_stereo_device_flash_config", "config",
-                  uvc_stereo_flash_config_t, flash);
+  CHECK_SMALLER_THAN_FIRST(uvc_stereo_device_flash_config(device, &flash), "uvc_stereo_device_flash_config", "config",
+                           uvc_stereo_flash_config_t, flash, offsetof(uvc_stereo_flash_config_t, busy_wait_ms));
   CHECK_TOO_SMALL(uvc_stereo_device_imu_transport(device, &transport), "uvc_stereo_device_imu_transport", "transport",
                   uvc_stereo_imu_transport_t, transport);
   CHECK_TOO_SMALL(uvc_stereo_device_imu_conversion_options(device, &conversion),
@@ -308,9 +314,42 @@ static void structs_smaller_than_their_first_layout_are_refused(void) {
   finish_rig(rig);
 }
 
+/* A program built against the header of the first release passes the structs of that layout: they are taken, and
+   the fields appended since are neither read nor written. */
+static void structs_of_the_first_layout_are_taken_and_their_later_fields_left_alone(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_device_list_t* list = NULL;
+  uvc_stereo_device_t* device = NULL;
+  uvc_stereo_open_options_t options;
+  uvc_stereo_flash_config_t flash;
+
+  test_camera_init(&camera, 0, "SN-FIRST-LAYOUT");
+  CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
+  list = scan_all();
+  memset(&options, 0, sizeof(options));
+  options.struct_size = (uint32_t)offsetof(uvc_stereo_open_options_t, busy_wait_ms);
+  options.busy_wait_ms = 0xDEADBEEFu; /* not the caller's: an earlier layout has no such field */
+  CHECK_OK(uvc_stereo_open_device(list, 0, &options, &device));
+  memset(&flash, 0, sizeof(flash));
+  flash.struct_size = (uint32_t)offsetof(uvc_stereo_flash_config_t, busy_wait_ms);
+  flash.busy_wait_ms = 0xDEADBEEFu;
+  CHECK_OK(uvc_stereo_device_flash_config(device, &flash));
+  CHECK_EQ(flash.busy_wait_ms, 0xDEADBEEFu);
+  CHECK_EQ(flash.user_space_size, 0x10000u);
+  flash.struct_size = (uint32_t)sizeof(flash);
+  CHECK_OK(uvc_stereo_device_flash_config(device, &flash));
+  CHECK_EQ(flash.busy_wait_ms, 5000u);
+  uvc_stereo_device_close(device);
+  uvc_stereo_device_list_free(list);
+  finish_rig(rig);
+}
+
 void argument_tests(void) {
   run_case("Arguments.NullHandlesAndOutPointersAreRefused", null_handles_and_out_pointers_are_refused);
   run_case("Arguments.NullOutPointersOnLiveHandlesAreRefused", null_out_pointers_on_live_handles_are_refused);
   run_case("Arguments.StructsSmallerThanTheirFirstLayoutAreRefused",
            structs_smaller_than_their_first_layout_are_refused);
+  run_case("Arguments.StructsOfTheFirstLayoutAreTakenAndTheirLaterFieldsLeftAlone",
+           structs_of_the_first_layout_are_taken_and_their_later_fields_left_alone);
 }
