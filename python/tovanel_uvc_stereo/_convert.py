@@ -20,6 +20,8 @@ from ._records import (
     FlashConfig,
     FlashUserSpace,
     ImuConversionOptions,
+    ImuStreamSample,
+    ImuStreamStatistics,
     ImuTransportConfig,
     OpenCvBackend,
     ReadImuResult,
@@ -44,6 +46,13 @@ def checked_int32(name: str, value: int) -> int:
     if not -(1 << 31) <= value < (1 << 31):
         raise ValueError(f"{name} must fit int32, got {value}")
     return value
+
+
+def checked_float(name: str, value: float) -> float:
+    """``value`` as a float, refusing anything but a real number (a bool included)."""
+    if isinstance(value, bool) or not isinstance(value, (int, float)):
+        raise TypeError(f"{name} must be a number, not {type(value).__name__}")
+    return float(value)
 
 
 def json_bytes(function: str, text: Union[str, bytes, bytearray, memoryview]) -> bytes:
@@ -276,3 +285,22 @@ def converted_list_from_c(array, count: int) -> List[ConvertedImuResult]:
         ConvertedImuResult(timestamp, temperature, (ax, ay, az), (gx, gy, gz))
         for _, timestamp, temperature, ax, ay, az, gx, gy, gz in _CONVERTED.iter_unpack(data)
     ]
+
+
+def stream_sample_from_c(sample: _c.imu_stream_sample_t) -> ImuStreamSample:
+    return ImuStreamSample(
+        sample_index=sample.sample_index,
+        counter=sample.counter,
+        segment=sample.segment,
+        restarted=sample.restarted,
+        missed_before=sample.missed_before,
+        host_time_ns=sample.host_time_ns,
+        host_time_uncertainty_ns=sample.host_time_uncertainty_ns,
+        read_time_ns=sample.read_time_ns,
+        raw=sample_from_c(sample.raw),
+        converted=converted_from_c(sample.converted),
+    )
+
+
+def stream_statistics_from_c(statistics: _c.imu_stream_statistics_t) -> ImuStreamStatistics:
+    return ImuStreamStatistics(**{name: getattr(statistics, name) for name, _ in statistics._fields_[1:]})
