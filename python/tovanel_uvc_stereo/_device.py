@@ -14,7 +14,7 @@ from typing import Any, Callable, List, Optional, Union
 from . import _c, _convert, _numpy
 from ._errors import ErrorCode, UvcStereoError
 from ._handle import OwnedHandle
-from ._imu_stream import ImuStream
+from ._imu_stream import DEVICE_CLOSED_MESSAGE, ImuStream
 from ._records import (
     ConvertedImuResult,
     DeviceCapabilityInfo,
@@ -27,7 +27,7 @@ from ._records import (
 )
 
 # What the SDK says of a device that is closed; a closed Python Device is the C++ moved-from one.
-_CLOSED_MESSAGE = "device is closed or moved-from"
+_CLOSED_MESSAGE = DEVICE_CLOSED_MESSAGE
 
 # Samples read and converted per call into the SDK in a batch: between two chunks a batch
 # notices Ctrl-C (the interpreter only raises KeyboardInterrupt between Python steps) and a

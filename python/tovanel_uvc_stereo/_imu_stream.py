@@ -26,7 +26,13 @@ STREAM_CHUNK = 1024
 STREAM_SLICE_NS = 200_000_000
 
 _CLOSED_MESSAGE = "IMU stream is closed"
+# What the package says of a closed device (a closed Python Device is the C++ moved-from one).
+DEVICE_CLOSED_MESSAGE = "device is closed or moved-from"
 _SAMPLE_SIZE = ctypes.sizeof(_c.imu_stream_sample_t)
+
+
+def _device_closed() -> UvcStereoError:
+    return UvcStereoError(ErrorCode.InvalidArgument, DEVICE_CLOSED_MESSAGE)
 
 
 def _stream_closed() -> UvcStereoError:
@@ -142,7 +148,10 @@ class ImuStream:
         return f"<tovanel_uvc_stereo.ImuStream {'closed' if self.closed else 'open'}>"
 
     def _in_turn(self, work, *args: Any) -> Any:
-        """``work(handle, *args)`` in the device's turn; refused once the stream or device is closing."""
+        """``work(handle, *args)`` in the device's turn; refused once the stream or device is closing
+        (as the device refuses, when the device is)."""
+        if self._device._closing:
+            raise _device_closed()
         if self._closing:
             raise _stream_closed()
 
