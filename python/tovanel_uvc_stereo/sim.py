@@ -31,6 +31,8 @@ __all__ = [
     "DescriptorByteOrder",
     "ImuMotion",
     "SimulatedImu",
+    "SimulatedImuTiming",
+    "SimulatedImuSampleTruth",
     "SimulatedCaptureDevice",
     "VendorCall",
     "SimulatedRig",
