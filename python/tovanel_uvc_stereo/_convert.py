@@ -287,19 +287,38 @@ def converted_list_from_c(array, count: int) -> List[ConvertedImuResult]:
     ]
 
 
-def stream_sample_from_c(sample: _c.imu_stream_sample_t) -> ImuStreamSample:
+# A stream sample as one flat byte layout (its raw and converted samples inside), so a whole
+# batch unpacks without a ctypes attribute access per field.
+_STREAM_SAMPLE = struct.Struct("=IIQI?3xQQQQ" + "IIQ7h2x" + "I4xQ7d")
+assert _STREAM_SAMPLE.size == ctypes.sizeof(_c.imu_stream_sample_t) and _c.imu_stream_sample_t.raw.offset == 56
+
+
+def _stream_sample(fields: tuple) -> ImuStreamSample:
+    (_, counter, index, segment, restarted, missed, host_time, uncertainty, read_time,
+     _, raw_counter, raw_time, temperature_raw, ax, ay, az, gx, gy, gz,
+     _, converted_time, temperature_c, cax, cay, caz, cgx, cgy, cgz) = fields
     return ImuStreamSample(
-        sample_index=sample.sample_index,
-        counter=sample.counter,
-        segment=sample.segment,
-        restarted=sample.restarted,
-        missed_before=sample.missed_before,
-        host_time_ns=sample.host_time_ns,
-        host_time_uncertainty_ns=sample.host_time_uncertainty_ns,
-        read_time_ns=sample.read_time_ns,
-        raw=sample_from_c(sample.raw),
-        converted=converted_from_c(sample.converted),
+        sample_index=index,
+        counter=counter,
+        segment=segment,
+        restarted=restarted,
+        missed_before=missed,
+        host_time_ns=host_time,
+        host_time_uncertainty_ns=uncertainty,
+        read_time_ns=read_time,
+        raw=ReadImuResult(raw_time, raw_counter, temperature_raw, (ax, ay, az), (gx, gy, gz)),
+        converted=ConvertedImuResult(converted_time, temperature_c, (cax, cay, caz), (cgx, cgy, cgz)),
     )
+
+
+def stream_sample_from_c(sample: _c.imu_stream_sample_t) -> ImuStreamSample:
+    return _stream_sample(_STREAM_SAMPLE.unpack_from(sample))
+
+
+def stream_samples_from_c(array, count: int) -> List[ImuStreamSample]:
+    """The first ``count`` samples of a C array of stream samples, as records."""
+    data = memoryview(array).cast("B")[: count * _STREAM_SAMPLE.size]
+    return [_stream_sample(fields) for fields in _STREAM_SAMPLE.iter_unpack(data)]
 
 
 def stream_statistics_from_c(statistics: _c.imu_stream_statistics_t) -> ImuStreamStatistics:

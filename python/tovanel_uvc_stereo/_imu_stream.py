@@ -226,15 +226,20 @@ class ImuStream:
             samples = numpy.empty(n, dtype=stream_sample_dtype(numpy))
             base = samples.ctypes.data
         read = _c.lib().uvc_stereo_imu_stream_read
+        in_device_turn = self._device._in_turn
         done = c_size_t()
         done_address = ctypes.addressof(done)
         delivered = 0
 
-        def read_chunk(handle: int, address: int, count: int, timeout_ns: int) -> int:
+        def read_chunk(_device_handle: int, address: int, count: int, timeout_ns: int) -> int:
+            # In the device's turn: the stream cannot be freed under the call.
+            handle = self._handle
+            if handle is None or self._closing:
+                raise _stream_closed()
             code = read(handle, address, count, timeout_ns, done_address)
             if numpy is None:
                 # Converted in the turn, before another thread's call may reuse the buffer.
-                samples.extend(_convert.stream_sample_from_c(buffer[i]) for i in range(done.value))
+                samples.extend(_convert.stream_samples_from_c(buffer, done.value))
             return code
 
         def result() -> Any:
@@ -251,7 +256,10 @@ class ImuStream:
                 ctypes.c_uint32.from_address(address).value = _SAMPLE_SIZE
                 slice_ns = STREAM_SLICE_NS if remaining_ns is None else max(0, min(remaining_ns, STREAM_SLICE_NS))
                 started = time.monotonic_ns()
-                code = self._in_turn(read_chunk, address, count, slice_ns)
+                if self._closing:
+                    # Refused at once, without waiting for the turn of a call under way.
+                    raise _device_closed() if self._device._closing else _stream_closed()
+                code = in_device_turn(read_chunk, address, count, slice_ns)
                 got = done.value
                 delivered += got
                 if code != _c.OK:
