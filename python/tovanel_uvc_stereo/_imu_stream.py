@@ -23,7 +23,7 @@ if TYPE_CHECKING:  # pragma: no cover
 # calls a read notices Ctrl-C (the interpreter raises KeyboardInterrupt only between Python steps)
 # and a close() from another thread, while a call is long enough to cost nothing per sample.
 STREAM_CHUNK = 1024
-STREAM_SLICE_NS = 200_000_000
+STREAM_SLICE_NS = 500_000_000
 
 _CLOSED_MESSAGE = "IMU stream is closed"
 # What the package says of a closed device (a closed Python Device is the C++ moved-from one).
