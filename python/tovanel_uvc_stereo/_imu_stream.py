@@ -255,7 +255,7 @@ class ImuStream:
                 # The SDK takes the first element's size as the array's stride.
                 ctypes.c_uint32.from_address(address).value = _SAMPLE_SIZE
                 slice_ns = STREAM_SLICE_NS if remaining_ns is None else max(0, min(remaining_ns, STREAM_SLICE_NS))
-                started = time.monotonic_ns()
+                started = time.monotonic_ns() if remaining_ns is not None else 0
                 if self._closing:
                     # Refused at once, without waiting for the turn of a call under way.
                     raise _device_closed() if self._device._closing else _stream_closed()
