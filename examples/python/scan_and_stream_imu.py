@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Scans for cameras, prints each with its capture indices, reads the first camera's JSON
-configuration and prints IMU samples in physical units.
+configuration and streams IMU samples: each with its index, the host time it was taken and its
+values in physical units, then the stream's statistics.
 
     python3 scan_and_stream_imu.py [--simulate] [--count N]
 
@@ -33,6 +34,8 @@ def simulated_rig() -> sim.SimulatedRig:
         serial_number="EXAMPLE-0001",
         imu=sim.SimulatedImu(motion=sim.ImuMotion.Moving),
     )
+    # The IMU samples in time at 200 Hz, as a real one does.
+    rig.set_imu_timing(0, sim.SimulatedImuTiming(rate_hz=200.0))
     rig.set_capture_devices(uvc.OpenCvBackend.Msmf, [("Tovanel Stereo Camera", SIMULATED_PATH)])
     return rig
 
@@ -40,7 +43,7 @@ def simulated_rig() -> sim.SimulatedRig:
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--simulate", action="store_true", help="use a simulated camera")
-    parser.add_argument("--count", type=int, default=10, help="IMU samples to print (default 10)")
+    parser.add_argument("--count", type=int, default=10, help="IMU samples to stream (default 10)")
     arguments = parser.parse_args()
 
     with contextlib.ExitStack() as stack:
@@ -73,17 +76,33 @@ def main() -> int:
                 # A camera fresh from the factory has no record yet.
                 print(f"no configuration: {error}")
 
-            # While the IMU is open the configuration cannot be read or written.
-            device.open_imu()
-            samples = device.read_imu_samples(arguments.count)
+            # While the IMU is open the configuration cannot be read or written; the stream opens it.
+            with device.open_imu_stream() as stream:
+                try:
+                    samples = stream.read(arguments.count)
+                except uvc.UvcStereoError as error:
+                    # The samples read before the failure come with it.
+                    samples = error.samples
+                    print(f"IMU stream failed: {error}", file=sys.stderr)
+                if isinstance(samples, list):  # numpy is not installed: ImuStreamSample records
+                    rows = [(s.sample_index, s.missed_before, s.host_time_ns, s.converted.temperature_c,
+                             s.converted.accel_g, s.converted.gyro_dps) for s in samples]
+                else:  # a numpy structured array
+                    rows = zip(samples["sample_index"], samples["missed_before"], samples["host_time_ns"],
+                               samples["temperature_c"], samples["accel_g"], samples["gyro_dps"])
+                for index, missed, host_time, temperature, accel, gyro in rows:
+                    gap = f"  ({missed} missed before)" if missed else ""
+                    print(f"#{index} at {host_time / 1e9:.6f} s  {temperature:6.2f} C  "
+                          f"accel {accel[0]:+.3f} {accel[1]:+.3f} {accel[2]:+.3f} g  "
+                          f"gyro {gyro[0]:+8.2f} {gyro[1]:+8.2f} {gyro[2]:+8.2f} deg/s{gap}")
+                statistics = stream.statistics()
             device.close_imu()
-            if isinstance(samples, list):  # numpy is not installed: ConvertedImuResult records
-                rows = [(sample.temperature_c, sample.accel_g, sample.gyro_dps) for sample in samples]
-            else:  # a numpy structured array
-                rows = zip(samples["temperature_c"], samples["accel_g"], samples["gyro_dps"])
-            for temperature, accel, gyro in rows:
-                print(f"{temperature:6.2f} C  accel {accel[0]:+.3f} {accel[1]:+.3f} {accel[2]:+.3f} g  "
-                      f"gyro {gyro[0]:+8.2f} {gyro[1]:+8.2f} {gyro[2]:+8.2f} deg/s")
+            print(f"{statistics.samples_delivered} samples, {statistics.samples_missed} missed, "
+                  f"{statistics.restarts} restarts, {statistics.rate_hz:.1f} Hz, "
+                  f"clock error {statistics.clock_error_ppm:+.0f} ppm, "
+                  f"read latency median {statistics.read_latency_median_ns / 1e3:.0f} us")
+            if len(samples) < arguments.count:
+                return 1
     return 0
 
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""What Python's Device.read_imu_samples(1000) costs per sample against the simulated rig,
-beside the same reads and conversions through the C++ interface.
+"""What Python's Device.read_imu_samples(1000) and ImuStream.read(1000) cost per sample against
+the simulated rig, beside the same reads and conversions, and the same stream, through the C++
+interface.
 
     python3 bench_read_imu.py [--quick] [--cpp-program PATH]
 
@@ -8,7 +9,7 @@ beside the same reads and conversions through the C++ interface.
 figure is the floor: the SDK's own work and the rig's for one sample. The Python overhead per
 sample is the difference, and the ratio to the floor is what compares across days (this
 machine's speed drifts). Each figure is the best of many rounds of 1000 samples. The goal for
-read_imu_samples(1000) is at most 0.1 us a sample over the C++ loop.
+read_imu_samples(1000) and ImuStream.read(1000) is at most 0.1 us a sample over the C++ loop.
 """
 
 import argparse
@@ -36,14 +37,21 @@ def best_ns_per_sample(read, rounds: int) -> float:
     return best
 
 
-def cpp_ns_per_sample(program: str, quick: bool) -> float:
+CPP_FIGURES = ("cpp_read_imu_ns_per_sample", "cpp_imu_stream_ns_per_sample")
+
+
+def cpp_ns_per_sample(program: str, quick: bool) -> dict:
+    """{figure name: ns per sample} as the C++ program prints them."""
     output = subprocess.run(
         [program] + (["--quick"] if quick else []), check=True, capture_output=True, text=True
     ).stdout
-    name, value = output.split()[:2]
-    if name != "cpp_read_imu_ns_per_sample":
+    figures = {}
+    for line in output.splitlines():
+        name, value = line.split()[:2]
+        figures[name] = float(value)
+    if set(figures) != set(CPP_FIGURES):
         raise SystemExit(f"unexpected output from {program}: {output!r}")
-    return float(value)
+    return figures
 
 
 def main() -> int:
@@ -59,6 +67,7 @@ def main() -> int:
     if arguments.cpp_program:
         floors.append(cpp_ns_per_sample(arguments.cpp_program, arguments.quick))
     figures = {}
+    stream_figures = {}
     with sim.SimulatedRig() as rig:
         model = uvc.supported_camera_models()[0]
         rig.add_camera(
@@ -90,22 +99,47 @@ def main() -> int:
             )
             device.close_imu()
 
+            # The stream, on an IMU sampling at 200 Hz in the rig's virtual time, as the C++ loop.
+            rig.set_imu_timing(0, sim.SimulatedImuTiming())
+            rig.use_virtual_time()
+            with device.open_imu_stream() as stream:
+                stream.read(SAMPLES)  # the timeline warmed up
+                if _numpy.numpy_module() is not None:
+                    stream_figures["Python ImuStream.read(1000), numpy array"] = best_ns_per_sample(stream.read, rounds)
+                _numpy.numpy_module = lambda: None
+                try:
+                    stream_figures["Python ImuStream.read(1000), list (no numpy)"] = best_ns_per_sample(
+                        stream.read, rounds
+                    )
+                finally:
+                    _numpy.numpy_module = real_numpy_module
+
     if arguments.cpp_program:
         floors.append(cpp_ns_per_sample(arguments.cpp_program, arguments.quick))
-    floor = min(floors) if floors else None
+    floor = min(f[CPP_FIGURES[0]] for f in floors) if floors else None
+    stream_floor = min(f[CPP_FIGURES[1]] for f in floors) if floors else None
 
     print(f"{'per sample, against the simulated rig':52} {'ns':>8} {'over C++':>12} {'ratio':>7}")
+    report("C++ Device::read_imu + convert_imu", floor, figures)
+    report("C++ ImuStream::pull of 1000 (200 Hz, virtual time)", stream_floor, stream_figures)
+    verdict("read_imu_samples(1000)", figures.get("Python read_imu_samples(1000), numpy array"), floor)
+    verdict("ImuStream.read(1000)", stream_figures.get("Python ImuStream.read(1000), numpy array"), stream_floor)
+    return 0
+
+
+def report(floor_name: str, floor, figures: dict) -> None:
     if floor is not None:
-        print(f"{'C++ Device::read_imu + convert_imu':52} {floor:8.0f}")
+        print(f"{floor_name:52} {floor:8.0f}")
     for name, value in figures.items():
         over = f"{(value - floor) / 1000:9.3f} us" if floor is not None else ""
         ratio = f"{value / floor:7.2f}" if floor is not None else ""
         print(f"{name:52} {value:8.0f} {over:>12} {ratio:>7}")
-    batch = figures.get("Python read_imu_samples(1000), numpy array")
+
+
+def verdict(name: str, batch, floor) -> None:
     if floor is not None and batch is not None:
-        verdict = "met" if (batch - floor) / 1000 <= GOAL_OVERHEAD_US else "NOT met"
-        print(f"goal: read_imu_samples(1000) at most {GOAL_OVERHEAD_US} us a sample over C++: {verdict}")
-    return 0
+        met = "met" if (batch - floor) / 1000 <= GOAL_OVERHEAD_US else "NOT met"
+        print(f"goal: {name} at most {GOAL_OVERHEAD_US} us a sample over C++: {met}")
 
 
 if __name__ == "__main__":

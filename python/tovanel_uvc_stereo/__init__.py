@@ -11,6 +11,7 @@ else from the path in ``TOVANEL_UVC_STEREO_LIBRARY``, else through the system's 
 
 from ._device import Device, open_device, scan_devices
 from ._errors import ErrorCode, UvcStereoError
+from ._imu_stream import ImuStream
 from ._functions import (
     convert_imu,
     crc32_ieee,
@@ -36,7 +37,10 @@ from ._records import (
     DeviceInfo,
     FlashConfig,
     FlashUserSpace,
+    IMU_TIME_UNKNOWN,
     ImuConversionOptions,
+    ImuStreamSample,
+    ImuStreamStatistics,
     ImuTransportConfig,
     OpenCvBackend,
     ReadImuResult,
@@ -72,7 +76,11 @@ __all__ = [
     "ErrorCode",
     "FlashConfig",
     "FlashUserSpace",
+    "IMU_TIME_UNKNOWN",
     "ImuConversionOptions",
+    "ImuStream",
+    "ImuStreamSample",
+    "ImuStreamStatistics",
     "ImuTransportConfig",
     "LIBRARY_ENVIRONMENT_VARIABLE",
     "LibraryNotFoundError",

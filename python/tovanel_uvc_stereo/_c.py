@@ -178,6 +178,74 @@ class imu_converted_t(Sized):
     ]
 
 
+class imu_stream_options_t(Sized):
+    _fields_ = [
+        ("struct_size", c_uint32),
+        ("nominal_rate_hz", c_double),
+        ("reads_per_sample", c_double),
+        ("max_reads_per_second", c_double),
+    ]
+
+
+class imu_stream_sample_t(Sized):
+    _fields_ = [
+        ("struct_size", c_uint32),
+        ("counter", c_uint32),
+        ("sample_index", c_uint64),
+        ("segment", c_uint32),
+        ("restarted", c_bool),
+        ("missed_before", c_uint64),
+        ("host_time_ns", c_uint64),
+        ("host_time_uncertainty_ns", c_uint64),
+        ("read_time_ns", c_uint64),
+        ("raw", imu_sample_t),
+        ("converted", imu_converted_t),
+    ]
+
+
+class imu_stream_statistics_t(Sized):
+    _fields_ = [
+        ("struct_size", c_uint32),
+        ("samples_delivered", c_uint64),
+        ("duplicate_reads", c_uint64),
+        ("samples_missed", c_uint64),
+        ("restarts", c_uint64),
+        ("reads", c_uint64),
+        ("failed_reads", c_uint64),
+        ("rate_hz", c_double),
+        ("nominal_rate_hz", c_double),
+        ("clock_error_ppm", c_double),
+        ("read_latency_min_ns", c_uint64),
+        ("read_latency_median_ns", c_uint64),
+        ("read_latency_p99_ns", c_uint64),
+        ("read_latency_max_ns", c_uint64),
+    ]
+
+
+class rig_imu_timing_t(Sized):
+    _fields_ = [
+        ("struct_size", c_uint32),
+        ("rate_hz", c_double),
+        ("clock_error_ppm", c_double),
+        ("latency_min_ns", c_uint64),
+        ("latency_max_ns", c_uint64),
+        ("stall_probability", c_double),
+        ("stall_min_ns", c_uint64),
+        ("stall_max_ns", c_uint64),
+        ("seed", c_uint32),
+    ]
+
+
+class rig_imu_truth_t(Sized):
+    _fields_ = [
+        ("struct_size", c_uint32),
+        ("counter", c_uint32),
+        ("segment", c_uint32),
+        ("sample_number", c_uint64),
+        ("taken_ns", c_uint64),
+    ]
+
+
 class rig_camera_t(Sized):
     _fields_ = [
         ("struct_size", c_uint32),
@@ -271,6 +339,12 @@ _PROTOTYPES = {
     # Pointers as plain addresses: a batch passes its arrays without building a ctypes object per call.
     "uvc_stereo_device_convert_imu": (error_t, [handle_t, c_void_p, c_void_p]),
     "uvc_stereo_device_convert_imu_samples": (error_t, [handle_t, c_void_p, c_size_t, c_void_p, c_void_p]),
+    "uvc_stereo_imu_stream_options_defaults": (error_t, [P(imu_stream_options_t)]),
+    "uvc_stereo_imu_stream_open": (error_t, [handle_t, P(imu_stream_options_t), P(handle_t)]),
+    # The samples as a plain address: a read passes numpy's memory or the stream's own array as it is.
+    "uvc_stereo_imu_stream_read": (error_t, [handle_t, c_void_p, c_size_t, c_uint64, c_void_p]),
+    "uvc_stereo_imu_stream_statistics": (error_t, [handle_t, P(imu_stream_statistics_t)]),
+    "uvc_stereo_imu_stream_free": (None, [handle_t]),
     "uvc_stereo_rig_camera_defaults": (error_t, [P(rig_camera_t)]),
     "uvc_stereo_rig_create": (error_t, [P(handle_t)]),
     "uvc_stereo_rig_destroy": (None, [handle_t]),
@@ -306,6 +380,13 @@ _PROTOTYPES = {
     "uvc_stereo_string_list_count": (error_t, [handle_t, P(c_size_t)]),
     "uvc_stereo_string_list_get": (error_t, [handle_t, c_size_t, P(c_char_p)]),
     "uvc_stereo_string_list_free": (None, [handle_t]),
+    "uvc_stereo_rig_imu_timing_defaults": (error_t, [P(rig_imu_timing_t)]),
+    "uvc_stereo_rig_set_imu_timing": (error_t, [handle_t, c_int32, P(rig_imu_timing_t)]),
+    "uvc_stereo_rig_restart_imu": (error_t, [handle_t, c_int32]),
+    "uvc_stereo_rig_use_virtual_time": (error_t, [handle_t, c_uint64]),
+    "uvc_stereo_rig_now_ns": (error_t, [handle_t, P(c_uint64)]),
+    "uvc_stereo_rig_advance_time": (error_t, [handle_t, c_uint64]),
+    "uvc_stereo_rig_take_imu_truth": (error_t, [handle_t, c_int32, c_void_p, c_size_t, P(c_size_t)]),
     "uvc_stereo_rig_open_sessions": (error_t, [handle_t, P(c_int32)]),
 }
 

@@ -20,6 +20,8 @@ from ._records import (
     FlashConfig,
     FlashUserSpace,
     ImuConversionOptions,
+    ImuStreamSample,
+    ImuStreamStatistics,
     ImuTransportConfig,
     OpenCvBackend,
     ReadImuResult,
@@ -44,6 +46,13 @@ def checked_int32(name: str, value: int) -> int:
     if not -(1 << 31) <= value < (1 << 31):
         raise ValueError(f"{name} must fit int32, got {value}")
     return value
+
+
+def checked_float(name: str, value: float) -> float:
+    """``value`` as a float, refusing anything but a real number (a bool included)."""
+    if isinstance(value, bool) or not isinstance(value, (int, float)):
+        raise TypeError(f"{name} must be a number, not {type(value).__name__}")
+    return float(value)
 
 
 def json_bytes(function: str, text: Union[str, bytes, bytearray, memoryview]) -> bytes:
@@ -276,3 +285,41 @@ def converted_list_from_c(array, count: int) -> List[ConvertedImuResult]:
         ConvertedImuResult(timestamp, temperature, (ax, ay, az), (gx, gy, gz))
         for _, timestamp, temperature, ax, ay, az, gx, gy, gz in _CONVERTED.iter_unpack(data)
     ]
+
+
+# A stream sample as one flat byte layout (its raw and converted samples inside), so a whole
+# batch unpacks without a ctypes attribute access per field.
+_STREAM_SAMPLE = struct.Struct("=IIQI?3xQQQQ" + "IIQ7h2x" + "I4xQ7d")
+assert _STREAM_SAMPLE.size == ctypes.sizeof(_c.imu_stream_sample_t) and _c.imu_stream_sample_t.raw.offset == 56
+
+
+def _stream_sample(fields: tuple) -> ImuStreamSample:
+    (_, counter, index, segment, restarted, missed, host_time, uncertainty, read_time,
+     _, raw_counter, raw_time, temperature_raw, ax, ay, az, gx, gy, gz,
+     _, converted_time, temperature_c, cax, cay, caz, cgx, cgy, cgz) = fields
+    return ImuStreamSample(
+        sample_index=index,
+        counter=counter,
+        segment=segment,
+        restarted=restarted,
+        missed_before=missed,
+        host_time_ns=host_time,
+        host_time_uncertainty_ns=uncertainty,
+        read_time_ns=read_time,
+        raw=ReadImuResult(raw_time, raw_counter, temperature_raw, (ax, ay, az), (gx, gy, gz)),
+        converted=ConvertedImuResult(converted_time, temperature_c, (cax, cay, caz), (cgx, cgy, cgz)),
+    )
+
+
+def stream_sample_from_c(sample: _c.imu_stream_sample_t) -> ImuStreamSample:
+    return _stream_sample(_STREAM_SAMPLE.unpack_from(sample))
+
+
+def stream_samples_from_c(array, count: int) -> List[ImuStreamSample]:
+    """The first ``count`` samples of a C array of stream samples, as records."""
+    data = memoryview(array).cast("B")[: count * _STREAM_SAMPLE.size]
+    return [_stream_sample(fields) for fields in _STREAM_SAMPLE.iter_unpack(data)]
+
+
+def stream_statistics_from_c(statistics: _c.imu_stream_statistics_t) -> ImuStreamStatistics:
+    return ImuStreamStatistics(**{name: getattr(statistics, name) for name, _ in statistics._fields_[1:]})

@@ -14,6 +14,7 @@ from typing import Any, Callable, List, Optional, Union
 from . import _c, _convert, _numpy
 from ._errors import ErrorCode, UvcStereoError
 from ._handle import OwnedHandle
+from ._imu_stream import DEVICE_CLOSED_MESSAGE, ImuStream
 from ._records import (
     ConvertedImuResult,
     DeviceCapabilityInfo,
@@ -26,7 +27,7 @@ from ._records import (
 )
 
 # What the SDK says of a device that is closed; a closed Python Device is the C++ moved-from one.
-_CLOSED_MESSAGE = "device is closed or moved-from"
+_CLOSED_MESSAGE = DEVICE_CLOSED_MESSAGE
 
 # Samples read and converted per call into the SDK in a batch: between two chunks a batch
 # notices Ctrl-C (the interpreter only raises KeyboardInterrupt between Python steps) and a
@@ -161,6 +162,8 @@ class Device(OwnedHandle):
         # Set by close() before it waits its turn: new calls are refused, a batch stops at its next chunk.
         self._closing = False
         self._rig = rig
+        # The IMU streams opened on the device, freed before it closes (a stream needs its device).
+        self._streams: "weakref.WeakSet[ImuStream]" = weakref.WeakSet()
         with _open_lock:
             self._open_order = next(_open_order)
             _open_devices.add(self)
@@ -221,6 +224,9 @@ class Device(OwnedHandle):
         # Closing also closes an open IMU, which ends its camera session.
         with _open_lock:
             _open_devices.discard(self)
+        for stream in list(self._streams):
+            stream._closing = True
+            stream._free()
         _c.lib().uvc_stereo_device_close(handle)
 
     @property
@@ -433,6 +439,31 @@ class Device(OwnedHandle):
         finally:
             # Kept for the next batch, also after a failure or Ctrl-C.
             self._free_buffers.append(buffers)
+
+    def open_imu_stream(
+        self, nominal_rate_hz: float = 0.0, reads_per_sample: float = 3.0, max_reads_per_second: float = 0.0
+    ) -> ImuStream:
+        """Opens an :class:`ImuStream` over this camera's IMU, opening the IMU when it is not open.
+
+        ``nominal_rate_hz`` is the IMU's rate by its own clock, which the clock error is measured
+        against (0: the usual IMU rate nearest the measured one); ``reads_per_sample`` is how many
+        reads per sample period the stream paces itself to (at least 1); ``max_reads_per_second``
+        caps the reads per second (0: no cap). The stream is a context manager; closing the
+        device closes it too.
+        """
+        options = _c.imu_stream_options_t()
+        options.nominal_rate_hz = _convert.checked_float("nominal_rate_hz", nominal_rate_hz)
+        options.reads_per_sample = _convert.checked_float("reads_per_sample", reads_per_sample)
+        options.max_reads_per_second = _convert.checked_float("max_reads_per_second", max_reads_per_second)
+        handle = _c.handle_t()
+
+        def open_stream(device_handle: int) -> ImuStream:
+            _c.check(_c.lib().uvc_stereo_imu_stream_open(device_handle, byref(options), byref(handle)))
+            stream = ImuStream(self, handle.value)
+            self._streams.add(stream)
+            return stream
+
+        return self._in_turn(open_stream)
 
     def _take_buffers(self, n: int) -> _ImuBuffers:
         # A reading thread takes the device's buffers for its call and puts them back after, so

@@ -27,11 +27,13 @@ class SimulatedRigInDirectory(SimulatedRig):
         # The rig is made by another C function than SimulatedRig's, so its set-up is repeated here.
         self._lib = _c.lib()
         _declare(self._lib)
-        self._opened_before = _device.current_open_order()
         self._hooks: List[Any] = []
         handle = _c.handle_t()
-        _c.check(self._lib.uvc_stereo_rig_create_in_directory(_c.encode(directory), byref(handle)))
+        _c.check(self._lib.uvc_stereo_rig_create_in_directory(_c.encode("directory", directory), byref(handle)))
         self._handle: Optional[int] = handle.value
+        # As for any rig: the devices opened while it is in force know it by this token.
+        self._token = object()
+        _device.rig_created(self._token)
 
     @property
     def directory(self) -> str:

@@ -19,7 +19,7 @@ from __future__ import annotations
 
 import ctypes
 import enum
-from ctypes import byref, c_bool, c_char_p, c_int32, c_size_t, c_uint32
+from ctypes import byref, c_bool, c_char_p, c_int32, c_size_t, c_uint32, c_uint64
 from dataclasses import dataclass, field
 from typing import Any, Callable, List, Optional, Sequence, Tuple, Union
 
@@ -31,6 +31,8 @@ __all__ = [
     "DescriptorByteOrder",
     "ImuMotion",
     "SimulatedImu",
+    "SimulatedImuTiming",
+    "SimulatedImuSampleTruth",
     "SimulatedCaptureDevice",
     "VendorCall",
     "SimulatedRig",
@@ -60,6 +62,36 @@ class SimulatedImu:
     counter_step: int = 1  #: counter increment per read; larger values model missed samples
     temperature_c: float = 31.5  #: die temperature
     seed: int = 1  #: noise seed, so runs are repeatable
+
+
+@dataclass
+class SimulatedImuTiming:
+    """How a simulated IMU lives in time (the defaults are the SDK's): it samples at ``rate_hz`` on
+    its own oscillator, ``clock_error_ppm`` faster (positive) than the host's clock; a read answers
+    the newest sample taken before the request reached the camera and takes a transfer time
+    between ``latency_min_ns`` and ``latency_max_ns``, or, for a ``stall_probability`` share of
+    reads, a stall between ``stall_min_ns`` and ``stall_max_ns``, drawn from ``seed``."""
+
+    rate_hz: float = 200.0
+    clock_error_ppm: float = 0.0
+    latency_min_ns: int = 200_000
+    latency_max_ns: int = 2_000_000
+    stall_probability: float = 0.0
+    stall_min_ns: int = 5_000_000
+    stall_max_ns: int = 20_000_000
+    seed: int = 1
+
+
+@dataclass(frozen=True)
+class SimulatedImuSampleTruth:
+    """The truth about one sample a timed IMU answered a read with: its counter, the restarts
+    before it, the samples since the camera (re)started before it, and when it was taken on the
+    host clock."""
+
+    counter: int
+    segment: int
+    sample_number: int
+    taken_ns: int
 
 
 @dataclass
@@ -388,6 +420,57 @@ class SimulatedRig(OwnedHandle):
         return counter.value
 
     # --- capture backends -----------------------------------------------------------
+
+    def set_imu_timing(self, camera: int, timing: Optional[SimulatedImuTiming] = None) -> None:
+        """From now on the camera's IMU samples in time (``timing``, else the defaults), its counter
+        starting afresh at its first counter, as if just plugged in."""
+        if timing is None:
+            timing = SimulatedImuTiming()
+        record = _c.rig_imu_timing_t()
+        record.rate_hz = _convert.checked_float("rate_hz", timing.rate_hz)
+        record.clock_error_ppm = _convert.checked_float("clock_error_ppm", timing.clock_error_ppm)
+        for name in ("latency_min_ns", "latency_max_ns", "stall_min_ns", "stall_max_ns"):
+            setattr(record, name, _convert.checked_uint(name, getattr(timing, name), "uint64"))
+        record.stall_probability = _convert.checked_float("stall_probability", timing.stall_probability)
+        record.seed = _convert.checked_uint("seed", timing.seed, "uint32")
+        _c.check(self._lib.uvc_stereo_rig_set_imu_timing(self._live(), _convert.checked_int32("camera", camera), byref(record)))
+
+    def restart_imu(self, camera: int) -> None:
+        """The camera's timed IMU restarts now: its counter goes back to 0."""
+        _c.check(self._lib.uvc_stereo_rig_restart_imu(self._live(), _convert.checked_int32("camera", camera)))
+
+    def use_virtual_time(self, start_ns: int = 1_000_000_000) -> None:
+        """From now on the host clock the SDK stamps and paces IMU reads by is the rig's own,
+        starting at ``start_ns``: only reads (by their transfer time), waits (at once) and
+        :meth:`advance_time` move it, so hours of IMU stream run in seconds."""
+        _c.check(self._lib.uvc_stereo_rig_use_virtual_time(self._live(), _convert.checked_uint("start_ns", start_ns, "uint64")))
+
+    def now_ns(self) -> int:
+        """The host clock the rig lives by: virtual, else the platform's monotonic clock."""
+        now = c_uint64()
+        _c.check(self._lib.uvc_stereo_rig_now_ns(self._live(), byref(now)))
+        return now.value
+
+    def advance_time(self, ns: int) -> None:
+        """Moves virtual time forward by ``ns`` nanoseconds (nothing in real time)."""
+        _c.check(self._lib.uvc_stereo_rig_advance_time(self._live(), _convert.checked_uint("ns", ns, "uint64")))
+
+    def take_imu_truth(self, camera: int) -> List[SimulatedImuSampleTruth]:
+        """Takes the samples the camera's timed IMU answered reads with since the last call, each
+        distinct one once, oldest first."""
+        camera = _convert.checked_int32("camera", camera)
+        capacity = 4096
+        template = bytes(_c.rig_imu_truth_t())
+        array = (_c.rig_imu_truth_t * capacity).from_buffer_copy(template * capacity)
+        count = c_size_t()
+        truth: List[SimulatedImuSampleTruth] = []
+        while True:
+            _c.check(self._lib.uvc_stereo_rig_take_imu_truth(self._live(), camera, array, capacity, byref(count)))
+            truth += [
+                SimulatedImuSampleTruth(r.counter, r.segment, r.sample_number, r.taken_ns) for r in array[: count.value]
+            ]
+            if count.value < capacity:
+                return truth
 
     def set_capture_devices(
         self, backend: int, devices: Sequence[Union[SimulatedCaptureDevice, Tuple[str, str]]]
