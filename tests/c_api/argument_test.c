@@ -323,6 +323,7 @@ static void structs_of_the_first_layout_are_taken_and_their_later_fields_left_al
   uvc_stereo_device_t* device = NULL;
   uvc_stereo_open_options_t options;
   uvc_stereo_flash_config_t flash;
+  uvc_stereo_flash_config_t full;
 
   test_camera_init(&camera, 0, "SN-FIRST-LAYOUT");
   CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
@@ -331,15 +332,17 @@ static void structs_of_the_first_layout_are_taken_and_their_later_fields_left_al
   options.struct_size = (uint32_t)offsetof(uvc_stereo_open_options_t, busy_wait_ms);
   options.busy_wait_ms = 0xDEADBEEFu; /* not the caller's: an earlier layout has no such field */
   CHECK_OK(uvc_stereo_open_device(list, 0, &options, &device));
+  memset(&full, 0, sizeof(full));
+  full.struct_size = (uint32_t)sizeof(full);
+  CHECK_OK(uvc_stereo_device_flash_config(device, &full));
+  CHECK_EQ(full.busy_wait_ms, 5000u);
   memset(&flash, 0, sizeof(flash));
   flash.struct_size = (uint32_t)offsetof(uvc_stereo_flash_config_t, busy_wait_ms);
   flash.busy_wait_ms = 0xDEADBEEFu;
   CHECK_OK(uvc_stereo_device_flash_config(device, &flash));
   CHECK_EQ(flash.busy_wait_ms, 0xDEADBEEFu);
-  CHECK_EQ(flash.user_space_size, 0x10000u);
-  flash.struct_size = (uint32_t)sizeof(flash);
-  CHECK_OK(uvc_stereo_device_flash_config(device, &flash));
-  CHECK_EQ(flash.busy_wait_ms, 5000u);
+  CHECK_EQ(flash.user_space_size, full.user_space_size);
+  CHECK_EQ(flash.verify_after_write, full.verify_after_write);
   uvc_stereo_device_close(device);
   uvc_stereo_device_list_free(list);
   finish_rig(rig);
