@@ -8,8 +8,12 @@
 #if defined(__GLIBCXX__)
 #include <cxxabi.h>
 #define UVC_STEREO_HAS_FORCED_UNWIND 1
+// A forced unwind carries no C++ object, so its handler binds a reference to nothing; that is how the runtime
+// hands it over, not a fault, and the undefined-behaviour checker is told not to flag it.
+#define UVC_STEREO_PASSES_FORCED_UNWIND __attribute__((no_sanitize("null")))
 #else
 #define UVC_STEREO_HAS_FORCED_UNWIND 0
+#define UVC_STEREO_PASSES_FORCED_UNWIND
 #endif
 
 namespace tovanel::uvc_stereo::detail {
@@ -22,7 +26,7 @@ namespace tovanel::uvc_stereo::detail {
 /// destructors on the way release the vendor lock and close the session. Every place where the SDK stops
 /// exceptions goes through here, so that none swallows one.
 template <typename Body, typename OnFailure>
-auto catch_failures(Body&& body, OnFailure&& on_failure) -> decltype(body()) {
+UVC_STEREO_PASSES_FORCED_UNWIND auto catch_failures(Body&& body, OnFailure&& on_failure) -> decltype(body()) {
   try {
     return body();
 #if UVC_STEREO_HAS_FORCED_UNWIND
