@@ -179,7 +179,7 @@ TEST_F(ImuCommandInVirtualTime, TheSampleIndexRunsOnPastTheCountersTwentyBitWrap
   EXPECT_NE(run.err.find(", restarts 0; "), std::string::npos) << run.err;
 }
 
-TEST_F(ImuCommand, TheSwayingCameraShowsItsMotion) {
+TEST_F(ImuCommandInVirtualTime, TheSwayingCameraShowsItsMotion) {
   const ToolRun run = run_tool({"imu", "--index", "1", "--count", "60", "--csv", "--rate", "0"});
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> lines = lines_of(run.out);
@@ -189,7 +189,7 @@ TEST_F(ImuCommand, TheSwayingCameraShowsItsMotion) {
   EXPECT_GT(std::stod(fields_of(lines[60])[kAccelX]), 0.1);
 }
 
-TEST_F(ImuCommand, ALiveLineIsDrawnOnATerminalOnly) {
+TEST_F(ImuCommandInVirtualTime, ALiveLineIsDrawnOnATerminalOnly) {
   const ToolRun terminal = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0"}, "", true);
   ASSERT_EQ(terminal.status, 0) << terminal.err;
   EXPECT_NE(terminal.err.find("\r3 samples "), std::string::npos) << terminal.err;
@@ -302,7 +302,7 @@ TEST_F(ImuCommand, MalformedOptionsAreUsageErrors) {
   EXPECT_TRUE(rig_.calls().empty());
 }
 
-TEST_F(ImuCommand, ATerminalShowsReadableValuesWithoutALiveLineOverThem) {
+TEST_F(ImuCommandInVirtualTime, ATerminalShowsReadableValuesWithoutALiveLineOverThem) {
   const ToolRun run = run_on_screen({"imu", "--index", "0", "--count", "30", "--rate", "0"}, true, true);
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> rows = lines_of(run.out);
