@@ -15,8 +15,25 @@ namespace tovanel::uvc_stereo::tool_testing {
 namespace {
 
 const std::string kCsvHeader =
-    "sample,counter,raw_counter,missed,time_s,latency_ms,temperature_c,accel_x_g,accel_y_g,accel_z_g,gyro_x_dps,"
-    "gyro_y_dps,gyro_z_dps";
+    "sample_index,counter,segment,restarted,missed_before,host_time_ns,host_time_uncertainty_ns,read_time_ns,time_s,"
+    "temperature_c,accel_x_g,accel_y_g,accel_z_g,gyro_x_dps,gyro_y_dps,gyro_z_dps";
+constexpr std::size_t kCsvFields = 16;
+// Columns of a CSV row.
+enum Column : std::size_t {
+  kSampleIndex = 0,
+  kCounter = 1,
+  kSegment = 2,
+  kRestarted = 3,
+  kMissedBefore = 4,
+  kHostTime = 5,
+  kUncertainty = 6,
+  kReadTime = 7,
+  kTime = 8,
+  kTemperature = 9,
+  kAccelX = 10,
+  kAccelZ = 12,
+  kGyroY = 14,
+};
 
 std::vector<std::string> fields_of(const std::string& line) {
   std::vector<std::string> fields;
@@ -28,6 +45,15 @@ std::vector<std::string> fields_of(const std::string& line) {
 }
 
 class ImuCommand : public ScenarioTest {};
+
+// The scenario's IMUs in the rig's virtual time: every run samples alike, however busy the machine.
+class ImuCommandInVirtualTime : public ScenarioTest {
+ protected:
+  void SetUp() override {
+    ScenarioTest::SetUp();
+    rig_.use_virtual_time();
+  }
+};
 
 // Runs the tool with standard output and standard error as terminals or not, and the given width.
 ToolRun run_on_screen(const std::vector<std::string>& args, bool out_is_terminal, bool err_is_terminal,
@@ -54,42 +80,71 @@ std::vector<std::string> screen_lines(const std::string& text) {
   return lines;
 }
 
-TEST_F(ImuCommand, CsvHasAHeaderAndOneLinePerSample) {
-  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "5", "--csv", "--rate", "0"});
+TEST_F(ImuCommandInVirtualTime, CsvHasAHeaderAndOneLinePerSample) {
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "5", "--csv"});
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> lines = lines_of(run.out);
   ASSERT_EQ(lines.size(), 6u) << run.out;
   EXPECT_EQ(lines[0], kCsvHeader);
+  const std::vector<sim::SimulatedImuSampleTruth> truth = rig_.take_imu_truth(kReportingCamera);
+  ASSERT_EQ(truth.size(), 5u);
+  // The scenario camera's counter started at 4096 when it was plugged in.
+  const std::uint64_t first = std::stoull(fields_of(lines[1])[kSampleIndex]);
+  EXPECT_GE(first, 4096u);
   for (std::size_t i = 1; i < lines.size(); ++i) {
     const std::vector<std::string> fields = fields_of(lines[i]);
-    ASSERT_EQ(fields.size(), 13u) << lines[i];
-    EXPECT_EQ(fields[0], std::to_string(i - 1));
-    EXPECT_EQ(fields[1], std::to_string(4096 + i - 1));  // the scenario camera's counter starts at 4096
-    EXPECT_EQ(fields[3], "0");
-    EXPECT_NEAR(std::stod(fields[6]), 34.25, 0.1);  // at rest at 34.25 degrees Celsius
-    EXPECT_NEAR(std::stod(fields[9]), 1.0, 0.01);   // gravity on z
-    EXPECT_NEAR(std::stod(fields[11]), 0.0, 0.5);   // no rotation
+    ASSERT_EQ(fields.size(), kCsvFields) << lines[i];
+    EXPECT_EQ(fields[kSampleIndex], std::to_string(first + i - 1)) << lines[i];
+    EXPECT_EQ(fields[kCounter], std::to_string(truth[i - 1].counter)) << lines[i];
+    EXPECT_EQ(fields[kCounter], fields[kSampleIndex]) << "no wrap yet: " << lines[i];
+    EXPECT_EQ(fields[kSegment], "0");
+    EXPECT_EQ(fields[kRestarted], "0");
+    EXPECT_EQ(fields[kMissedBefore], "0");
+    const std::uint64_t host_time = std::stoull(fields[kHostTime]);
+    const std::uint64_t read_time = std::stoull(fields[kReadTime]);
+    if (i == 1) {
+      EXPECT_EQ(fields[kUncertainty], "") << "nothing bounds the first sample's time";
+    } else {
+      // The stream's estimate lies within the bound it gives of when the camera took the sample.
+      const std::uint64_t uncertainty = std::stoull(fields[kUncertainty]);
+      const std::uint64_t taken = truth[i - 1].taken_ns;
+      EXPECT_LE(host_time > taken ? host_time - taken : taken - host_time, uncertainty) << lines[i];
+      EXPECT_LT(uncertainty, 5000000u) << lines[i];
+      EXPECT_LT(host_time, read_time) << "a sample is taken before the read that delivers it: " << lines[i];
+    }
+    EXPECT_NEAR(std::stod(fields[kTemperature]), 34.25, 0.1);  // at rest at 34.25 degrees Celsius
+    EXPECT_NEAR(std::stod(fields[kAccelZ]), 1.0, 0.01);        // gravity on z
+    EXPECT_NEAR(std::stod(fields[kGyroY]), 0.0, 0.5);          // no rotation
   }
-  EXPECT_NE(run.err.find("read 5 samples in "), std::string::npos) << run.err;
-  EXPECT_NE(run.err.find("missed 0, repeated 0"), std::string::npos) << run.err;
+  EXPECT_EQ(fields_of(lines[1])[kTime], "0.000000");
+  // Five samples of a 200 Hz camera: 20 ms from the first to the last by the host's clock.
+  EXPECT_NEAR(std::stod(fields_of(lines[5])[kTime]), 0.020, 0.0005);
+  EXPECT_NE(run.err.find("read 5 samples in 0.02 s ("), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("missed 0, duplicate reads skipped "), std::string::npos) << run.err;
 }
 
-TEST_F(ImuCommand, JsonLinesAreOneObjectPerSample) {
-  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "4", "--json", "--rate", "0"});
+TEST_F(ImuCommandInVirtualTime, JsonLinesAreOneObjectPerSample) {
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "4", "--json"});
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> lines = lines_of(run.out);
   ASSERT_EQ(lines.size(), 4u) << run.out;
   double previous_time = -1.0;
+  const double first = JsonValue::parse(lines[0])["sample_index"].number();
   for (std::size_t i = 0; i < lines.size(); ++i) {
     const JsonValue sample = JsonValue::parse(lines[i]);
-    EXPECT_EQ(sample["sample"].number(), static_cast<double>(i));
-    EXPECT_EQ(sample["counter"].number(), 4096.0 + static_cast<double>(i));
-    EXPECT_EQ(sample["raw_counter"].number(), 4096.0 + static_cast<double>(i));
-    EXPECT_EQ(sample["missed"].number(), 0);
-    EXPECT_FALSE(sample["repeated"].boolean());
+    EXPECT_EQ(sample["sample_index"].number(), first + static_cast<double>(i));
+    EXPECT_EQ(sample["counter"].number(), first + static_cast<double>(i));
+    EXPECT_EQ(sample["segment"].number(), 0);
+    EXPECT_FALSE(sample["restarted"].boolean());
+    EXPECT_EQ(sample["missed_before"].number(), 0);
+    if (i == 0) {
+      EXPECT_TRUE(sample["host_time_uncertainty_ns"].is_null()) << lines[i];
+    } else {
+      EXPECT_GE(sample["host_time_uncertainty_ns"].number(), 0.0) << lines[i];
+      EXPECT_LT(sample["host_time_ns"].number(), sample["read_time_ns"].number());
+    }
     EXPECT_GT(sample["time_s"].number(), previous_time);
     previous_time = sample["time_s"].number();
-    EXPECT_GE(sample["latency_ms"].number(), 0.0);
     EXPECT_NEAR(sample["temperature_c"].number(), 34.25, 0.1);
     ASSERT_EQ(sample["accel_g"].array().size(), 3u);
     ASSERT_EQ(sample["gyro_dps"].array().size(), 3u);
@@ -98,35 +153,49 @@ TEST_F(ImuCommand, JsonLinesAreOneObjectPerSample) {
   EXPECT_EQ(JsonValue::parse(lines[0])["time_s"].number(), 0.0);
 }
 
-TEST_F(ImuCommand, TheCounterIsUnwrappedPastItsTwentyBitWrap) {
-  const ToolRun run = run_tool({"imu", "--index", "1", "--count", "150", "--csv", "--rate", "0"});
+TEST_F(ImuCommandInVirtualTime, TheSampleIndexRunsOnPastTheCountersTwentyBitWrap) {
+  const ToolRun run = run_tool({"imu", "--index", "1", "--count", "150", "--csv"});
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> lines = lines_of(run.out);
   ASSERT_EQ(lines.size(), 151u);
   // The scenario's swaying camera starts 100 samples before the wrap.
-  EXPECT_EQ(fields_of(lines[100])[2], "1048575");
-  EXPECT_EQ(fields_of(lines[100])[1], "1048575");
-  EXPECT_EQ(fields_of(lines[101])[2], "0");
-  EXPECT_EQ(fields_of(lines[101])[1], "1048576");
-  EXPECT_EQ(fields_of(lines[150])[1], std::to_string(1048576 + 49));
-  EXPECT_NE(run.err.find("missed 0"), std::string::npos) << run.err;
+  std::size_t wrapped = 0;
+  for (std::size_t i = 1; i < lines.size(); ++i) {
+    const std::vector<std::string> fields = fields_of(lines[i]);
+    EXPECT_EQ(fields[kMissedBefore], "0") << lines[i];
+    EXPECT_EQ(std::stoull(fields[kCounter]), std::stoull(fields[kSampleIndex]) % (1u << 20)) << lines[i];
+    if (i > 1) {
+      EXPECT_EQ(std::stoull(fields[kSampleIndex]), std::stoull(fields_of(lines[i - 1])[kSampleIndex]) + 1);
+    }
+    if (fields[kCounter] == "0") {
+      wrapped = i;
+    }
+  }
+  ASSERT_GT(wrapped, 1u) << "the counter wraps within the stream";
+  EXPECT_EQ(fields_of(lines[wrapped - 1])[kCounter], "1048575");
+  EXPECT_EQ(fields_of(lines[wrapped])[kSampleIndex], "1048576");
+  EXPECT_EQ(fields_of(lines[wrapped])[kSegment], "0") << "a wrap is no restart";
+  EXPECT_NE(run.err.find("missed 0, duplicate reads skipped "), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find(", restarts 0; "), std::string::npos) << run.err;
 }
 
-TEST_F(ImuCommand, TheSwayingCameraShowsItsMotion) {
+TEST_F(ImuCommandInVirtualTime, TheSwayingCameraShowsItsMotion) {
   const ToolRun run = run_tool({"imu", "--index", "1", "--count", "60", "--csv", "--rate", "0"});
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> lines = lines_of(run.out);
   ASSERT_EQ(lines.size(), 61u);
   // Swinging about y: a large y rate at first, and x acceleration building up as it tilts.
-  EXPECT_GT(std::stod(fields_of(lines[1])[11]), 50.0);
-  EXPECT_GT(std::stod(fields_of(lines[60])[7]), 0.1);
+  EXPECT_GT(std::stod(fields_of(lines[1])[kGyroY]), 50.0);
+  EXPECT_GT(std::stod(fields_of(lines[60])[kAccelX]), 0.1);
 }
 
-TEST_F(ImuCommand, ALiveLineIsDrawnOnATerminalOnly) {
+TEST_F(ImuCommandInVirtualTime, ALiveLineIsDrawnOnATerminalOnly) {
   const ToolRun terminal = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0"}, "", true);
   ASSERT_EQ(terminal.status, 0) << terminal.err;
-  EXPECT_NE(terminal.err.find("\r3 samples  "), std::string::npos) << terminal.err;
-  EXPECT_NE(terminal.err.find(" Hz  missed 0  latency "), std::string::npos) << terminal.err;
+  EXPECT_NE(terminal.err.find("\r3 samples "), std::string::npos) << terminal.err;
+  EXPECT_NE(terminal.err.find(" Hz "), std::string::npos) << terminal.err;
+  EXPECT_NE(terminal.err.find(" ppm missed 0 dup "), std::string::npos) << terminal.err;
+  EXPECT_NE(terminal.err.find(" restarts 0 read "), std::string::npos) << terminal.err;
   const ToolRun piped = run_tool({"imu", "--index", "0", "--count", "3", "--rate", "0"});
   ASSERT_EQ(piped.status, 0) << piped.err;
   EXPECT_EQ(piped.err.find('\r'), std::string::npos) << piped.err;
@@ -188,14 +257,17 @@ TEST_F(ImuCommand, DurationEndsAPacedStream) {
   EXPECT_LE(samples, 11u);
 }
 
-TEST_F(ImuCommand, AFailingReadIsReportedAfterTheSamplesBeforeIt) {
-  rig_.add_fault(sim::VendorFault{"SonixCam_XuRead", 4, 1, 0, false});  // the capability probe is the first XU read
-  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "10", "--csv", "--rate", "0"});
+TEST_F(ImuCommandInVirtualTime, AFailingReadIsReportedAfterTheSamplesBeforeIt) {
+  // The capability probe is the first XU read; the stream reads a few times per sample.
+  rig_.add_fault(sim::VendorFault{"SonixCam_XuRead", 12, 1, 0, false});
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "10", "--csv"});
   EXPECT_EQ(run.status, 12);
-  EXPECT_EQ(lines_of(run.out).size(), 3u) << run.out;
+  const std::size_t rows = lines_of(run.out).size() - 1;
+  EXPECT_GE(rows, 2u) << run.out;
+  EXPECT_LT(rows, 10u) << run.out;
   const std::vector<std::string> err = lines_of(run.err);
   ASSERT_EQ(err.size(), 2u) << run.err;
-  EXPECT_EQ(err[0].rfind("read 2 samples in ", 0), 0u) << run.err;
+  EXPECT_EQ(err[0].rfind("read " + std::to_string(rows) + " samples in ", 0), 0u) << run.err;
   EXPECT_EQ(err[1].rfind("uvc-stereo: PlatformError: SonixCam_XuRead failed: ", 0), 0u) << run.err;
 }
 
@@ -230,7 +302,7 @@ TEST_F(ImuCommand, MalformedOptionsAreUsageErrors) {
   EXPECT_TRUE(rig_.calls().empty());
 }
 
-TEST_F(ImuCommand, ATerminalShowsReadableValuesWithoutALiveLineOverThem) {
+TEST_F(ImuCommandInVirtualTime, ATerminalShowsReadableValuesWithoutALiveLineOverThem) {
   const ToolRun run = run_on_screen({"imu", "--index", "0", "--count", "30", "--rate", "0"}, true, true);
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> rows = lines_of(run.out);
@@ -267,7 +339,7 @@ TEST_F(ImuCommand, CsvRowsOnATerminalAreNeverBrokenByTheLiveLine) {
   const std::vector<std::string> lines = lines_of(run.out);
   ASSERT_EQ(lines.size(), 6u) << run.out;
   for (std::size_t i = 1; i < lines.size(); ++i) {
-    EXPECT_EQ(fields_of(lines[i]).size(), 13u) << lines[i];
+    EXPECT_EQ(fields_of(lines[i]).size(), kCsvFields) << lines[i];
   }
   EXPECT_EQ(run.err.find('\r'), std::string::npos) << run.err;
 }
@@ -276,7 +348,7 @@ TEST_F(ImuCommand, NoReadableValuesGoIntoAFileOrAPipe) {
   const ToolRun run = run_on_screen({"imu", "--index", "0", "--count", "5", "--rate", "0"}, false, true);
   ASSERT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.out, "");
-  EXPECT_NE(run.err.find("\r5 samples  "), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("\r5 samples "), std::string::npos) << run.err;
 }
 
 TEST_F(ImuCommand, TheLiveLineNeverWrapsOnANarrowTerminal) {
@@ -294,33 +366,124 @@ TEST_F(ImuCommand, TheLiveLineNeverWrapsOnANarrowTerminal) {
     // What stays on screen: the last live line, cut to fit, then the summary on a line of its own.
     const std::vector<std::string> screen = screen_lines(run.err);
     ASSERT_EQ(screen.size(), 2u) << run.err;
-    const std::string full = std::to_string(lines_of(run.out).size() - 1) + " samples  ";
+    const std::string full = std::to_string(lines_of(run.out).size() - 1) + " samples ";
     EXPECT_EQ(screen[0].rfind(full.substr(0, width - 1), 0), 0u) << screen[0];
     EXPECT_EQ(screen[1].rfind("read ", 0), 0u) << screen[1];
   }
 }
 
-// A camera whose counter advances by three per read: two samples missed before each one.
-TEST(ImuCommandMissedSamples, GapsInTheCounterAreCountedAsMissed) {
+TEST_F(ImuCommandInVirtualTime, ByDefaultReadsFasterThanTheImuAndSkipsTheDuplicates) {
+  const std::uint64_t start_ns = rig_.now_ns();
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "40", "--csv"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  ASSERT_EQ(lines_of(run.out).size(), 41u);
+  // Several reads per 5 ms sample period, every sample delivered once.
+  EXPECT_GE(calls_named("SonixCam_XuRead"), 2u * 40u) << run.err;
+  EXPECT_NE(run.err.find("missed 0, duplicate reads skipped "), std::string::npos) << run.err;
+  EXPECT_EQ(run.err.find("duplicate reads skipped 0,"), std::string::npos) << run.err;
+  EXPECT_LT(rig_.now_ns() - start_ns, 400000000u) << "40 samples at 200 Hz take about 0.2 s";
+}
+
+TEST_F(ImuCommandInVirtualTime, RateIsAnUpperLimitOnReadsPerSecond) {
+  const std::uint64_t start_ns = rig_.now_ns();
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "10", "--csv", "--rate", "50"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> lines = lines_of(run.out);
+  ASSERT_EQ(lines.size(), 11u);
+  const double elapsed_s = static_cast<double>(rig_.now_ns() - start_ns) / 1e9;
+  // The capability probe plus at most 50 reads a second of the stream.
+  EXPECT_LE(static_cast<double>(calls_named("SonixCam_XuRead")), 1.0 + 50.0 * elapsed_s + 1.0) << elapsed_s;
+  // Reads 20 ms apart see every fourth sample of a 200 Hz camera: the ones between are missed.
+  std::uint64_t missed = 0;
+  for (std::size_t i = 2; i < lines.size(); ++i) {
+    const std::uint64_t before = std::stoull(fields_of(lines[i])[kMissedBefore]);
+    EXPECT_GE(before, 2u) << lines[i];
+    missed += before;
+  }
+  EXPECT_NE(run.err.find("missed " + std::to_string(missed) + ", "), std::string::npos) << run.err;
+}
+
+TEST_F(ImuCommandInVirtualTime, ARestartOfTheCameraShowsInTheRowsAndTheSummary) {
+  sim::SimulatedImuTiming timing;
+  timing.restart_after_s = {0.1};
+  rig_.set_imu_timing(kReportingCamera, timing);
+  const ToolRun run = run_tool({"imu", "--index", "0", "--count", "60", "--csv"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> lines = lines_of(run.out);
+  ASSERT_EQ(lines.size(), 61u);
+  std::size_t restarted = 0;
+  for (std::size_t i = 1; i < lines.size(); ++i) {
+    if (fields_of(lines[i])[kRestarted] == "1") {
+      EXPECT_EQ(restarted, 0u) << "one restart only";
+      restarted = i;
+    }
+  }
+  ASSERT_GT(restarted, 1u) << run.out;
+  EXPECT_EQ(fields_of(lines[restarted - 1])[kSegment], "0");
+  EXPECT_EQ(fields_of(lines[restarted])[kSegment], "1");
+  EXPECT_EQ(fields_of(lines[60])[kSegment], "1");
+  // The index runs on across the restart; the counter starts again from 0.
+  EXPECT_LT(std::stoull(fields_of(lines[restarted])[kCounter]), 5u) << lines[restarted];
+  EXPECT_GT(std::stoull(fields_of(lines[restarted])[kSampleIndex]),
+            std::stoull(fields_of(lines[restarted - 1])[kSampleIndex]));
+  EXPECT_NE(run.err.find(", restarts 1; "), std::string::npos) << run.err;
+}
+
+TEST_F(ImuCommandInVirtualTime, ThePlotOfAStreamWithoutGapsHasNoMissedMarks) {
+  const ScratchDirectory scratch;
+  const std::string plot = scratch.file("imu.svg");
+  const ToolRun run = run_tool({"imu", "--index", "1", "--count", "40", "--plot", plot});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::string svg = scratch.read(plot);
+  EXPECT_EQ(svg_problem(svg), "");
+  EXPECT_EQ(count_of(svg, "class=\"missed\""), 0u);
+  EXPECT_NE(svg.find(": 40 samples</text>"), std::string::npos);
+}
+
+TEST_F(ImuCommandInVirtualTime, ThePlotMarksWhereSamplesWereMissed) {
+  const ScratchDirectory scratch;
+  const std::string plot = scratch.file("imu.svg");
+  // 40 reads a second of a 200 Hz camera: four samples missed before each one after the first.
+  const ToolRun run = run_tool({"imu", "--index", "1", "--count", "6", "--rate", "40", "--plot", plot});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::string svg = scratch.read(plot);
+  EXPECT_EQ(svg_problem(svg), "");
+  // Five gaps marked in each of the two panels, plus a legend entry in each.
+  EXPECT_EQ(count_of(svg, "class=\"missed\""), 2u * 5u + 2u) << svg;
+  EXPECT_EQ(count_of(svg, ">missed</text>"), 2u);
+  EXPECT_NE(svg.find(": 6 samples, "), std::string::npos);
+  EXPECT_NE(svg.find(" missed</text>"), std::string::npos);
+}
+
+// A camera near its counter's wrap read 50 times a second: samples missed between reads, across the wrap.
+TEST(ImuCommandMissedSamples, GapsInTheCounterAreCountedAsMissedAcrossTheWrap) {
   sim::SimulatedRig rig;
+  rig.use_virtual_time();
   sim::SimulatedCamera camera;
   camera.vendor_id = supported_camera_models().at(2).vendor_id;
   camera.product_id = supported_camera_models().at(2).product_id;
   camera.device_path = "\\\\?\\usb#vid_0c45&pid_6368&mi_00#7&9&0&0000#{e5323777-f976-4f5b-9b55-b94699c46e44}\\global";
   camera.serial_number = "GAPPY";
-  camera.imu.first_counter = (1u << 20) - 4;
-  camera.imu.counter_step = 3;
+  camera.imu.first_counter = (1u << 20) - 20;
+  camera.imu.timing = sim::SimulatedImuTiming{};
   rig.add_camera(camera);
-  const ToolRun run = run_tool({"imu", "--count", "5", "--csv", "--rate", "0"});
+  const ToolRun run = run_tool({"imu", "--count", "8", "--csv", "--rate", "50"});
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> lines = lines_of(run.out);
-  ASSERT_EQ(lines.size(), 6u);
-  EXPECT_EQ(fields_of(lines[1])[3], "0");
+  ASSERT_EQ(lines.size(), 9u);
+  std::uint64_t missed = 0;
   for (std::size_t i = 2; i < lines.size(); ++i) {
-    EXPECT_EQ(fields_of(lines[i])[3], "2") << lines[i];
-    EXPECT_EQ(fields_of(lines[i])[1], std::to_string((1u << 20) - 4 + 3 * (i - 1))) << lines[i];
+    const std::vector<std::string> row = fields_of(lines[i]);
+    const std::uint64_t before = std::stoull(row[kMissedBefore]);
+    EXPECT_GE(before, 2u) << lines[i];
+    EXPECT_EQ(std::stoull(row[kSampleIndex]), std::stoull(fields_of(lines[i - 1])[kSampleIndex]) + 1 + before);
+    EXPECT_EQ(std::stoull(row[kCounter]), std::stoull(row[kSampleIndex]) % (1u << 20)) << lines[i];
+    EXPECT_EQ(row[kSegment], "0") << "a wrap is no restart: " << lines[i];
+    missed += before;
   }
-  EXPECT_NE(run.err.find("missed 8, repeated 0"), std::string::npos) << run.err;
+  EXPECT_GT(std::stoull(fields_of(lines[8])[kSampleIndex]), 1u << 20) << "the stream ran past the wrap";
+  EXPECT_NE(run.err.find("missed " + std::to_string(missed) + ", duplicate reads skipped "), std::string::npos)
+      << run.err;
   EXPECT_EQ(rig.open_sessions(), 0);
 }
 

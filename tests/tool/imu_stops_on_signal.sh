@@ -39,7 +39,7 @@ rows=$(($(wc -l <"$dir/imu.csv") - 1))
 [ "$rows" -ge 1 ] || fail "no rows"
 # The file ends with a line feed: the last row is whole.
 [ "$(tail -c 1 "$dir/imu.csv" | od -An -c | tr -d ' ')" = '\n' ] || fail "the last row is cut off"
-bad=$(awk -F, 'NR > 1 && NF != 13' "$dir/imu.csv" | head -1)
+bad=$(awk -F, 'NR > 1 && NF != 16' "$dir/imu.csv" | head -1)
 [ -z "$bad" ] || fail "incomplete row: $bad"
 grep -q "^read $rows samples in " "$dir/err.txt" || fail "no summary of $rows samples"
 grep -q "^plot written to $dir/imu.svg\$" "$dir/err.txt" || fail "no plot written"

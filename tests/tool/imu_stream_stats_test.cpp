@@ -7,51 +7,50 @@
 namespace tovanel::uvc_stereo::cli {
 namespace {
 
-TEST(ImuStreamStats, RateComesFromTheHostTimestampsOfTheFirstAndLastSample) {
-  ImuStreamStats stats;
-  for (std::uint32_t i = 0; i < 5; ++i) {
-    stats.add(100 + i, 1'000'000'000ull + i * 5'000'000ull, 1000);
-  }
-  EXPECT_DOUBLE_EQ(stats.span_s(), 0.02);
-  EXPECT_NEAR(stats.sample_rate_hz(), 200.0, 1e-9);
+ImuStreamStatistics some_stream() {
+  ImuStreamStatistics stats;
+  stats.samples_delivered = 812;
+  stats.duplicate_reads = 1624;
+  stats.samples_missed = 3;
+  stats.restarts = 1;
+  stats.rate_hz = 200.04;
+  stats.nominal_rate_hz = 200.0;
+  stats.clock_error_ppm = -3.24;
+  stats.read_latency_min_ns = 210000;
+  stats.read_latency_median_ns = 412000;
+  stats.read_latency_p99_ns = 981000;
+  stats.read_latency_max_ns = 1520000;
+  return stats;
 }
 
-TEST(ImuStreamStats, RateIsZeroUntilTwoSamplesSpanSomeTime) {
-  ImuStreamStats stats;
-  EXPECT_EQ(stats.sample_rate_hz(), 0.0);
-  stats.add(1, 500, 10);
-  EXPECT_EQ(stats.sample_rate_hz(), 0.0);
-  stats.add(2, 500, 10);
-  EXPECT_EQ(stats.sample_rate_hz(), 0.0);
+TEST(ImuStreamStats, TheLiveLineShowsRateClockErrorMissesDuplicatesRestartsAndLatency) {
+  EXPECT_EQ(imu_live_line(some_stream()),
+            "812 samples 200.0 Hz -3.2 ppm missed 3 dup 1624 restarts 1 read 0.41/0.98 ms");
 }
 
-TEST(ImuStreamStats, LatencyIsAveragedAndItsMaximumKept) {
-  ImuStreamStats stats;
-  stats.add(1, 0, 1'000'000);
-  stats.add(2, 10, 3'000'000);
-  stats.add(3, 20, 2'000'000);
-  EXPECT_DOUBLE_EQ(stats.mean_latency_ms(), 2.0);
-  EXPECT_DOUBLE_EQ(stats.max_latency_ms(), 3.0);
+TEST(ImuStreamStats, TheSummaryShowsEveryFigureOfTheStream) {
+  EXPECT_EQ(imu_summary(some_stream(), 4.06),
+            "read 812 samples in 4.06 s (200.0 Hz, clock error -3.2 ppm against 200 Hz); missed 3, duplicate reads "
+            "skipped 1624, restarts 1; read latency min 0.210 ms, median 0.412 ms, p99 0.981 ms, max 1.520 ms");
 }
 
-TEST(ImuStreamStats, MissedAndRepeatedSamplesComeFromTheCounter) {
-  ImuStreamStats stats;
-  stats.add(0xFFFFE, 0, 0);
-  stats.add(0xFFFFE, 1, 0);
-  stats.add(0x00002, 2, 0);
-  EXPECT_EQ(stats.samples(), 3u);
-  EXPECT_EQ(stats.repeated(), 1u);
-  EXPECT_EQ(stats.missed(), 3u);
-  EXPECT_EQ(stats.last_counter(), 0x100002u);
+TEST(ImuStreamStats, TheLiveLineOfAMinutesStreamFitsAnEightyColumnTerminal) {
+  // A minute at 200 Hz, read three times per sample.
+  ImuStreamStatistics stats = some_stream();
+  stats.samples_delivered = 12000;
+  stats.duplicate_reads = 24000;
+  EXPECT_LT(imu_live_line(stats).size(), 80u) << imu_live_line(stats);
 }
 
-TEST(ImuStreamStats, LiveLineAndSummaryShowTheFigures) {
-  ImuStreamStats stats;
-  stats.add(10, 0, 2'000'000);
-  stats.add(13, 1'000'000'000, 4'000'000);
-  EXPECT_EQ(stats.live_line(), "2 samples  1.0 Hz  missed 2  latency 3.00 ms (max 4.00 ms)  counter 13");
-  EXPECT_EQ(stats.summary(),
-            "read 2 samples in 1.00 s (1.0 Hz); missed 2, repeated 0; read latency mean 3.000 ms, max 4.000 ms");
+TEST(ImuStreamStats, AFastCameraClockShowsAPositiveError) {
+  ImuStreamStatistics stats = some_stream();
+  stats.clock_error_ppm = 4.0;
+  EXPECT_NE(imu_live_line(stats).find(" +4.0 ppm "), std::string::npos);
+  EXPECT_NE(imu_summary(stats, 1.0).find("clock error +4.0 ppm"), std::string::npos);
+}
+
+TEST(ImuStreamStats, AnEmptyStreamSummarisesAsZeroSamples) {
+  EXPECT_EQ(imu_summary(ImuStreamStatistics{}, 0.0).rfind("read 0 samples in 0.00 s (0.0 Hz", 0), 0u);
 }
 
 }  // namespace

@@ -75,6 +75,35 @@ TEST(SvgPlot, IsAWellFormedDocumentWithOneTracePerSeries) {
   EXPECT_EQ(count_of(svg, ">x</text>"), 2u);  // one legend entry per panel
 }
 
+TEST(SvgPlot, MarksWhereSamplesWereMissedInEveryPanel) {
+  std::vector<double> time_s;
+  const std::vector<PlotPanel> panels = two_panels(200, time_s);
+  const std::string svg = render_svg_plot("t", time_s, panels, {time_s[50], time_s[120]});
+  EXPECT_EQ(tool_testing::svg_problem(svg), "");
+  // Two marks in each of the two panels, and a legend entry in each.
+  EXPECT_EQ(count_of(svg, "class=\"missed\""), 6u);
+  EXPECT_EQ(count_of(svg, ">missed</text>"), 2u);
+}
+
+TEST(SvgPlot, HasNoMissedMarksOrLegendWithoutGaps) {
+  std::vector<double> time_s;
+  const std::string svg = render_svg_plot("t", time_s, two_panels(200, time_s));
+  EXPECT_EQ(count_of(svg, "class=\"missed\""), 0u);
+  EXPECT_EQ(count_of(svg, ">missed</text>"), 0u);
+}
+
+TEST(SvgPlot, DrawsOneMissedMarkPerPixelColumn) {
+  std::vector<double> time_s;
+  const std::vector<PlotPanel> panels = two_panels(200, time_s);
+  // Ten gaps a microsecond apart fall in one pixel column.
+  std::vector<double> missed;
+  for (int i = 0; i < 10; ++i) {
+    missed.push_back(time_s[100] + i * 1e-6);
+  }
+  const std::string svg = render_svg_plot("t", time_s, panels, missed);
+  EXPECT_EQ(count_of(svg, "class=\"missed\""), 4u);  // a mark and a legend entry per panel
+}
+
 TEST(SvgPlot, DrawsEveryPointOfAShortTrace) {
   std::vector<double> time_s;
   const std::string svg = render_svg_plot("t", time_s, two_panels(200, time_s));

@@ -30,6 +30,41 @@ TEST(TraceEnvelope, AShortStreamIsKeptExactly) {
   EXPECT_EQ(envelope.samples_per_bucket(), 1u);
 }
 
+TEST(TraceEnvelope, KeepsWhereSamplesWereMissedInAShortStream) {
+  TraceEnvelope envelope(1, 16);
+  for (int i = 0; i < 10; ++i) {
+    const double value = i;
+    envelope.add(i * 0.01, &value, i == 3 || i == 7 ? 2 : 0);
+  }
+  const std::vector<double> missed = envelope.points().missed_s;
+  ASSERT_EQ(missed.size(), 2u);
+  EXPECT_DOUBLE_EQ(missed[0], 0.03);
+  EXPECT_DOUBLE_EQ(missed[1], 0.07);
+}
+
+TEST(TraceEnvelope, MergedRunsKeepTheirFirstMissedMark) {
+  TraceEnvelope envelope(1, 4);
+  // 16 samples in 4 runs of 4 after two merges; gaps before samples 1, 2 and 13.
+  for (int i = 0; i < 16; ++i) {
+    const double value = i;
+    envelope.add(i * 1.0, &value, i == 1 || i == 2 || i == 13 ? 1 : 0);
+  }
+  EXPECT_EQ(envelope.samples_per_bucket(), 4u);
+  const std::vector<double> missed = envelope.points().missed_s;
+  ASSERT_EQ(missed.size(), 2u);
+  EXPECT_DOUBLE_EQ(missed[0], 1.0);
+  EXPECT_DOUBLE_EQ(missed[1], 13.0);
+}
+
+TEST(TraceEnvelope, AStreamWithoutGapsHasNoMissedMarks) {
+  TraceEnvelope envelope(1, 4);
+  for (int i = 0; i < 100; ++i) {
+    const double value = i;
+    envelope.add(i * 1.0, &value);
+  }
+  EXPECT_TRUE(envelope.points().missed_s.empty());
+}
+
 // The same runs computed directly from all the samples, to check the merging against.
 TEST(TraceEnvelope, MergedRunsHoldTheEndsAndExtremesOfTheirSamplesInOrder) {
   std::mt19937 random(7);

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <limits>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "uvc-stereo/camera_selection.h"
@@ -22,39 +22,45 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double kDefaultRateHz = 200.0;
 constexpr double kMaxRateHz = 100000.0;
 constexpr std::uint64_t kMaxCount = 1000000000;
 constexpr auto kLiveLineInterval = std::chrono::milliseconds(250);
 // Runs of samples the plot keeps: more than the plot has pixel columns, in about 1 MB.
 constexpr std::size_t kPlotBuckets = 2048;
-// Rows of a stream read as fast as the camera answers that are written out together.
-constexpr std::uint64_t kFlushRows = 32;
+// The longest a pull waits, so that Ctrl-C and the live line are never held up for long.
+constexpr auto kPullSlice = std::chrono::milliseconds(50);
 
 CommandSyntax imu_syntax() {
   CommandSyntax syntax = camera_command_syntax(
       "imu", "[options]",
-      "Streams the camera's IMU samples converted to degrees Celsius, g and degrees per second. The\n"
-      "camera's 20-bit sample counter is unwrapped past its wrap, and gaps in it are counted as missed\n"
-      "samples. Without --csv or --json a terminal shows the latest values four times a second, with\n"
-      "the sample rate and missed samples; when the samples go elsewhere, a live line on a terminal's\n"
-      "standard error shows the sample rate, missed samples and read latency.");
+      "Streams the camera's IMU samples converted to degrees Celsius, g and degrees per second, each\n"
+      "once and in the order taken, stamped with when the camera took it on the host's monotonic clock.\n"
+      "The stream reads several times per sample period to pin each sample's time down; samples no read\n"
+      "saw are counted as missed. Without --csv or --json a terminal shows the latest values four times a\n"
+      "second, with the sample rate and missed samples; when the samples go elsewhere, a live line on a\n"
+      "terminal's standard error shows the rate, clock error, missed samples, duplicate reads skipped,\n"
+      "restarts and read latency.");
   syntax.options.push_back({"count", "N", "stop after N samples"});
   syntax.options.push_back({"duration", "S", "stop after S seconds"});
-  syntax.options.push_back({"rate", "HZ", "reads per second (default 200; 0 reads as fast as the camera answers)"});
+  syntax.options.push_back(
+      {"rate", "HZ", "at most HZ reads per second (default and 0: as often as the stream's pacing wants)"});
   syntax.options.push_back({"csv", "", "print one CSV line per sample, after a header line"});
   syntax.options.push_back({"json", "", "print one JSON object per line per sample"});
   syntax.options.push_back({"plot", "FILE",
-                            "write an SVG plot of the accelerometer and gyroscope traces when the\n"
-                            "stream ends (FILE is checked before it starts, and created only then)"});
+                            "write an SVG plot of the accelerometer and gyroscope traces, with marks where\n"
+                            "samples were missed, when the stream ends (FILE is checked before it starts,\n"
+                            "and created only then)"});
   syntax.options.push_back({"force", "", "replace the --plot FILE if it exists (by default it is left alone)"});
   syntax.details +=
       "Without --count or --duration the stream runs until Ctrl-C or SIGTERM, which end it cleanly:\n"
       "the last row complete, the plot written. A summary line goes to standard error at the end. Columns "
-      "of --csv (and keys of --json): sample (read number), counter (the\n"
-      "unwrapped sample counter), raw_counter (as the camera sent it), missed (samples skipped just\n"
-      "before this one), time_s (host time since the first sample), latency_ms (time the read took),\n"
-      "temperature_c, accel x/y/z in g, gyro x/y/z in deg/s.\n"
+      "of --csv (and keys of --json): sample_index (the sample's place in the stream, continuous past\n"
+      "the counter's wrap), counter (the raw 20-bit counter the camera sent), segment (restarts of the\n"
+      "camera before the sample), restarted (1 for the first sample after a restart), missed_before\n"
+      "(samples no read saw just before this one), host_time_ns (when the camera took the sample, on the\n"
+      "host's monotonic clock), host_time_uncertainty_ns (the sample's time is known to within this;\n"
+      "empty, or null, for the first sample), read_time_ns (the middle of the read that delivered it),\n"
+      "time_s (host time since the first sample), temperature_c, accel x/y/z in g, gyro x/y/z in deg/s.\n"
       "\n"
       "The plot keeps the first, lowest, highest and last values of each stretch of the stream in a\n"
       "fixed 1 MB, so a stream of any length can be plotted and its spikes still show.\n";
@@ -64,7 +70,7 @@ CommandSyntax imu_syntax() {
 struct StreamOptions {
   std::optional<std::uint64_t> count;
   std::optional<double> duration_s;
-  double rate_hz = kDefaultRateHz;
+  double max_reads_per_second = 0.0;
   bool csv = false;
   bool json = false;
   std::optional<std::string> plot;
@@ -94,7 +100,7 @@ std::optional<StreamOptions> stream_options(const ParsedArguments& arguments, Co
     if (!parsed || *parsed > kMaxRateHz) {
       return refuse("--rate takes reads per second from 0 to 100000, not '" + *rate + "'");
     }
-    options.rate_hz = *parsed;
+    options.max_reads_per_second = *parsed;
   }
   options.csv = arguments.has("csv");
   options.json = arguments.has("json");
@@ -112,25 +118,29 @@ std::string fixed(double value, int decimals) {
   return text;
 }
 
-// One sample as the stream prints it.
+// The first sample's time is not bounded by any read before it.
+bool time_bounded(const ImuStreamSample& s) {
+  return s.host_time_uncertainty_ns != std::numeric_limits<std::uint64_t>::max();
+}
+
+// One sample as the stream prints it: what the stream delivered, and its host time since the first sample.
 struct StreamSample {
-  std::uint64_t index = 0;
-  SampleCounterUnwrapper::Step step;
-  std::uint32_t raw_counter = 0;
+  const ImuStreamSample& sample;
   double time_s = 0.0;
-  double latency_ms = 0.0;
-  ConvertedImuResult converted;
 };
 
 std::string csv_header() {
-  return "sample,counter,raw_counter,missed,time_s,latency_ms,temperature_c,accel_x_g,accel_y_g,accel_z_g,"
-         "gyro_x_dps,gyro_y_dps,gyro_z_dps";
+  return "sample_index,counter,segment,restarted,missed_before,host_time_ns,host_time_uncertainty_ns,read_time_ns,"
+         "time_s,temperature_c,accel_x_g,accel_y_g,accel_z_g,gyro_x_dps,gyro_y_dps,gyro_z_dps";
 }
 
-std::string csv_line(const StreamSample& s) {
-  std::string line = std::to_string(s.index) + "," + std::to_string(s.step.counter) + "," +
-                     std::to_string(s.raw_counter) + "," + std::to_string(s.step.missed) + "," + fixed(s.time_s, 6) +
-                     "," + fixed(s.latency_ms, 3) + "," + fixed(s.converted.temperature_c, 3);
+std::string csv_line(const StreamSample& row) {
+  const ImuStreamSample& s = row.sample;
+  std::string line =
+      std::to_string(s.sample_index) + "," + std::to_string(s.counter) + "," + std::to_string(s.segment) + "," +
+      (s.restarted ? "1" : "0") + "," + std::to_string(s.missed_before) + "," + std::to_string(s.host_time_ns) + "," +
+      (time_bounded(s) ? std::to_string(s.host_time_uncertainty_ns) : std::string()) + "," +
+      std::to_string(s.read_time_ns) + "," + fixed(row.time_s, 6) + "," + fixed(s.converted.temperature_c, 3);
   for (double g : s.converted.accel_g) {
     line += "," + fixed(g, 5);
   }
@@ -145,13 +155,13 @@ std::string readable_header() {
   return "    time s   temp C   accel x g  accel y g  accel z g  gyro x dps  gyro y dps  gyro z dps   rate Hz  missed";
 }
 
-std::string readable_row(const StreamSample& s, const ImuStreamStats& stats) {
-  char row[192];
-  std::snprintf(row, sizeof(row), "%10.3f  %7.2f  %9.4f  %9.4f  %9.4f  %10.3f  %10.3f  %10.3f  %8.1f  %6llu", s.time_s,
-                s.converted.temperature_c, s.converted.accel_g[0], s.converted.accel_g[1], s.converted.accel_g[2],
-                s.converted.gyro_dps[0], s.converted.gyro_dps[1], s.converted.gyro_dps[2], stats.sample_rate_hz(),
-                static_cast<unsigned long long>(stats.missed()));
-  return row;
+std::string readable_row(const StreamSample& row, const ImuStreamStatistics& stats) {
+  const ConvertedImuResult& c = row.sample.converted;
+  char text[192];
+  std::snprintf(text, sizeof(text), "%10.3f  %7.2f  %9.4f  %9.4f  %9.4f  %10.3f  %10.3f  %10.3f  %8.1f  %6llu",
+                row.time_s, c.temperature_c, c.accel_g[0], c.accel_g[1], c.accel_g[2], c.gyro_dps[0], c.gyro_dps[1],
+                c.gyro_dps[2], stats.rate_hz, static_cast<unsigned long long>(stats.samples_missed));
+  return text;
 }
 
 // The live line of standard error, drawn over itself: cut to the terminal's width so that it
@@ -173,16 +183,24 @@ class LiveLine {
   std::size_t drawn_ = 0;
 };
 
-std::string json_line(const StreamSample& s) {
+std::string json_line(const StreamSample& row) {
+  const ImuStreamSample& s = row.sample;
   JsonWriter json;
   json.begin_object();
-  json.key("sample").number(s.index);
-  json.key("counter").number(s.step.counter);
-  json.key("raw_counter").number(static_cast<std::uint64_t>(s.raw_counter));
-  json.key("missed").number(static_cast<std::uint64_t>(s.step.missed));
-  json.key("repeated").boolean(s.step.repeated);
-  json.key("time_s").number(s.time_s, 9);
-  json.key("latency_ms").number(s.latency_ms, 6);
+  json.key("sample_index").number(s.sample_index);
+  json.key("counter").number(static_cast<std::uint64_t>(s.counter));
+  json.key("segment").number(static_cast<std::uint64_t>(s.segment));
+  json.key("restarted").boolean(s.restarted);
+  json.key("missed_before").number(s.missed_before);
+  json.key("host_time_ns").number(s.host_time_ns);
+  json.key("host_time_uncertainty_ns");
+  if (time_bounded(s)) {
+    json.number(s.host_time_uncertainty_ns);
+  } else {
+    json.null();
+  }
+  json.key("read_time_ns").number(s.read_time_ns);
+  json.key("time_s").number(row.time_s, 9);
   json.key("temperature_c").number(s.converted.temperature_c, 8);
   json.key("accel_g").begin_array();
   for (double g : s.converted.accel_g) {
@@ -201,14 +219,15 @@ std::string json_line(const StreamSample& s) {
 // The plot's traces: accelerometer x/y/z, then gyroscope x/y/z.
 constexpr std::size_t kPlotChannels = 6;
 
-void add_to_plot(TraceEnvelope& traces, const StreamSample& s) {
-  const double values[kPlotChannels] = {s.converted.accel_g[0],  s.converted.accel_g[1],  s.converted.accel_g[2],
-                                        s.converted.gyro_dps[0], s.converted.gyro_dps[1], s.converted.gyro_dps[2]};
-  traces.add(s.time_s, values);
+void add_to_plot(TraceEnvelope& traces, const StreamSample& row) {
+  const ConvertedImuResult& c = row.sample.converted;
+  const double values[kPlotChannels] = {c.accel_g[0],  c.accel_g[1],  c.accel_g[2],
+                                        c.gyro_dps[0], c.gyro_dps[1], c.gyro_dps[2]};
+  traces.add(row.time_s, values, row.sample.missed_before);
 }
 
 int write_plot(const std::string& path, bool replace, const TraceEnvelope& traces, const SelectedCamera& camera,
-               Console& console) {
+               std::uint64_t missed, Console& console) {
   static const char* const kAxisNames[3] = {"x", "y", "z"};
   static const char* const kAxisColors[3] = {"#d62728", "#2ca02c", "#1f77b4"};
   TraceEnvelope::Points points = traces.points();
@@ -221,13 +240,22 @@ int write_plot(const std::string& path, bool replace, const TraceEnvelope& trace
     panels[0].series.push_back({kAxisNames[axis], kAxisColors[axis], std::move(points.values[axis])});
     panels[1].series.push_back({kAxisNames[axis], kAxisColors[axis], std::move(points.values[3 + axis])});
   }
-  const std::string title = "IMU of " + describe_camera(camera) + ": " + std::to_string(traces.samples()) + " samples";
+  std::string title = "IMU of " + describe_camera(camera) + ": " + std::to_string(traces.samples()) + " samples";
+  if (missed != 0) {
+    title += ", " + std::to_string(missed) + " missed";
+  }
   std::string error;
-  if (!write_output_file(path, render_svg_plot(title, points.time_s, panels), replace, error)) {
+  if (!write_output_file(path, render_svg_plot(title, points.time_s, panels, points.missed_s), replace, error)) {
     return report_file_error(error, console);
   }
   console.err << "plot written to " << path << "\n";
   return kExitOk;
+}
+
+// What the stream has counted so far; a stream that cannot say has counted nothing.
+ImuStreamStatistics statistics_of(const ImuStream& stream) {
+  Result<ImuStreamStatistics> stats = stream.statistics();
+  return stats.ok() ? stats.value() : ImuStreamStatistics{};
 }
 
 int imu_body(const ParsedArguments& arguments, Console& console) {
@@ -253,6 +281,14 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   if (const Status open = device.open_imu(); !open.ok()) {
     return report_sdk_error(open, "opening the IMU of " + describe_camera(camera), console);
   }
+  ImuStreamOptions pacing;
+  pacing.max_reads_per_second = options->max_reads_per_second;
+  Result<ImuStream> opened_stream = ImuStream::open(device, pacing);
+  if (!opened_stream.ok()) {
+    (void)device.close_imu();
+    return report_sdk_error(opened_stream.status(), "opening the IMU of " + describe_camera(camera), console);
+  }
+  ImuStream& stream = opened_stream.value();
 
   // Ctrl-C, SIGTERM (a service manager, `timeout`, `kill`) or a closed terminal or console
   // ends an unbounded stream cleanly: the row being written is finished, the IMU closed,
@@ -268,84 +304,67 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   } else if (readable) {
     console.out << readable_header() << "\n";
   }
-  ImuStreamStats stats;
   TraceEnvelope traces(kPlotChannels, kPlotBuckets);
+  // One sample a pull: an interrupt or a reader gone is seen at the very next sample, and the
+  // rows of a file or a pipe are handed on as each sample comes.
+  ImuStreamSample sample;
   std::optional<Status> failure;
-  std::uint64_t first_timestamp_ns = 0;
+  std::uint64_t delivered = 0;
+  std::uint64_t first_time_ns = 0;
+  std::uint64_t last_time_ns = 0;
   const Clock::time_point start = Clock::now();
-  const auto period =
-      options->rate_hz > 0.0
-          ? std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1.0 / options->rate_hz))
-          : Clock::duration::zero();
-  Clock::time_point next_read = start;
   Clock::time_point next_live_line = start + kLiveLineInterval;
   Clock::time_point next_readable_row = start;
-  std::optional<StreamSample> unshown;
+  std::optional<ImuStreamSample> unshown;
   bool output_failed = false;
+  const auto time_since_first = [&](const ImuStreamSample& s) {
+    return static_cast<double>(s.host_time_ns - first_time_ns) / 1e9;
+  };
 
-  for (std::uint64_t index = 0;; ++index) {
-    if (interrupts.interrupted() || (options->count && index >= *options->count)) {
+  for (;;) {
+    if (interrupts.interrupted() || (options->count && delivered >= *options->count)) {
       break;
     }
-    // A stream always holds at least one sample, however short its duration.
-    if (options->duration_s && index > 0 &&
-        std::chrono::duration<double>(Clock::now() - start).count() >= *options->duration_s) {
-      break;
-    }
-    if (period > Clock::duration::zero()) {
-      // Some platforms wake a sleeper a little early; the read still waits for its time.
-      while (Clock::now() < next_read) {
-        std::this_thread::sleep_until(next_read);
+    // Pulls are short, so an interrupt is seen at once; the last one ends at the duration's end.
+    auto timeout = std::chrono::duration_cast<std::chrono::nanoseconds>(kPullSlice);
+    if (options->duration_s) {
+      const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(
+          std::chrono::duration<double>(*options->duration_s) - (Clock::now() - start));
+      // A stream always holds at least one sample, however short its duration.
+      if (left <= std::chrono::nanoseconds::zero() && delivered > 0) {
+        break;
       }
-      // After a stall the schedule restarts from now rather than reading in a burst to catch up.
-      next_read = std::max(next_read + period, Clock::now());
+      if (delivered > 0) {
+        timeout = std::min(timeout, left);
+      }
     }
-    const Clock::time_point before = Clock::now();
-    Result<ReadImuResult> raw = device.read_imu();
-    const Clock::time_point after = Clock::now();
-    if (!raw.ok()) {
-      failure = raw.status();
-      break;
+    const ImuPull pull = stream.pull(&sample, 1, timeout);
+    const Clock::time_point now = Clock::now();
+    if (pull.count != 0) {
+      if (delivered == 0) {
+        first_time_ns = sample.host_time_ns;
+      }
+      last_time_ns = sample.host_time_ns;
+      ++delivered;
+      const StreamSample row{sample, time_since_first(sample)};
+      if (options->plot) {
+        add_to_plot(traces, row);
+      }
+      if (options->csv) {
+        console.out << csv_line(row) << "\n";
+      } else if (options->json) {
+        console.out << json_line(row) << "\n";
+      } else if (readable && now >= next_readable_row) {
+        console.out << readable_row(row, statistics_of(stream)) << "\n";
+        next_readable_row = now + kLiveLineInterval;
+        unshown.reset();
+      } else if (readable) {
+        unshown = sample;
+      }
     }
-    Result<ConvertedImuResult> converted = device.convert_imu(raw.value());
-    if (!converted.ok()) {
-      failure = converted.status();
-      break;
-    }
-    if (index == 0) {
-      first_timestamp_ns = raw.value().host_timestamp_ns;
-    }
-    const auto latency_ns =
-        static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(after - before).count());
-    StreamSample sample;
-    sample.index = index;
-    sample.raw_counter = raw.value().sample_counter;
-    sample.step = stats.add(raw.value().sample_counter, raw.value().host_timestamp_ns, latency_ns);
-    // A host clock that failed reads 0; such a sample is placed at the start rather than aeons later.
-    const std::uint64_t timestamp_ns = raw.value().host_timestamp_ns;
-    sample.time_s =
-        timestamp_ns > first_timestamp_ns ? static_cast<double>(timestamp_ns - first_timestamp_ns) / 1e9 : 0.0;
-    sample.latency_ms = static_cast<double>(latency_ns) / 1e6;
-    sample.converted = converted.value();
-
-    if (options->plot) {
-      add_to_plot(traces, sample);
-    }
-    if (options->csv) {
-      console.out << csv_line(sample) << "\n";
-    } else if (options->json) {
-      console.out << json_line(sample) << "\n";
-    } else if (readable && after >= next_readable_row) {
-      console.out << readable_row(sample, stats) << "\n";
-      next_readable_row = after + kLiveLineInterval;
-      unshown.reset();
-    } else if (readable) {
-      unshown = sample;
-    }
-    // Rows that go to a file or a pipe are handed on a batch at a time: all that was read
-    // before the next wait for the camera, or kFlushRows of an unpaced stream. A full disk
-    // or a reader gone is then found within a batch, not a buffer of seconds of rows later.
-    if (!console.out_is_terminal && (period > Clock::duration::zero() || (index + 1) % kFlushRows == 0)) {
+    // Rows that go to a file or a pipe are handed on as they come: a full disk or a reader
+    // gone is then found at once, not a buffer of seconds of rows later.
+    if (!console.out_is_terminal && pull.count != 0) {
       console.out.flush();
     }
     // Samples nobody can receive are not worth reading: a full disk or a closed pipe ends the stream.
@@ -353,18 +372,23 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
       output_failed = true;
       break;
     }
-    if (live_line && after >= next_live_line) {
-      line.draw(console.err, stats.live_line());
+    if (live_line && now >= next_live_line) {
+      line.draw(console.err, imu_live_line(statistics_of(stream)));
       console.err.flush();
-      next_live_line = after + kLiveLineInterval;
+      next_live_line = now + kLiveLineInterval;
+    }
+    if (!pull.status.ok()) {
+      failure = pull.status;
+      break;
     }
   }
+  const ImuStreamStatistics stats = statistics_of(stream);
   // The last sample read is always shown, so the view ends on where the stream ended.
   if (unshown && !output_failed) {
-    console.out << readable_row(*unshown, stats) << "\n";
+    console.out << readable_row(StreamSample{*unshown, time_since_first(*unshown)}, stats) << "\n";
   }
   if (live_line) {
-    line.draw(console.err, stats.live_line());
+    line.draw(console.err, imu_live_line(stats));
     console.err << "\n";
   }
   console.out.flush();
@@ -372,11 +396,11 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   if (const Status closed = device.close_imu(); !closed.ok() && !failure) {
     failure = closed;
   }
-  console.err << stats.summary() << "\n";
+  console.err << imu_summary(stats, static_cast<double>(last_time_ns - first_time_ns) / 1e9) << "\n";
 
   int plot_status = kExitOk;
   if (options->plot && traces.samples() != 0) {
-    plot_status = write_plot(*options->plot, options->replace_plot, traces, camera, console);
+    plot_status = write_plot(*options->plot, options->replace_plot, traces, camera, stats.samples_missed, console);
   }
   if (failure) {
     return report_sdk_error(*failure, "reading the IMU of " + describe_camera(camera), console);

@@ -3,58 +3,34 @@
 #include <cstdio>
 
 namespace tovanel::uvc_stereo::cli {
+namespace {
 
-SampleCounterUnwrapper::Step ImuStreamStats::add(std::uint32_t raw_counter, std::uint64_t host_timestamp_ns,
-                                                 std::uint64_t read_latency_ns) noexcept {
-  if (counter_.samples() == 0) {
-    first_timestamp_ns_ = host_timestamp_ns;
-  }
-  last_timestamp_ns_ = host_timestamp_ns;
-  total_latency_ns_ += read_latency_ns;
-  if (read_latency_ns > max_latency_ns_) {
-    max_latency_ns_ = read_latency_ns;
-  }
-  return counter_.push(raw_counter);
-}
+double ms(std::uint64_t ns) { return static_cast<double>(ns) / 1e6; }
 
-double ImuStreamStats::span_s() const noexcept {
-  if (last_timestamp_ns_ <= first_timestamp_ns_) {
-    return 0.0;
-  }
-  return static_cast<double>(last_timestamp_ns_ - first_timestamp_ns_) / 1e9;
-}
+unsigned long long count(std::uint64_t value) { return static_cast<unsigned long long>(value); }
 
-double ImuStreamStats::sample_rate_hz() const noexcept {
-  const double span = span_s();
-  if (counter_.samples() < 2 || span <= 0.0) {
-    return 0.0;
-  }
-  return static_cast<double>(counter_.samples() - 1) / span;
-}
+}  // namespace
 
-double ImuStreamStats::mean_latency_ms() const noexcept {
-  if (counter_.samples() == 0) {
-    return 0.0;
-  }
-  return static_cast<double>(total_latency_ns_) / static_cast<double>(counter_.samples()) / 1e6;
-}
-
-std::string ImuStreamStats::live_line() const {
-  char line[200];
-  std::snprintf(line, sizeof(line), "%llu samples  %.1f Hz  missed %llu  latency %.2f ms (max %.2f ms)  counter %llu",
-                static_cast<unsigned long long>(samples()), sample_rate_hz(), static_cast<unsigned long long>(missed()),
-                mean_latency_ms(), max_latency_ms(), static_cast<unsigned long long>(last_counter()));
+std::string imu_live_line(const ImuStreamStatistics& stats) {
+  char line[256];
+  std::snprintf(line, sizeof(line),
+                "%llu samples %.1f Hz %+.1f ppm missed %llu dup %llu restarts %llu read %.2f/%.2f ms",
+                count(stats.samples_delivered), stats.rate_hz, stats.clock_error_ppm, count(stats.samples_missed),
+                count(stats.duplicate_reads), count(stats.restarts), ms(stats.read_latency_median_ns),
+                ms(stats.read_latency_p99_ns));
   return line;
 }
 
-std::string ImuStreamStats::summary() const {
-  char line[300];
+std::string imu_summary(const ImuStreamStatistics& stats, double span_s) {
+  char line[400];
   std::snprintf(line, sizeof(line),
-                "read %llu samples in %.2f s (%.1f Hz); missed %llu, repeated %llu; read latency mean %.3f ms, "
+                "read %llu samples in %.2f s (%.1f Hz, clock error %+.1f ppm against %.0f Hz); missed %llu, "
+                "duplicate reads skipped %llu, restarts %llu; read latency min %.3f ms, median %.3f ms, p99 %.3f ms, "
                 "max %.3f ms",
-                static_cast<unsigned long long>(samples()), span_s(), sample_rate_hz(),
-                static_cast<unsigned long long>(missed()), static_cast<unsigned long long>(repeated()),
-                mean_latency_ms(), max_latency_ms());
+                count(stats.samples_delivered), span_s, stats.rate_hz, stats.clock_error_ppm, stats.nominal_rate_hz,
+                count(stats.samples_missed), count(stats.duplicate_reads), count(stats.restarts),
+                ms(stats.read_latency_min_ns), ms(stats.read_latency_median_ns), ms(stats.read_latency_p99_ns),
+                ms(stats.read_latency_max_ns));
   return line;
 }
 

@@ -124,16 +124,30 @@ Status populate_simulated_scenario(sim::SimulatedRig& rig) {
   }
   const std::array<ScenarioCamera, kScenarioCameraCount> scenario = scenario_cameras();
 
+  // The IMUs live in time like real ones, so that a stream's rate, clock error and read
+  // latencies mean something: 200 Hz on oscillators a few millionths off, and reads that take
+  // a fraction of a millisecond on a quiet bus.
+  sim::SimulatedImuTiming reporting_timing;
+  reporting_timing.rate_hz = 200.0;
+  reporting_timing.clock_error_ppm = 3.5;
+  reporting_timing.latency_min_ns = 150000;
+  reporting_timing.latency_max_ns = 600000;
+  reporting_timing.seed = 7;
+  sim::SimulatedImuTiming legacy_timing = reporting_timing;
+  legacy_timing.clock_error_ppm = -6.0;
+  legacy_timing.latency_max_ns = 900000;
+  legacy_timing.seed = 11;
+
   sim::SimulatedCamera reporting =
       scenario_camera(models[kReportingModelRow], "7&1a2b3c4d&0&0000", "Tovanel Stereo Camera S2", scenario[0],
-                      "V2.4.1-260311", sim::SimulatedImu{sim::ImuMotion::AtRest, 4096, 1, 34.25, 7, std::nullopt});
+                      "V2.4.1-260311", sim::SimulatedImu{sim::ImuMotion::AtRest, 4096, 1, 34.25, 7, reporting_timing});
   reporting.user_space_address = scenario[0].user_space_address;
   reporting.user_space_size = scenario[0].user_space_size;
   reporting.capability = scenario_capability_report();
 
   const sim::SimulatedCamera legacy = scenario_camera(
       models[kLegacyModelRow], "7&2f4e6a1b&0&0000", "Tovanel Stereo Camera S1", scenario[1], "V1.3.0-251120",
-      sim::SimulatedImu{sim::ImuMotion::Moving, kLegacyFirstCounter, 1, 29.5, 11, std::nullopt});
+      sim::SimulatedImu{sim::ImuMotion::Moving, kLegacyFirstCounter, 1, 29.5, 11, legacy_timing});
 
   // A rig kept in a directory that already holds the scenario keeps its cameras and what their flash holds.
   const bool fresh = rig.camera_count() == 0;
@@ -152,6 +166,9 @@ Status populate_simulated_scenario(sim::SimulatedRig& rig) {
                                                  {"Tovanel Stereo Camera S2", "@device:pnp:" + reporting.device_path}});
 
   if (!fresh) {
+    // A kept rig's cameras sample in time as a fresh one's do.
+    rig.set_imu_timing(reporting_index, reporting_timing);
+    rig.set_imu_timing(legacy_index, legacy_timing);
     return Status();
   }
   if (Status stored = store_record(rig, reporting_index, scenario[0]); !stored.ok()) {

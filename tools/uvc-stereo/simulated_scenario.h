@@ -12,6 +12,7 @@ namespace tovanel::uvc_stereo::cli {
 
 // The cameras --simulate puts on the simulated rig:
 //   0: a camera with a capability report (its own flash user space and IMU block), IMU at rest;
+//      both IMUs sample at 200 Hz in time, a few millionths off the host clock;
 //   1: an older camera without capability reporting (the SDK falls back to fixed defaults),
 //      IMU swaying, its sample counter close to the 20-bit wrap.
 // Both hold a stored JSON configuration and are listed by both capture backends, behind a

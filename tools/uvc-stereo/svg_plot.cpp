@@ -21,6 +21,8 @@ constexpr int kMaxYTicks = 7;
 constexpr int kMaxXTicks = 11;
 // Beyond this many points per trace, each pixel column keeps only its ends and extremes.
 constexpr std::size_t kMaxPointsPerTrace = 2000;
+// Marks where samples were missed: a colour none of the traces use.
+constexpr const char* kMissedColor = "#ff7f0e";
 
 std::string fixed(double value, int decimals) {
   // A value that rounds to zero is written "0", never "-0.0".
@@ -107,6 +109,13 @@ class SvgBuilder {
   void line(double x1, double y1, double x2, double y2, std::string_view stroke, double width = 1.0) {
     out_ << "<line x1=\"" << fixed(x1, 1) << "\" y1=\"" << fixed(y1, 1) << "\" x2=\"" << fixed(x2, 1) << "\" y2=\""
          << fixed(y2, 1) << "\" stroke=\"" << xml_escape(stroke) << "\" stroke-width=\"" << width << "\"/>\n";
+  }
+
+  // A mark where samples were missed: dashed, so it is not taken for a trace or the grid.
+  void missed_mark(double x, double y1, double y2) {
+    out_ << "<line class=\"missed\" x1=\"" << fixed(x, 1) << "\" y1=\"" << fixed(y1, 1) << "\" x2=\"" << fixed(x, 1)
+         << "\" y2=\"" << fixed(y2, 1) << "\" stroke=\"" << kMissedColor
+         << "\" stroke-width=\"1\" stroke-dasharray=\"3 2\"/>\n";
   }
 
   void text(double x, double y, std::string_view content, std::string_view anchor, std::string_view extra = "") {
@@ -205,7 +214,7 @@ std::vector<double> nice_ticks(double low, double high, int max_ticks) {
 }
 
 std::string render_svg_plot(std::string_view title, const std::vector<double>& time_s,
-                            const std::vector<PlotPanel>& panels) {
+                            const std::vector<PlotPanel>& panels, const std::vector<double>& missed_s) {
   const double height =
       kTitleHeight + static_cast<double>(panels.size()) * (kPanelHeight + kPanelGap) + kBottom - kPanelGap + 40.0;
   SvgBuilder svg(kWidth, height);
@@ -248,6 +257,17 @@ std::string render_svg_plot(std::string_view title, const std::vector<double>& t
     std::snprintf(transform, sizeof(transform), "transform=\"rotate(-90 %.1f %.1f)\"", 18.0, top + kPanelHeight / 2);
     svg.text(18.0, top + kPanelHeight / 2, panel.unit, "middle", transform);
 
+    // Marks under the traces, one per pixel column: thousands of gaps in a long stream still
+    // make a readable plot and a small file.
+    long long last_column = -1;
+    for (double t : missed_s) {
+      const double x = x_of(std::clamp(t, 0.0, x_high));
+      if (const auto column = static_cast<long long>(x); column != last_column) {
+        svg.missed_mark(x, top, bottom);
+        last_column = column;
+      }
+    }
+
     double legend_y = top + 14;
     for (const PlotSeries& series : panel.series) {
       const std::size_t count = std::min(series.values.size(), time_s.size());
@@ -266,6 +286,11 @@ std::string render_svg_plot(std::string_view title, const std::vector<double>& t
       svg.line(legend_x, legend_y - 4, legend_x + 22, legend_y - 4, series.color, 2.5);
       svg.text(legend_x + 28, legend_y, series.label, "start");
       legend_y += 18;
+    }
+    if (!missed_s.empty()) {
+      const double legend_x = kLeft + plot_width + 16;
+      svg.missed_mark(legend_x + 11, legend_y - 11, legend_y + 3);
+      svg.text(legend_x + 28, legend_y, "missed", "start");
     }
   }
   return svg.finish();

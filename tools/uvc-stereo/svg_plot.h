@@ -27,8 +27,11 @@ struct PlotPanel {
 // A self-contained SVG document: the panels stacked under `title`, each with axes, grid,
 // tick labels and a legend, sharing the time axis `time_s`. Long traces are thinned to
 // the minimum and maximum of each pixel column, so spikes survive and the file stays small.
+// Each time of `missed_s` (where samples were missed) is marked across every panel by a dashed
+// line of class "missed", one per pixel column, with a legend entry when there is any.
 [[nodiscard]] std::string render_svg_plot(std::string_view title, const std::vector<double>& time_s,
-                                          const std::vector<PlotPanel>& panels);
+                                          const std::vector<PlotPanel>& panels,
+                                          const std::vector<double>& missed_s = {});
 
 // `text` safe inside SVG text and attribute values.
 [[nodiscard]] std::string xml_escape(std::string_view text);

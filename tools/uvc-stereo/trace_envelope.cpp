@@ -14,12 +14,12 @@ std::size_t TraceEnvelope::memory_bytes() const noexcept {
   return sizeof(*this) + buckets_.capacity() * sizeof(Bucket) + spans_.capacity() * sizeof(Span);
 }
 
-void TraceEnvelope::add(double time_s, const double* values) noexcept {
+void TraceEnvelope::add(double time_s, const double* values, std::uint64_t missed_before) noexcept {
   if (used_ == 0 || buckets_[used_ - 1].count == samples_per_bucket_) {
     if (used_ == max_buckets_) {
       merge_pairs();
     }
-    buckets_[used_] = Bucket{time_s, time_s, 0};
+    buckets_[used_] = Bucket{time_s, time_s, 0, 0.0, 0};
     ++used_;
   }
   Bucket& bucket = buckets_[used_ - 1];
@@ -42,6 +42,10 @@ void TraceEnvelope::add(double time_s, const double* values) noexcept {
       }
     }
   }
+  if (missed_before != 0 && bucket.missed == 0) {
+    bucket.missed_time = time_s;
+  }
+  bucket.missed += missed_before;
   bucket.last_time = time_s;
   ++bucket.count;
   ++samples_;
@@ -51,7 +55,8 @@ void TraceEnvelope::merge_pairs() noexcept {
   for (std::size_t i = 0; i < used_ / 2; ++i) {
     const Bucket& a = buckets_[2 * i];
     const Bucket& b = buckets_[2 * i + 1];
-    buckets_[i] = Bucket{a.first_time, b.last_time, a.count + b.count};
+    buckets_[i] = Bucket{a.first_time, b.last_time, a.count + b.count, a.missed != 0 ? a.missed_time : b.missed_time,
+                         a.missed + b.missed};
     for (std::size_t c = 0; c < channels_; ++c) {
       const Span& x = spans_[2 * i * channels_ + c];
       const Span& y = spans_[(2 * i + 1) * channels_ + c];
@@ -87,6 +92,9 @@ TraceEnvelope::Points TraceEnvelope::points() const {
   for (std::size_t i = 0; i < used_; ++i) {
     const Bucket& bucket = buckets_[i];
     const double span_s = bucket.last_time - bucket.first_time;
+    if (bucket.missed != 0) {
+      points.missed_s.push_back(bucket.missed_time);
+    }
     for (std::size_t c = 0; c < channels_; ++c) {
       const Span& span = spans_[i * channels_ + c];
       push(bucket.first_time, c, span.first);

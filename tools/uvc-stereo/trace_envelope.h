@@ -11,14 +11,15 @@ namespace tovanel::uvc_stereo::cli {
 // first and last time and, per channel, its first, lowest, highest and last value, so spikes
 // survive however long the stream. When every run is in use, neighbouring runs are merged in
 // pairs and each run from then on takes twice as many samples. A stream shorter than
-// `max_buckets` samples is kept exactly.
+// `max_buckets` samples is kept exactly. Where samples were missed is kept too, one mark per
+// run at most, at the first sample after a gap.
 class TraceEnvelope {
  public:
   // `channels` values per sample; `max_buckets` is rounded up to an even number of at least 2.
   TraceEnvelope(std::size_t channels, std::size_t max_buckets);
 
-  // One sample: its time and `channels()` values.
-  void add(double time_s, const double* values) noexcept;
+  // One sample: its time, `channels()` values, and how many samples were missed just before it.
+  void add(double time_s, const double* values, std::uint64_t missed_before = 0) noexcept;
 
   [[nodiscard]] std::size_t channels() const noexcept { return channels_; }
   [[nodiscard]] std::uint64_t samples() const noexcept { return samples_; }
@@ -32,6 +33,7 @@ class TraceEnvelope {
   struct Points {
     std::vector<double> time_s;
     std::vector<std::vector<double>> values;  ///< one vector per channel, as long as time_s
+    std::vector<double> missed_s;             ///< where samples were missed, in time order
   };
   [[nodiscard]] Points points() const;
 
@@ -40,6 +42,8 @@ class TraceEnvelope {
     double first_time = 0.0;
     double last_time = 0.0;
     std::uint64_t count = 0;
+    double missed_time = 0.0;  ///< the first sample of the run with samples missed before it
+    std::uint64_t missed = 0;  ///< samples missed within the run
   };
   struct Span {
     double first = 0.0;
