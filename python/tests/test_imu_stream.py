@@ -63,17 +63,9 @@ def test_every_sample_is_delivered_once_in_order_and_matches_the_camera_truth(ri
         assert sample[0] == previous[0] + 1 + sample[4]
 
 
-# With seed 1 the stream's host times stray up to about 44 us outside the uncertainty it
-# claims, for some tens of samples after about two seconds: a fault of the stream's timeline
-# estimate in the library, kept visible here until it is fixed there.
-LIBRARY_BOUND_FAULT = pytest.mark.xfail(
-    strict=True, reason="the library's IMU stream claims too small an uncertainty after a latency change"
-)
-
-
 @pytest.mark.parametrize(
     "clock_error_ppm, seed",
-    [(0.0, 2), (80.0, 2), (-80.0, 1), pytest.param(0.0, 1, marks=LIBRARY_BOUND_FAULT)],
+    [(0.0, 2), (80.0, 2), (-80.0, 1), (0.0, 1)],
 )
 def test_host_times_increase_strictly_and_bound_the_time_each_sample_was_taken(rig, use_numpy, clock_error_ppm, seed):
     timing = sim.SimulatedImuTiming(clock_error_ppm=clock_error_ppm, seed=seed)

@@ -15,6 +15,8 @@ constexpr double kTightestWidthNs = 10000.0;
 constexpr double kSlopeFloor = 2e-6;
 // Standard errors of the slope taken as its tolerance.
 constexpr double kSlopeErrors = 3.0;
+// Bins a fit needs before its scatter bounds its slope (else the reads' own widths do).
+constexpr std::size_t kBinsForFitTolerance = 8;
 
 // Host time `ns` as an offset from `origin_ns`; the host clock may be read before the origin was.
 double offset_of(std::uint64_t ns, std::uint64_t origin_ns) noexcept {
@@ -172,7 +174,9 @@ SampleClockFit::Line SampleClockFit::fit(double slope) const noexcept {
 }
 
 double SampleClockFit::slope_tolerance(const Line& line) const noexcept {
-  if (!period_from_fit_ || line.bins < 3) {
+  // The fit's own scatter says how far its slope may be off only once it rests on enough bins: with two or three
+  // degrees of freedom the scatter itself is a guess, and a bound built on it is too tight.
+  if (!period_from_fit_ || line.bins < kBinsForFitTolerance) {
     // A period from two reads alone is as rough as those reads are long.
     const double span = latest_n_ - first_n_;
     return span > 0.0 ? (first_width_ + (latest_finished_ - latest_started_)) / span : line.slope;
