@@ -1,8 +1,8 @@
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "uvc-stereo/camera_selection.h"
@@ -15,6 +15,7 @@
 #include "uvc-stereo/json_writer.h"
 #include "uvc-stereo/terminal_text.h"
 #include "uvc_stereo/flash.h"
+#include "uvc_stereo/imu_stream.h"
 #include "uvc_stereo/platform_info.h"
 #include "uvc_stereo/version.h"
 
@@ -25,8 +26,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr double kDefaultImuSeconds = 2.0;
 constexpr double kMaxImuSeconds = 3600.0;
-// The pace of the IMU reads, that of `uvc-stereo imu` by default, so that the figures compare.
-constexpr std::chrono::microseconds kImuReadPeriod{5000};
 
 CommandSyntax doctor_syntax() {
   CommandSyntax syntax;
@@ -46,7 +45,8 @@ CommandSyntax doctor_syntax() {
 // What streaming one camera's IMU showed.
 struct ImuHealth {
   std::optional<Status> failure;  ///< why the stream could not run or stopped
-  ImuStreamStats stats;
+  ImuStreamStatistics stats;      ///< what the SDK's IMU stream counted
+  double seconds = 0.0;           ///< how long the stream ran
 };
 
 // The configuration record as the flash holds it.
@@ -74,29 +74,30 @@ struct FieldReport {
 
 ImuHealth stream_imu(Device& device, double seconds) {
   ImuHealth health;
-  const Status opened = device.open_imu();
-  if (!opened.ok()) {
-    health.failure = opened;
+  Result<ImuStream> stream = ImuStream::open(device);
+  if (!stream.ok()) {
+    health.failure = stream.status();
     return health;
   }
+  // The stream paces its own reads; the report only needs its counts, so the samples land in one small buffer.
+  std::array<ImuStreamSample, 64> samples;
   const Clock::time_point start = Clock::now();
   const auto length = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-  Clock::time_point next_read = start;
   while (Clock::now() - start < length) {
-    while (Clock::now() < next_read) {
-      std::this_thread::sleep_until(next_read);
-    }
-    next_read = std::max(next_read + kImuReadPeriod, Clock::now());
-    const Clock::time_point before = Clock::now();
-    const Result<ReadImuResult> raw = device.read_imu();
-    const Clock::time_point after = Clock::now();
-    if (!raw.ok()) {
-      health.failure = raw.status();
+    const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(length - (Clock::now() - start));
+    const ImuPull pulled =
+        stream.value().pull(samples.data(), samples.size(), std::max(left, std::chrono::nanoseconds(0)));
+    if (!pulled.status.ok()) {
+      health.failure = pulled.status;
       break;
     }
-    const auto latency_ns =
-        static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(after - before).count());
-    health.stats.add(raw.value().sample_counter, raw.value().host_timestamp_ns, latency_ns);
+  }
+  health.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  const Result<ImuStreamStatistics> stats = stream.value().statistics();
+  if (stats.ok()) {
+    health.stats = stats.value();
+  } else if (!health.failure) {
+    health.failure = stats.status();
   }
   const Status closed = device.close_imu();
   if (!closed.ok() && !health.failure) {
@@ -202,10 +203,10 @@ void write_text(const FieldReport& report, std::ostream& out) {
     }
     if (!camera.imu) {
       out << "  imu              not streamed (--imu-seconds 0)\n";
-    } else if (camera.imu->failure && camera.imu->stats.samples() == 0) {
+    } else if (camera.imu->failure && camera.imu->stats.samples_delivered == 0) {
       out << "  imu              failed: " << terminal_safe(failure_text(*camera.imu->failure)) << "\n";
     } else {
-      out << "  imu              " << camera.imu->stats.live_line() << "\n";
+      out << "  imu              " << imu_live_line(camera.imu->stats) << "\n";
       if (camera.imu->failure) {
         out << "  imu stopped      " << terminal_safe(failure_text(*camera.imu->failure)) << "\n";
       }
@@ -270,15 +271,19 @@ void write_json(const FieldReport& report, std::ostream& out) {
     if (!camera.imu) {
       json.null();
     } else {
-      const ImuStreamStats& stats = camera.imu->stats;
+      const ImuStreamStatistics& stats = camera.imu->stats;
       json.begin_object();
-      json.key("samples").number(stats.samples());
-      json.key("seconds").number(stats.span_s(), 6);
-      json.key("rate_hz").number(stats.sample_rate_hz(), 6);
-      json.key("missed").number(stats.missed());
-      json.key("repeated").number(stats.repeated());
-      json.key("mean_latency_ms").number(stats.mean_latency_ms(), 6);
-      json.key("max_latency_ms").number(stats.max_latency_ms(), 6);
+      json.key("samples").number(stats.samples_delivered);
+      json.key("seconds").number(camera.imu->seconds, 6);
+      json.key("rate_hz").number(stats.rate_hz, 6);
+      json.key("clock_error_ppm").number(stats.clock_error_ppm, 6);
+      json.key("missed").number(stats.samples_missed);
+      json.key("duplicate_reads").number(stats.duplicate_reads);
+      json.key("restarts").number(stats.restarts);
+      json.key("min_latency_ms").number(static_cast<double>(stats.read_latency_min_ns) / 1e6, 6);
+      json.key("median_latency_ms").number(static_cast<double>(stats.read_latency_median_ns) / 1e6, 6);
+      json.key("p99_latency_ms").number(static_cast<double>(stats.read_latency_p99_ns) / 1e6, 6);
+      json.key("max_latency_ms").number(static_cast<double>(stats.read_latency_max_ns) / 1e6, 6);
       json.key("failure");
       if (camera.imu->failure) {
         write_failure(json, *camera.imu->failure);
