@@ -4,16 +4,17 @@
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
+# The slowest stages come first, so that a failure there shows early.
 stages=(
+  windows
+  sanitizers
+  fuzz
   lint
   linux
   install
   python
   docs
   bench
-  sanitizers
-  fuzz
-  windows
 )
 
 start=$SECONDS

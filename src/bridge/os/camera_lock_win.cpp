@@ -161,7 +161,8 @@ Result<CameraLock> CameraLock::take(const CameraLockPlace& place, std::string_vi
     }
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now);
     std::this_thread::sleep_for(std::min({poll, left, kLongestPoll}) + std::chrono::microseconds(100));
-    poll *= 2;
+    // Doubling stops at the longest poll, so a long wait never overflows the pace.
+    poll = std::min(poll * 2, kLongestPoll);
   }
 }
 
