@@ -13,6 +13,15 @@ namespace {
 const OptionSyntax kHelpOption{"help", "", "show this help and exit"};
 const OptionSyntax kSimulateOption{"simulate", "", ""};
 
+bool looks_like_option(const std::string& word) {
+  if (word.size() < 2 || word[0] != '-') {
+    return false;
+  }
+  char* end = nullptr;
+  static_cast<void>(std::strtod(word.c_str(), &end));
+  return end != word.c_str() + word.size();
+}
+
 // "--simulate=DIR" keeps the simulated cameras in DIR. The word is read here and handed on
 // as a bare "--simulate", so that a bare "--simulate" never takes the next word (a command, a
 // file) for its directory. Only words before "--" (and, with `until_command`, before the
@@ -21,7 +30,8 @@ std::optional<std::string> take_simulate_directory(std::vector<std::string>& wor
   const std::string flag = "--" + kSimulateOption.name;
   std::optional<std::string> directory;
   for (std::string& word : words) {
-    if (word == "--" || (until_command && word.rfind('-', 0) != 0)) {
+    // The command's own words (from the first that is no option, "-" among them) are the command's to judge.
+    if (word == "--" || (until_command && !looks_like_option(word))) {
       break;
     }
     if (word.rfind(flag + "=", 0) == 0) {
@@ -71,14 +81,6 @@ void parse_line(CLI::App& line, const std::vector<std::string>& words) {
 }
 
 // A word CLI11 reads as an option: a dash and more, but not a negative number ("-5").
-bool looks_like_option(const std::string& word) {
-  if (word.size() < 2 || word[0] != '-') {
-    return false;
-  }
-  char* end = nullptr;
-  static_cast<void>(std::strtod(word.c_str(), &end));
-  return end != word.c_str() + word.size();
-}
 
 // The long option CLI11 reads out of a word, without its two dashes ("name" or "name=value"):
 // from the word itself, or from what follows one or more "h" in a short-option cluster
