@@ -5,14 +5,15 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
 #include <utility>
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
 
-const OptionSyntax kHelpOption{"help", "", "show this help and exit"};
-const OptionSyntax kSimulateOption{"simulate", "", ""};
+constexpr std::string_view kSimulateFlag = "--simulate";
 
+// A word CLI11 reads as an option: a dash and more, but not a negative number ("-5").
 bool looks_like_option(const std::string& word) {
   if (word.size() < 2 || word[0] != '-') {
     return false;
@@ -22,65 +23,25 @@ bool looks_like_option(const std::string& word) {
   return end != word.c_str() + word.size();
 }
 
-// "--simulate=DIR" keeps the simulated cameras in DIR. The word is read here and handed on
-// as a bare "--simulate", so that a bare "--simulate" never takes the next word (a command, a
-// file) for its directory. Only words before "--" (and, with `until_command`, before the
-// first word that is no option) count.
+// "--simulate=DIR" keeps the simulated cameras in DIR. CLI11 would read a flag's "=DIR" as a
+// true/false override, so the word is read here and handed on as a bare "--simulate", which
+// never takes the next word (a command, a file) for its directory. Only words before "--" (and,
+// with `until_command`, before the first word that is no option) count.
 std::optional<std::string> take_simulate_directory(std::vector<std::string>& words, bool until_command) {
-  const std::string flag = "--" + kSimulateOption.name;
+  const std::string prefix = std::string(kSimulateFlag) + "=";
   std::optional<std::string> directory;
   for (std::string& word : words) {
     // The command's own words (from the first that is no option, "-" among them) are the command's to judge.
     if (word == "--" || (until_command && !looks_like_option(word))) {
       break;
     }
-    if (word.rfind(flag + "=", 0) == 0) {
-      directory = word.substr(flag.size() + 1);
-      word = flag;
+    if (word.rfind(prefix, 0) == 0) {
+      directory = word.substr(prefix.size());
+      word = kSimulateFlag;
     }
   }
   return directory;
 }
-const OptionSyntax kVersionOption{"version", "", ""};
-const OptionSyntax kVerboseOption{"verbose", "", ""};
-
-const OptionSyntax* find_option(const std::vector<OptionSyntax>& options, std::string_view name) {
-  if (name == kHelpOption.name) {
-    return &kHelpOption;
-  }
-  if (name == kSimulateOption.name) {
-    return &kSimulateOption;
-  }
-  for (const OptionSyntax& option : options) {
-    if (option.name == name) {
-      return &option;
-    }
-  }
-  return nullptr;
-}
-
-bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
-
-// A CLI11 parser for the tool's command lines. Unknown options are kept, not thrown, so that
-// the tool can name the first one in its own words; "/x" is a file name on every platform, never
-// a Windows-style option.
-void configure(CLI::App& line) {
-  line.allow_extras();
-  line.allow_windows_style_options(false);
-  line.set_help_flag("--help,-h");
-}
-
-// Parses the words as typed after the program's name; what CLI11 refuses stays as its exception
-// for the caller to name.
-void parse_line(CLI::App& line, const std::vector<std::string>& words) {
-  std::vector<const char*> argv = {"uvc-stereo"};
-  for (const std::string& word : words) {
-    argv.push_back(word.c_str());
-  }
-  line.parse(static_cast<int>(argv.size()), argv.data());
-}
-
-// A word CLI11 reads as an option: a dash and more, but not a negative number ("-5").
 
 // The long option CLI11 reads out of a word, without its two dashes ("name" or "name=value"):
 // from the word itself, or from what follows one or more "h" in a short-option cluster
@@ -99,42 +60,90 @@ std::optional<std::string_view> long_option_read_from(std::string_view word) {
   return word.substr(rest + 1);
 }
 
+std::string long_name(const CLI::Option& option) { return "--" + option.get_lnames().front(); }
+
+bool takes_value(const CLI::Option& option) { return option.get_expected_max() != 0; }
+
+std::string needs_value(const CLI::Option& option) {
+  return "option '" + long_name(option) + "' needs a value (" + option.get_option_text() + ")";
+}
+
+// The option of `line` a word names, when it names one by its long name ("--name" or "--name=...").
+const CLI::Option* named_option(const CLI::App& line, std::string_view long_option) {
+  const std::string name(long_option.substr(0, long_option.find('=')));
+  return name.empty() ? nullptr : line.get_option_no_throw("--" + name);
+}
+
 // An option written with "=": CLI11 reads "--out=" as "--out" and would take the next word as
 // its value, and lets a flag take "=true"; both are refused here, before it reads them. The
 // words after "--" are positionals ("--" is never a value: see double_dash_value).
-std::optional<std::string> attached_value_error(const std::vector<OptionSyntax>& options,
-                                                const std::vector<std::string>& words) {
+std::optional<std::string> attached_value_error(const CLI::App& line, const std::vector<std::string>& words) {
   for (const std::string& typed : words) {
     if (typed == "--") {
       break;
     }
     const std::optional<std::string_view> word = long_option_read_from(typed);
     const std::size_t equals = word ? word->find('=') : std::string_view::npos;
-    if (equals == std::string_view::npos) {
-      continue;
-    }
-    const std::string name(word->substr(0, equals));
-    const OptionSyntax* option = find_option(options, name);
+    const CLI::Option* option = equals == std::string_view::npos ? nullptr : named_option(line, *word);
     if (option == nullptr) {
-      continue;  // an unknown option, which CLI11 reports
+      continue;  // no "=", or an unknown option, which CLI11 reports
     }
-    if (option->value_name.empty()) {
-      return "option '--" + name + "' takes no value";
+    if (!takes_value(*option)) {
+      return "option '" + long_name(*option) + "' takes no value";
     }
     if (equals + 1 == word->size()) {
-      return "option '--" + name + "' needs a value (" + option->value_name + ")";
+      return needs_value(*option);
     }
   }
   return std::nullopt;
 }
 
-// How users see an unknown option: a long one by its name alone, without what follows "=".
-std::string unknown_option_message(const std::string& word) {
-  if (word.rfind("--", 0) == 0) {
-    return "unknown option '" + word.substr(0, word.find('=')) + "'";
+// The tool's help layout for CLI11's help: usage, summary, options with their value names and
+// help texts in one column, the command's details and the pointer to the exit statuses.
+class HelpLayout : public CLI::Formatter {
+ public:
+  explicit HelpLayout(std::string synopsis) : synopsis_(std::move(synopsis)) {}
+
+  std::string make_help(const CLI::App* line, std::string name, CLI::AppFormatMode mode) const override {
+    std::string help = "Usage: " + name + (synopsis_.empty() ? "" : " " + synopsis_) + "\n\n" +
+                       line->get_description() + "\n" + make_groups(line, mode);
+    std::string details = line->get_footer();
+    details.erase(details.find_last_not_of('\n') + 1);
+    if (!details.empty()) {
+      help += "\n" + details + "\n";
+    }
+    return help + "\nExit statuses: 0 on success; see 'uvc-stereo --help' for the others.\n";
   }
-  return "unknown option '" + word + "'";
+  // Options are shown by their long names only ("--help", not "-h,--help").
+  std::string make_option_name(const CLI::Option* option, bool) const override { return long_name(*option); }
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return takes_value(*option) ? " " + option->get_option_text() : "";
+  }
+
+ private:
+  std::string synopsis_;
+};
+
+// Settings every line of the tool shares. Unknown options are kept, not thrown, so that the tool
+// can name the first one in its own words; "/x" is a file name on every platform, never a
+// Windows-style option. --help is added last, so that it is listed last.
+void finish(CLI::App& line) {
+  line.allow_extras();
+  line.allow_windows_style_options(false);
+  line.set_help_flag("--help,-h", "show this help and exit");
 }
+
+// Parses the words as typed after the program's name; what CLI11 refuses stays as its exception
+// for the caller to name.
+void parse_line(CLI::App& line, const std::vector<std::string>& words) {
+  std::vector<const char*> argv = {"uvc-stereo"};
+  for (const std::string& word : words) {
+    argv.push_back(word.c_str());
+  }
+  line.parse(static_cast<int>(argv.size()), argv.data());
+}
+
+bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
 }  // namespace
 
@@ -146,133 +155,49 @@ std::optional<std::string> ParsedArguments::value(std::string_view name) const {
   return found->second;
 }
 
-// Builds a CLI11 parser from a CommandSyntax, lets it read the line, and turns its results and
-// its refusals into ParsedArguments and the tool's own messages.
-struct ArgumentParser {
-  const CommandSyntax& syntax;
-  const std::vector<std::string>& args;
-  CLI::App line;
-  std::vector<std::pair<const OptionSyntax*, CLI::Option*>> options;
-  std::vector<CLI::Option*> slots;  ///< one per positional, in order
-  CLI::Option* simulate = nullptr;
-  std::optional<std::string> simulate_directory;  ///< from "--simulate=DIR"
-
-  ArgumentParser(const CommandSyntax& command, const std::vector<std::string>& words) : syntax(command), args(words) {
-    configure(line);
+// One command's CLI11 application, built from its CommandSyntax: its options, the shared
+// --simulate and --help, and one positional slot per argument it may take. The same application
+// reads the command line and lays out the command's --help.
+class CommandLine {
+ public:
+  explicit CommandLine(const CommandSyntax& syntax)
+      : syntax_(syntax), line_(syntax.summary, "uvc-stereo " + syntax.name) {
     for (const OptionSyntax& option : syntax.options) {
-      CLI::Option* added =
-          option.value_name.empty() ? line.add_flag("--" + option.name) : line.add_option("--" + option.name);
-      added->description(option.help);
+      CLI::Option* added = option.value_name.empty() ? line_.add_flag("--" + option.name, option.help)
+                                                     : line_.add_option("--" + option.name, option.help);
       // A second value would silently replace the first: twice is refused, flags included.
-      added->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+      added->multi_option_policy(CLI::MultiOptionPolicy::Throw)->option_text(option.value_name);
       if (option.value_name.empty()) {
         added->disable_flag_override();
       }
-      options.emplace_back(&option, added);
     }
-    // --simulate may come both before the command and after it.
-    simulate = line.add_flag("--" + kSimulateOption.name)->description(std::string(simulate_option_help()));
-    simulate->disable_flag_override();
+    // --simulate may come both before the command and after it, so it may be given twice.
+    simulate_ = line_.add_flag(std::string(kSimulateFlag));
+    simulate_->description(std::string(simulate_option_help()))->disable_flag_override();
     for (std::size_t i = 0; i < syntax.max_positionals; ++i) {
-      slots.push_back(line.add_option("ARGUMENT" + std::to_string(i + 1)));
+      slots_.push_back(line_.add_option("ARGUMENT" + std::to_string(i + 1)));
     }
-  }
-
-  // What CLI11 could not place, split in two: the options this command does not have, and the
-  // words too many; after the "--" that ended the options every word is one of the latter.
-  void sort_unplaced() {
-    const std::vector<std::string> left = line.remaining();
-    bool options_ended = false;
-    unplaced.clear();
-    for (const std::string& word : left) {
-      if (!options_ended && word == "--") {
-        options_ended = true;
-      } else if (!options_ended && looks_like_option(word)) {
-        unknown = unknown ? unknown : word;
-      } else {
-        unplaced.push_back(word);
+    finish(line_);
+    line_.footer(syntax.details);
+    auto layout = std::make_shared<HelpLayout>(syntax.synopsis);
+    std::size_t width = 0;
+    for (const CLI::Option* option : line_.get_options()) {
+      if (option->nonpositional()) {
+        width =
+            std::max(width, layout->make_option_name(option, false).size() + layout->make_option_opts(option).size());
       }
     }
+    layout->column_width(width + 4);
+    line_.formatter(layout);
   }
 
-  std::optional<std::string> unknown;  ///< the first option this command does not have, as typed
-  std::vector<std::string> unplaced;   ///< the words no positional took, in order
+  [[nodiscard]] std::string help() const { return line_.help(); }
 
-  // The option whose second value CLI11 refused.
-  [[nodiscard]] const OptionSyntax* given_twice() const {
-    for (const auto& [option, added] : options) {
-      if (added->count() > 1) {
-        return option;
-      }
-    }
-    return nullptr;
-  }
-
-  // CLI11 refuses a value option that ends the line without its value; that option is in the
-  // last word, alone or after "-h".
-  [[nodiscard]] std::optional<std::string> missing_value() const {
-    const std::optional<std::string_view> word = args.empty() ? std::nullopt : long_option_read_from(args.back());
-    if (!word) {
-      return std::nullopt;
-    }
-    const OptionSyntax* option = find_option(syntax.options, word->substr(0, word->find('=')));
-    if (option == nullptr || option->value_name.empty()) {
-      return std::nullopt;
-    }
-    return "option '--" + option->name + "' needs a value (" + option->value_name + ")";
-  }
-
-  // "--" only ends the options. Given as a value ("--backup -- file") it is almost surely a
-  // forgotten one, and taking it would leave the words after it read as options.
-  [[nodiscard]] std::optional<std::string> double_dash_value() const {
-    for (const auto& [option, added] : options) {
-      const std::vector<std::string>& values = added->results();
-      if (!option->value_name.empty() && std::find(values.begin(), values.end(), "--") != values.end()) {
-        return "option '--" + option->name + "' needs a value (" + option->value_name + "); '--' only ends the options";
-      }
-    }
-    return std::nullopt;
-  }
-
-  [[nodiscard]] std::size_t parsed_positionals() const {
-    std::size_t count = 0;
-    for (const CLI::Option* slot : slots) {
-      count += slot->count();
-    }
-    return count;
-  }
-
-  [[nodiscard]] ParsedArguments results(bool help) const {
-    ParsedArguments parsed;
-    for (const auto& [option, added] : options) {
-      if (added->count() == 0) {
-        continue;
-      }
-      parsed.present_.insert(option->name);
-      if (!option->value_name.empty() && !added->results().empty()) {
-        parsed.values_[option->name] = added->results().front();
-      }
-    }
-    if (simulate->count() != 0) {
-      parsed.present_.insert(kSimulateOption.name);
-      if (simulate_directory) {
-        parsed.values_[kSimulateOption.name] = *simulate_directory;
-      }
-    }
-    if (help) {
-      parsed.present_.insert(kHelpOption.name);
-    }
-    for (const CLI::Option* slot : slots) {
-      for (const std::string& word : slot->results()) {
-        parsed.positionals_.push_back(word);
-      }
-    }
-    return parsed;
-  }
-
-  ParseOutcome parse() {
+  // Lets CLI11 read the words (with "--simulate=DIR" already taken out of them) and turns what it
+  // found, or why it refused the line, into the tool's terms.
+  [[nodiscard]] ParseOutcome parse(const std::vector<std::string>& words, std::optional<std::string> directory) {
     ParseOutcome outcome;
-    if (std::optional<std::string> refused = attached_value_error(syntax.options, args)) {
+    if (std::optional<std::string> refused = attached_value_error(line_, words)) {
       outcome.error = std::move(*refused);
       return outcome;
     }
@@ -280,7 +205,7 @@ struct ArgumentParser {
     bool mismatch = false;
     std::string refusal;  ///< CLI11's own words, for a refusal the tool has no message of its own for
     try {
-      parse_line(line, args);
+      parse_line(line_, words);
     } catch (const CLI::CallForHelp&) {
       // --help answers whatever else is on the line, so a half-typed command still gets its help.
       help = true;
@@ -290,34 +215,127 @@ struct ArgumentParser {
     } catch (const CLI::ParseError& error) {
       refusal = error.what();
     }
-    sort_unplaced();
+    const auto [unknown, unplaced] = sort_unplaced();
     // A "--" taken as a value explains whatever follows it; after it, an unknown option is
     // what most often explains the rest.
     if (std::optional<std::string> dashes = double_dash_value()) {
       outcome.error = std::move(*dashes);
     } else if (unknown) {
-      outcome.error = unknown_option_message(*unknown);
+      // A long option is named without what follows "=".
+      outcome.error =
+          "unknown option '" + (unknown->rfind("--", 0) == 0 ? unknown->substr(0, unknown->find('=')) : *unknown) + "'";
     } else if (mismatch) {
-      if (const OptionSyntax* twice = given_twice()) {
-        outcome.error = "option '--" + twice->name + "' is given more than once";
-      } else if (std::optional<std::string> message = missing_value()) {
-        outcome.error = std::move(*message);
-      } else {
-        outcome.error = refusal;
-      }
+      outcome.error = mismatch_message(words).value_or(refusal);
     } else if (help) {
-      outcome.arguments = results(true);
+      outcome.arguments = results(true, std::move(directory));
     } else if (!refusal.empty()) {
       outcome.error = refusal;
-    } else if (parsed_positionals() < syntax.min_positionals) {
-      outcome.error = "missing argument: " + syntax.synopsis;
+    } else if (parsed_positionals() < syntax_.min_positionals) {
+      outcome.error = "missing argument: " + syntax_.synopsis;
     } else if (!unplaced.empty()) {
       outcome.error = "unexpected argument '" + unplaced.front() + "'";
     } else {
-      outcome.arguments = results(false);
+      outcome.arguments = results(false, std::move(directory));
     }
     return outcome;
   }
+
+ private:
+  struct Unplaced {
+    std::optional<std::string> unknown;  ///< the first option this command does not have, as typed
+    std::vector<std::string> surplus;    ///< the words no positional took, in order
+  };
+
+  // What CLI11 could not place, split in two: the options this command does not have, and the
+  // words too many; after the "--" that ended the options every word is one of the latter.
+  [[nodiscard]] Unplaced sort_unplaced() const {
+    Unplaced sorted;
+    bool options_ended = false;
+    for (const std::string& word : line_.remaining()) {
+      if (!options_ended && word == "--") {
+        options_ended = true;
+      } else if (!options_ended && looks_like_option(word)) {
+        sorted.unknown = sorted.unknown ? sorted.unknown : word;
+      } else {
+        sorted.surplus.push_back(word);
+      }
+    }
+    return sorted;
+  }
+
+  [[nodiscard]] std::vector<const CLI::Option*> declared_options() const {
+    return line_.get_options([](const CLI::Option* option) { return option->nonpositional(); });
+  }
+
+  // CLI11 refuses with an argument mismatch an option given twice, and a value option that ends
+  // the line without its value (that option is in the last word, alone or after "-h").
+  [[nodiscard]] std::optional<std::string> mismatch_message(const std::vector<std::string>& words) const {
+    for (const CLI::Option* option : declared_options()) {
+      if (option->count() > 1 && option != simulate_ && option != line_.get_help_ptr()) {
+        return "option '" + long_name(*option) + "' is given more than once";
+      }
+    }
+    const std::optional<std::string_view> last = words.empty() ? std::nullopt : long_option_read_from(words.back());
+    const CLI::Option* option = last ? named_option(line_, *last) : nullptr;
+    if (option != nullptr && takes_value(*option)) {
+      return needs_value(*option);
+    }
+    return std::nullopt;
+  }
+
+  // "--" only ends the options. Given as a value ("--backup -- file") it is almost surely a
+  // forgotten one, and taking it would leave the words after it read as options.
+  [[nodiscard]] std::optional<std::string> double_dash_value() const {
+    for (const CLI::Option* option : declared_options()) {
+      const std::vector<std::string>& values = option->results();
+      if (takes_value(*option) && std::find(values.begin(), values.end(), "--") != values.end()) {
+        return needs_value(*option) + "; '--' only ends the options";
+      }
+    }
+    return std::nullopt;
+  }
+
+  [[nodiscard]] std::size_t parsed_positionals() const {
+    std::size_t count = 0;
+    for (const CLI::Option* slot : slots_) {
+      count += slot->count();
+    }
+    return count;
+  }
+
+  [[nodiscard]] ParsedArguments results(bool help, std::optional<std::string> directory) const {
+    ParsedArguments parsed;
+    for (const OptionSyntax& option : syntax_.options) {
+      const CLI::Option* added = line_.get_option_no_throw("--" + option.name);
+      if (added->count() == 0) {
+        continue;
+      }
+      parsed.present_.insert(option.name);
+      if (takes_value(*added) && !added->results().empty()) {
+        parsed.values_[option.name] = added->results().front();
+      }
+    }
+    if (simulate_->count() != 0) {
+      parsed.present_.insert(std::string(kSimulateFlag.substr(2)));
+      if (directory) {
+        parsed.values_[std::string(kSimulateFlag.substr(2))] = std::move(*directory);
+      }
+    }
+    if (help) {
+      parsed.present_.insert("help");
+    }
+    for (const CLI::Option* slot : slots_) {
+      for (const std::string& word : slot->results()) {
+        parsed.positionals_.push_back(word);
+      }
+    }
+    return parsed;
+  }
+
+  const CommandSyntax& syntax_;
+  CLI::App line_;
+  CLI::Option* simulate_ = nullptr;
+  std::vector<CLI::Option*> slots_;  ///< one per positional, in order
 };
 
 ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std::string>& args) {
@@ -328,9 +346,7 @@ ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std:
     refused.error = "option '--simulate=' needs a directory";
     return refused;
   }
-  ArgumentParser parser(syntax, words);
-  parser.simulate_directory = std::move(directory);
-  return parser.parse();
+  return CommandLine(syntax).parse(words, std::move(directory));
 }
 
 GlobalOutcome parse_global_arguments(const std::vector<std::string>& given) {
@@ -342,10 +358,10 @@ GlobalOutcome parse_global_arguments(const std::vector<std::string>& given) {
     return outcome;
   }
   CLI::App line;
-  configure(line);
-  CLI::Option* simulate = line.add_flag("--" + kSimulateOption.name);
-  CLI::Option* version = line.add_flag("--" + kVersionOption.name);
-  CLI::Option* verbose = line.add_flag("--" + kVerboseOption.name);
+  CLI::Option* simulate = line.add_flag(std::string(kSimulateFlag));
+  CLI::Option* version = line.add_flag("--version");
+  CLI::Option* verbose = line.add_flag("--verbose");
+  finish(line);
   // The first word that is no option is the command: it and everything after it are the command's.
   line.prefix_command();
   try {
@@ -374,7 +390,7 @@ GlobalOutcome parse_global_arguments(const std::vector<std::string>& given) {
     outcome.error = "unknown option '" + *unknown + "' before the command";
     return outcome;
   }
-  if (std::optional<std::string> refused = attached_value_error({kVersionOption, kVerboseOption}, before)) {
+  if (std::optional<std::string> refused = attached_value_error(line, before)) {
     outcome.error = std::move(*refused);
     return outcome;
   }
@@ -392,7 +408,6 @@ GlobalOutcome parse_global_arguments(const std::vector<std::string>& given) {
   outcome.arguments = std::move(global);
   return outcome;
 }
-
 std::string_view simulate_option_help() {
   return "run against the built-in simulated cameras (two cameras, one with\n"
          "a capability report and one without); no camera or vendor library is\n"
@@ -402,44 +417,7 @@ std::string_view simulate_option_help() {
          "and programs given the same DIR share the cameras";
 }
 
-void print_command_help(const CommandSyntax& syntax, std::ostream& out) {
-  out << "Usage: uvc-stereo " << syntax.name;
-  if (!syntax.synopsis.empty()) {
-    out << " " << syntax.synopsis;
-  }
-  out << "\n\n" << syntax.summary << "\n\nOptions:\n";
-  std::vector<OptionSyntax> all = syntax.options;
-  all.push_back(OptionSyntax{kSimulateOption.name, "", std::string(simulate_option_help())});
-  all.push_back(kHelpOption);
-  std::size_t width = 0;
-  for (const OptionSyntax& option : all) {
-    const std::size_t length = 2 + option.name.size() + (option.value_name.empty() ? 0 : 1 + option.value_name.size());
-    width = length > width ? length : width;
-  }
-  for (const OptionSyntax& option : all) {
-    std::string left = "--" + option.name;
-    if (!option.value_name.empty()) {
-      left += " " + option.value_name;
-    }
-    out << "  " << left << std::string(width - left.size() + 2, ' ');
-    // Continuation lines of a long help text line up under its first line.
-    for (char c : option.help) {
-      out << c;
-      if (c == '\n') {
-        out << std::string(width + 4, ' ');
-      }
-    }
-    out << "\n";
-  }
-  std::string_view details = syntax.details;
-  while (!details.empty() && details.back() == '\n') {
-    details.remove_suffix(1);
-  }
-  if (!details.empty()) {
-    out << "\n" << details << "\n";
-  }
-  out << "\nExit statuses: 0 on success; see 'uvc-stereo --help' for the others.\n";
-}
+void print_command_help(const CommandSyntax& syntax, std::ostream& out) { out << CommandLine(syntax).help(); }
 
 std::optional<std::uint64_t> parse_unsigned(std::string_view text, std::uint64_t max) {
   if (text.empty() || text.size() > 20) {

@@ -38,7 +38,7 @@ class ParsedArguments {
   [[nodiscard]] const std::vector<std::string>& positionals() const noexcept { return positionals_; }
 
  private:
-  friend struct ArgumentParser;
+  friend class CommandLine;
   std::set<std::string> present_;
   std::map<std::string, std::string> values_;
   std::vector<std::string> positionals_;
