@@ -351,6 +351,36 @@ TEST(CommandHelp, ShowsUsageOptionsAndTheSharedOnes) {
   EXPECT_NE(help.find("\nMore words.\n"), std::string::npos);
 }
 
+TEST(CommandHelp, LinesUpEveryHelpTextInOneColumnAfterTheWidestOption) {
+  CommandSyntax syntax = sample_syntax();
+  syntax.options.push_back({"backup", "FILE", "first line\nsecond line"});
+  syntax.details = "More words.\n\n\n";
+  std::ostringstream out;
+  print_command_help(syntax, out);
+  const std::string help = out.str();
+  // "--backup FILE" is the widest: every help text starts two columns after it.
+  EXPECT_NE(help.find("\nOptions:\n  --count N      how many\n  --dry-run      change nothing\n"
+                      "  --backup FILE  first line\n                 second line\n  --simulate     run against"),
+            std::string::npos)
+      << help;
+  EXPECT_NE(help.find("\n  --help         show this help and exit\n\nMore words.\n\nExit statuses: 0 on success; "
+                      "see 'uvc-stereo --help' for the others.\n"),
+            std::string::npos)
+      << help;
+  EXPECT_EQ(help.find("-h,"), std::string::npos) << "options are shown by their long names only";
+}
+
+TEST(CommandHelp, LeavesOutTheSynopsisAndDetailsACommandDoesNotHave) {
+  CommandSyntax syntax;
+  syntax.name = "scan";
+  syntax.summary = "Lists cameras.";
+  std::ostringstream out;
+  print_command_help(syntax, out);
+  EXPECT_EQ(out.str().rfind("Usage: uvc-stereo scan\n\nLists cameras.\n\nOptions:\n  --simulate  run against", 0), 0u)
+      << out.str();
+  EXPECT_NE(out.str().find("  --help      show this help and exit\n\nExit statuses:"), std::string::npos) << out.str();
+}
+
 TEST(ParseUnsigned, AcceptsOnlyWholeNumbersUpToTheLimit) {
   EXPECT_EQ(parse_unsigned("0", 10), 0u);
   EXPECT_EQ(parse_unsigned("10", 10), 10u);

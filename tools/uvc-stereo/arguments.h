@@ -74,8 +74,9 @@ struct GlobalOutcome {
 // Reads the options before the command; an option the tool does not have is refused there.
 [[nodiscard]] GlobalOutcome parse_global_arguments(const std::vector<std::string>& args);
 
-// The command's --help text. It is laid out by the tool, not by CLI11's formatter, whose
-// layout (headings, type names, columns) differs from the texts users already know.
+// The command's --help text, laid out by the command's CLI11 application through a formatter
+// that keeps the layout users already know: usage, summary, options by their long names with
+// their value names, one column of help texts, the details and where the exit statuses are.
 void print_command_help(const CommandSyntax& syntax, std::ostream& out);
 
 // The help line of --simulate, shared by every command.
