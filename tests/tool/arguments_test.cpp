@@ -276,6 +276,67 @@ TEST(ParseArguments, AnyShortLineIsAcceptedOrRefusedInTheToolsOwnWords) {
   }
 }
 
+// The sample syntax with checked values and a group of options that exclude each other.
+CommandSyntax checked_syntax() {
+  CommandSyntax syntax = sample_syntax();
+  syntax.options[0].check = [](const std::string& value) {
+    return value == "bad" ? "--count takes a number, not '" + value + "'" : std::string();
+  };
+  syntax.options.push_back({"csv", "", "comma-separated"});
+  syntax.options.push_back({"json", "", "JSON lines"});
+  syntax.options.push_back(
+      {"level", "L", "how loud", [](const std::string& value) { return value == "bad" ? "--level is bad" : ""; }});
+  syntax.exclusive.push_back({{"csv", "json", "dry-run"}, "choose one of --csv, --json and --dry-run"});
+  return syntax;
+}
+
+ParseOutcome parse_checked(const std::vector<std::string>& args) { return parse_arguments(checked_syntax(), args); }
+
+TEST(ParseArguments, AValueItsOptionsCheckRefusesIsRefusedInTheChecksOwnWords) {
+  EXPECT_EQ(parse_checked({"--count", "bad", "f"}).error, "--count takes a number, not 'bad'");
+  EXPECT_EQ(parse_checked({"f", "--count=bad"}).error, "--count takes a number, not 'bad'");
+  const ParseOutcome fine = parse_checked({"--count", "5", "f", "--level", "3"});
+  ASSERT_TRUE(fine.arguments) << fine.error;
+  EXPECT_EQ(fine.arguments->value("count"), "5");
+  EXPECT_EQ(fine.arguments->value("level"), "3");
+}
+
+TEST(ParseArguments, ValuesAreCheckedInTheOrderTheOptionsAreDeclared) {
+  EXPECT_EQ(parse_checked({"--level", "bad", "--count", "bad", "f"}).error, "--count takes a number, not 'bad'");
+  EXPECT_EQ(parse_checked({"--level", "bad", "--count", "2", "f"}).error, "--level is bad");
+}
+
+TEST(ParseArguments, TheShapeOfTheLineIsJudgedBeforeItsValues) {
+  EXPECT_EQ(parse_checked({"--count", "bad"}).error, "missing argument: [options] FILE|-");
+  EXPECT_EQ(parse_checked({"--count", "bad", "f", "g"}).error, "unexpected argument 'g'");
+  EXPECT_EQ(parse_checked({"--count", "bad", "f", "--colour"}).error, "unknown option '--colour'");
+  EXPECT_EQ(parse_checked({"--count", "bad", "--count", "2", "f"}).error, "option '--count' is given more than once");
+  EXPECT_EQ(parse_checked({"--count", "2", "--count", "bad", "f"}).error, "option '--count' is given more than once");
+  EXPECT_EQ(parse_checked({"--count", "bad", "f", "--level"}).error, "option '--level' needs a value (L)");
+  EXPECT_EQ(parse_checked({"--count", "--", "f"}).error,
+            "option '--count' needs a value (N); '--' only ends the options");
+}
+
+TEST(ParseArguments, HelpIsAnsweredWhateverTheValuesAndGroups) {
+  for (const std::vector<std::string>& line :
+       {std::vector<std::string>{"--count", "bad", "--help"}, std::vector<std::string>{"-h", "--level", "bad"},
+        std::vector<std::string>{"--csv", "--json", "--help"}}) {
+    const ParseOutcome outcome = parse_checked(line);
+    ASSERT_TRUE(outcome.arguments) << ::testing::PrintToString(line) << " -> " << outcome.error;
+    EXPECT_TRUE(outcome.arguments->has("help"));
+  }
+}
+
+TEST(ParseArguments, AnExclusiveGroupTakesOneOfItsOptionsAfterTheValuesAreChecked) {
+  const ParseOutcome one = parse_checked({"--json", "f"});
+  ASSERT_TRUE(one.arguments) << one.error;
+  EXPECT_TRUE(one.arguments->has("json"));
+  EXPECT_EQ(parse_checked({"--csv", "--json", "f"}).error, "choose one of --csv, --json and --dry-run");
+  EXPECT_EQ(parse_checked({"f", "--dry-run", "--json"}).error, "choose one of --csv, --json and --dry-run");
+  EXPECT_EQ(parse_checked({"--csv", "--json", "--count", "bad", "f"}).error, "--count takes a number, not 'bad'");
+  EXPECT_EQ(parse_checked({"--csv", "--json"}).error, "missing argument: [options] FILE|-");
+}
+
 TEST(ParseGlobalArguments, HandsTheCommandAndEverythingAfterItOn) {
   const GlobalOutcome outcome = parse_global_arguments({"--simulate", "config", "set", "--help", "-", "--x=1"});
   ASSERT_TRUE(outcome.arguments) << outcome.error;

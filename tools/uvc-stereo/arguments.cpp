@@ -170,10 +170,29 @@ class CommandLine {
       if (option.value_name.empty()) {
         added->disable_flag_override();
       }
+      if (option.check) {
+        // CLI11 words a refusal as "NAME: MESSAGE"; the tool's own message is kept as it is.
+        added->check(CLI::Validator(
+            [this, check = option.check](std::string& value) {
+              std::string refusal = check(value);
+              if (!refusal.empty() && !invalid_value_) {
+                invalid_value_ = refusal;
+              }
+              return refusal;
+            },
+            option.value_name));
+      }
     }
     // --simulate may come both before the command and after it, so it may be given twice.
     simulate_ = line_.add_flag(std::string(kSimulateFlag));
     simulate_->description(std::string(simulate_option_help()))->disable_flag_override();
+    for (const ExclusiveOptions& group : syntax.exclusive) {
+      for (std::size_t i = 0; i < group.names.size(); ++i) {
+        for (std::size_t j = i + 1; j < group.names.size(); ++j) {
+          line_.get_option("--" + group.names[i])->excludes(line_.get_option("--" + group.names[j]));
+        }
+      }
+    }
     for (std::size_t i = 0; i < syntax.max_positionals; ++i) {
       slots_.push_back(line_.add_option("ARGUMENT" + std::to_string(i + 1)));
     }
@@ -203,6 +222,7 @@ class CommandLine {
     }
     bool help = false;
     bool mismatch = false;
+    bool excluded = false;
     std::string refusal;  ///< CLI11's own words, for a refusal the tool has no message of its own for
     try {
       parse_line(line_, words);
@@ -212,6 +232,11 @@ class CommandLine {
     } catch (const CLI::ArgumentMismatch& error) {
       mismatch = true;
       refusal = error.what();
+    } catch (const CLI::ValidationError&) {
+      // CLI11 checks values before it reads --help, which still answers such a line.
+      help = line_.get_help_ptr()->count() != 0;
+    } catch (const CLI::ExcludesError&) {
+      excluded = true;
     } catch (const CLI::ParseError& error) {
       refusal = error.what();
     }
@@ -224,8 +249,10 @@ class CommandLine {
       // A long option is named without what follows "=".
       outcome.error =
           "unknown option '" + (unknown->rfind("--", 0) == 0 ? unknown->substr(0, unknown->find('=')) : *unknown) + "'";
+    } else if (const CLI::Option* twice = given_twice()) {
+      outcome.error = "option '" + long_name(*twice) + "' is given more than once";
     } else if (mismatch) {
-      outcome.error = mismatch_message(words).value_or(refusal);
+      outcome.error = missing_value(words).value_or(refusal);
     } else if (help) {
       outcome.arguments = results(true, std::move(directory));
     } else if (!refusal.empty()) {
@@ -234,6 +261,10 @@ class CommandLine {
       outcome.error = "missing argument: " + syntax_.synopsis;
     } else if (!unplaced.empty()) {
       outcome.error = "unexpected argument '" + unplaced.front() + "'";
+    } else if (invalid_value_) {
+      outcome.error = *invalid_value_;
+    } else if (excluded) {
+      outcome.error = exclusion_refusal();
     } else {
       outcome.arguments = results(false, std::move(directory));
     }
@@ -267,20 +298,39 @@ class CommandLine {
     return line_.get_options([](const CLI::Option* option) { return option->nonpositional(); });
   }
 
-  // CLI11 refuses with an argument mismatch an option given twice, and a value option that ends
-  // the line without its value (that option is in the last word, alone or after "-h").
-  [[nodiscard]] std::optional<std::string> mismatch_message(const std::vector<std::string>& words) const {
+  // CLI11 refuses a second value of an option (or a flag given twice), unless a refused value
+  // stopped it first; --simulate may come both before the command and after it.
+  [[nodiscard]] const CLI::Option* given_twice() const {
     for (const CLI::Option* option : declared_options()) {
       if (option->count() > 1 && option != simulate_ && option != line_.get_help_ptr()) {
-        return "option '" + long_name(*option) + "' is given more than once";
+        return option;
       }
     }
+    return nullptr;
+  }
+
+  // CLI11 refuses a value option that ends the line without its value; that option is in the
+  // last word, alone or after "-h".
+  [[nodiscard]] std::optional<std::string> missing_value(const std::vector<std::string>& words) const {
     const std::optional<std::string_view> last = words.empty() ? std::nullopt : long_option_read_from(words.back());
     const CLI::Option* option = last ? named_option(line_, *last) : nullptr;
     if (option != nullptr && takes_value(*option)) {
       return needs_value(*option);
     }
     return std::nullopt;
+  }
+
+  // The first exclusive group of which CLI11 found more than one option on the line.
+  [[nodiscard]] std::string exclusion_refusal() const {
+    for (const ExclusiveOptions& group : syntax_.exclusive) {
+      const auto given = std::count_if(group.names.begin(), group.names.end(), [this](const std::string& name) {
+        return line_.get_option("--" + name)->count() != 0;
+      });
+      if (given > 1) {
+        return group.refusal;
+      }
+    }
+    return "";
   }
 
   // "--" only ends the options. Given as a value ("--backup -- file") it is almost surely a
@@ -335,7 +385,8 @@ class CommandLine {
   const CommandSyntax& syntax_;
   CLI::App line_;
   CLI::Option* simulate_ = nullptr;
-  std::vector<CLI::Option*> slots_;  ///< one per positional, in order
+  std::optional<std::string> invalid_value_;  ///< the first refusal of an option's check
+  std::vector<CLI::Option*> slots_;           ///< one per positional, in order
 };
 
 ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std::string>& args) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <ostream>
@@ -17,6 +18,15 @@ struct OptionSyntax {
   std::string name;        ///< without the leading dashes
   std::string value_name;  ///< empty for a flag
   std::string help;
+  /// Judges a value as typed: empty when the option takes it, else the refusal in the tool's
+  /// words ("--count takes a number of samples from 1, not 'x'"). Unset: any value is taken.
+  std::function<std::string(const std::string& value)> check = nullptr;
+};
+
+// Options of which one command line may give at most one, and the refusal when it gives more.
+struct ExclusiveOptions {
+  std::vector<std::string> names;  ///< without the leading dashes
+  std::string refusal;             ///< e.g. "choose one of --csv and --json"
 };
 
 // What a command accepts, and the text of its --help.
@@ -28,6 +38,8 @@ struct CommandSyntax {
   std::size_t min_positionals = 0;
   std::size_t max_positionals = 0;
   std::string details;  ///< paragraphs printed after the options
+  /// Checked once the line is otherwise well-formed, after the values' own checks.
+  std::vector<ExclusiveOptions> exclusive;
 };
 
 // A command line checked against its CommandSyntax.
@@ -53,7 +65,9 @@ struct ParseOutcome {
 // the same, and an option that takes a value takes the next word whatever it is ("--backup -",
 // "--backup --x.json"), while "--name=" is a missing value; "--" ends the options; a lone "-"
 // is a positional (standard input), and so is a negative number. Options and positionals may
-// come in any order; an option given twice is refused.
+// come in any order; an option given twice is refused. A line that is otherwise well-formed is
+// then held to the options' checks (in the order the options are declared) and to the exclusive
+// groups (in their order); --help answers the line whatever its values.
 [[nodiscard]] ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std::string>& args);
 
 // The options every command shares, given before the command ("uvc-stereo --simulate scan").

@@ -68,8 +68,16 @@ int device_unavailable(const std::string& message, Console& console) {
 
 std::vector<OptionSyntax> scan_filter_options() {
   return {
-      {"vid", "HEX", "only cameras with this USB vendor id (hexadecimal, e.g. 0c45)"},
-      {"pid", "HEX", "only cameras with this USB product id (hexadecimal)"},
+      {"vid", "HEX", "only cameras with this USB vendor id (hexadecimal, e.g. 0c45)",
+       [](const std::string& value) {
+         return parse_usb_id(value) ? std::string()
+                                    : "--vid takes a hexadecimal USB vendor id such as 0c45, not '" + value + "'";
+       }},
+      {"pid", "HEX", "only cameras with this USB product id (hexadecimal)",
+       [](const std::string& value) {
+         return parse_usb_id(value) ? std::string()
+                                    : "--pid takes a hexadecimal USB product id such as 6366, not '" + value + "'";
+       }},
       {"require-serial", "", "only cameras that report a serial number"},
   };
 }
@@ -78,7 +86,11 @@ std::vector<OptionSyntax> camera_selection_options() {
   std::vector<OptionSyntax> options = {
       {"serial", "SN", "the camera with this serial number"},
       {"path", "PATH", "the camera with this device path"},
-      {"index", "N", "the camera listed at index N by scan (with the same filters)"},
+      {"index", "N", "the camera listed at index N by scan (with the same filters)",
+       [](const std::string& value) {
+         return parse_unsigned(value, kMaxIndex) ? std::string()
+                                                 : "--index takes a camera index such as 0, not '" + value + "'";
+       }},
   };
   for (OptionSyntax& filter : scan_filter_options()) {
     options.push_back(std::move(filter));
@@ -98,56 +110,32 @@ CommandSyntax camera_command_syntax(std::string name, std::string synopsis, std:
   syntax.summary = std::move(summary);
   syntax.options = camera_selection_options();
   syntax.details = camera_selection_help();
+  syntax.exclusive.push_back(
+      {{"serial", "path", "index"}, "choose the camera with only one of --serial, --path and --index"});
   return syntax;
 }
 
-FilterOutcome scan_filter_from(const ParsedArguments& arguments) {
-  FilterOutcome outcome;
+DeviceScanFilter scan_filter_from(const ParsedArguments& arguments) {
   DeviceScanFilter filter;
   if (const std::optional<std::string> vid = arguments.value("vid")) {
     filter.vendor_id = parse_usb_id(*vid);
-    if (!filter.vendor_id) {
-      outcome.error = "--vid takes a hexadecimal USB vendor id such as 0c45, not '" + *vid + "'";
-      return outcome;
-    }
   }
   if (const std::optional<std::string> pid = arguments.value("pid")) {
     filter.product_id = parse_usb_id(*pid);
-    if (!filter.product_id) {
-      outcome.error = "--pid takes a hexadecimal USB product id such as 6366, not '" + *pid + "'";
-      return outcome;
-    }
   }
   filter.require_serial_number = arguments.has("require-serial");
-  outcome.filter = filter;
-  return outcome;
+  return filter;
 }
 
 Selection select_camera(const std::string& command, const ParsedArguments& arguments, Console& console) {
   Selection selection;
-  const int selectors =
-      (arguments.has("serial") ? 1 : 0) + (arguments.has("path") ? 1 : 0) + (arguments.has("index") ? 1 : 0);
-  if (selectors > 1) {
-    selection.exit_status =
-        report_usage_error(command, "choose the camera with only one of --serial, --path and --index", console);
-    return selection;
-  }
   std::optional<std::uint64_t> wanted_index;
   if (const std::optional<std::string> index = arguments.value("index")) {
     wanted_index = parse_unsigned(*index, kMaxIndex);
-    if (!wanted_index) {
-      selection.exit_status =
-          report_usage_error(command, "--index takes a camera index such as 0, not '" + *index + "'", console);
-      return selection;
-    }
   }
-  const FilterOutcome filter = scan_filter_from(arguments);
-  if (!filter.filter) {
-    selection.exit_status = report_usage_error(command, filter.error, console);
-    return selection;
-  }
+  const DeviceScanFilter filter = scan_filter_from(arguments);
 
-  Result<std::vector<DeviceInfo>> scanned = scan_devices(*filter.filter);
+  Result<std::vector<DeviceInfo>> scanned = scan_devices(filter);
   if (!scanned.ok()) {
     selection.exit_status = report_sdk_error(scanned.status(), "scanning for cameras", console);
     return selection;
@@ -183,7 +171,7 @@ Selection select_camera(const std::string& command, const ParsedArguments& argum
       std::string candidates;
       for (const std::size_t i : found) {
         candidates += (candidates.empty() ? "" : ", ") +
-                      describe_camera(SelectedCamera{devices[i], i, devices.size(), *filter.filter, false});
+                      describe_camera(SelectedCamera{devices[i], i, devices.size(), filter, false});
       }
       selection.exit_status =
           report_usage_error(command,
@@ -201,8 +189,8 @@ Selection select_camera(const std::string& command, const ParsedArguments& argum
         console);
     return selection;
   }
-  const bool unique = serial_unique(devices[*chosen].serial_number, *filter.filter, devices);
-  selection.camera = SelectedCamera{devices[*chosen], *chosen, devices.size(), *filter.filter, unique};
+  const bool unique = serial_unique(devices[*chosen].serial_number, filter, devices);
+  selection.camera = SelectedCamera{devices[*chosen], *chosen, devices.size(), filter, unique};
   return selection;
 }
 

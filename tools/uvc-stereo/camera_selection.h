@@ -21,12 +21,8 @@ namespace tovanel::uvc_stereo::cli {
 // selection options and their help; the command adds its own options and paragraphs.
 [[nodiscard]] CommandSyntax camera_command_syntax(std::string name, std::string synopsis, std::string summary);
 
-// The scan filter the options ask for, or the reason they are malformed.
-struct FilterOutcome {
-  std::optional<DeviceScanFilter> filter;
-  std::string error;
-};
-[[nodiscard]] FilterOutcome scan_filter_from(const ParsedArguments& arguments);
+// The scan filter the options ask for (their values already checked by the command line).
+[[nodiscard]] DeviceScanFilter scan_filter_from(const ParsedArguments& arguments);
 
 // One camera chosen from a scan.
 struct SelectedCamera {

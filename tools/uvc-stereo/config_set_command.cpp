@@ -36,6 +36,7 @@ CommandSyntax config_set_syntax() {
                             "in the current directory)"});
   syntax.options.push_back({"no-backup", "", "do not save the replaced configuration"});
   syntax.options.push_back({"dry-run", "", "show what would change and write nothing"});
+  syntax.exclusive.push_back({{"backup", "no-backup"}, "--backup and --no-backup exclude each other"});
   syntax.min_positionals = 1;
   syntax.max_positionals = 1;
   syntax.details +=
@@ -96,9 +97,6 @@ int report_interrupted_before_write(const SelectedCamera& camera, Console& conso
 int config_set_body(const ParsedArguments& arguments, Console& console) {
   // From here on an interrupt is only recorded; where it is acted on decides what it may cut.
   InterruptDeferral interrupts;
-  if (arguments.has("backup") && arguments.has("no-backup")) {
-    return report_usage_error("config set", "--backup and --no-backup exclude each other", console);
-  }
   const bool dry_run = arguments.has("dry-run");
   const std::string simulate = simulate_option(arguments);
   const bool keep_backup = !arguments.has("no-backup");

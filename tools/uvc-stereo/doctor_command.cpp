@@ -37,7 +37,13 @@ CommandSyntax doctor_syntax() {
       "the health of its IMU over a short stream (samples, rate, missed samples, read latency), and\n"
       "its configuration record's checksum where the flash is reachable.";
   syntax.options.push_back({"json", "", "write the report as JSON"});
-  syntax.options.push_back({"imu-seconds", "S", "how long to stream each camera's IMU (default 2; 0 skips the IMU)"});
+  syntax.options.push_back({"imu-seconds", "S", "how long to stream each camera's IMU (default 2; 0 skips the IMU)",
+                            [](const std::string& value) {
+                              const std::optional<double> seconds = parse_non_negative(value);
+                              return seconds && *seconds <= kMaxImuSeconds
+                                         ? std::string()
+                                         : "--imu-seconds takes seconds from 0 to 3600, not '" + value + "'";
+                            }});
   syntax.details = "A camera that fails a check is reported with the reason; the report is still written (status 0).\n";
   return syntax;
 }
@@ -300,14 +306,9 @@ void write_json(const FieldReport& report, std::ostream& out) {
 }
 
 int doctor_body(const ParsedArguments& arguments, Console& console) {
-  double imu_seconds = kDefaultImuSeconds;
-  if (const std::optional<std::string> text = arguments.value("imu-seconds")) {
-    const std::optional<double> parsed = parse_non_negative(*text);
-    if (!parsed || *parsed > kMaxImuSeconds) {
-      return report_usage_error("doctor", "--imu-seconds takes seconds from 0 to 3600, not '" + *text + "'", console);
-    }
-    imu_seconds = *parsed;
-  }
+  const std::optional<std::string> imu_seconds_text = arguments.value("imu-seconds");
+  const double imu_seconds =
+      imu_seconds_text ? parse_non_negative(*imu_seconds_text).value_or(0.0) : kDefaultImuSeconds;
   FieldReport report;
   report.platform = host_platform();
   report.vendor_library = vendor_library_version();

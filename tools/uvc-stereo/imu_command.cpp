@@ -40,10 +40,25 @@ CommandSyntax imu_syntax() {
       "second, with the sample rate and missed samples; when the samples go elsewhere, a live line on a\n"
       "terminal's standard error shows the rate, clock error, missed samples, duplicate reads skipped,\n"
       "restarts and read latency.");
-  syntax.options.push_back({"count", "N", "stop after N samples"});
-  syntax.options.push_back({"duration", "S", "stop after S seconds"});
+  syntax.options.push_back({"count", "N", "stop after N samples", [](const std::string& value) {
+                              const std::optional<std::uint64_t> count = parse_unsigned(value, kMaxCount);
+                              return count && *count != 0
+                                         ? std::string()
+                                         : "--count takes a number of samples from 1, not '" + value + "'";
+                            }});
+  syntax.options.push_back({"duration", "S", "stop after S seconds", [](const std::string& value) {
+                              const std::optional<double> seconds = parse_non_negative(value);
+                              return seconds && *seconds > 0.0
+                                         ? std::string()
+                                         : "--duration takes a number of seconds above 0, not '" + value + "'";
+                            }});
   syntax.options.push_back(
-      {"rate", "HZ", "at most HZ reads per second (default and 0: as often as the stream's pacing wants)"});
+      {"rate", "HZ", "at most HZ reads per second (default and 0: as often as the stream's pacing wants)",
+       [](const std::string& value) {
+         const std::optional<double> rate = parse_non_negative(value);
+         return rate && *rate <= kMaxRateHz ? std::string()
+                                            : "--rate takes reads per second from 0 to 100000, not '" + value + "'";
+       }});
   syntax.options.push_back({"csv", "", "print one CSV line per sample, after a header line"});
   syntax.options.push_back({"json", "", "print one JSON object per line per sample"});
   syntax.options.push_back({"plot", "FILE",
@@ -51,6 +66,7 @@ CommandSyntax imu_syntax() {
                             "samples were missed, when the stream ends (FILE is checked before it starts,\n"
                             "and created only then)"});
   syntax.options.push_back({"force", "", "replace the --plot FILE if it exists (by default it is left alone)"});
+  syntax.exclusive.push_back({{"csv", "json"}, "choose one of --csv and --json"});
   syntax.details +=
       "Without --count or --duration the stream runs until Ctrl-C or SIGTERM, which end it cleanly:\n"
       "the last row complete, the plot written. A summary line goes to standard error at the end. Columns "
@@ -77,36 +93,20 @@ struct StreamOptions {
   bool replace_plot = false;
 };
 
-std::optional<StreamOptions> stream_options(const ParsedArguments& arguments, Console& console, int& exit_status) {
+// The stream the options ask for (their values already checked by the command line).
+StreamOptions stream_options(const ParsedArguments& arguments) {
   StreamOptions options;
-  const auto refuse = [&](const std::string& message) {
-    exit_status = report_usage_error("imu", message, console);
-    return std::nullopt;
-  };
   if (const std::optional<std::string> count = arguments.value("count")) {
     options.count = parse_unsigned(*count, kMaxCount);
-    if (!options.count || *options.count == 0) {
-      return refuse("--count takes a number of samples from 1, not '" + *count + "'");
-    }
   }
   if (const std::optional<std::string> duration = arguments.value("duration")) {
     options.duration_s = parse_non_negative(*duration);
-    if (!options.duration_s || *options.duration_s <= 0.0) {
-      return refuse("--duration takes a number of seconds above 0, not '" + *duration + "'");
-    }
   }
   if (const std::optional<std::string> rate = arguments.value("rate")) {
-    const std::optional<double> parsed = parse_non_negative(*rate);
-    if (!parsed || *parsed > kMaxRateHz) {
-      return refuse("--rate takes reads per second from 0 to 100000, not '" + *rate + "'");
-    }
-    options.max_reads_per_second = *parsed;
+    options.max_reads_per_second = parse_non_negative(*rate).value_or(0.0);
   }
   options.csv = arguments.has("csv");
   options.json = arguments.has("json");
-  if (options.csv && options.json) {
-    return refuse("choose one of --csv and --json");
-  }
   options.plot = arguments.value("plot");
   options.replace_plot = arguments.has("force");
   return options;
@@ -259,15 +259,11 @@ ImuStreamStatistics statistics_of(const ImuStream& stream) {
 }
 
 int imu_body(const ParsedArguments& arguments, Console& console) {
-  int exit_status = kExitOk;
-  const std::optional<StreamOptions> options = stream_options(arguments, console, exit_status);
-  if (!options) {
-    return exit_status;
-  }
+  const StreamOptions options = stream_options(arguments);
   // A plot that cannot be written is found now, not after a stream the user waited for; the
   // file itself is created only when the stream has ended and the plot is written.
-  if (options->plot) {
-    if (const std::string refused = output_path_refusal(*options->plot, options->replace_plot, "the plot ");
+  if (options.plot) {
+    if (const std::string refused = output_path_refusal(*options.plot, options.replace_plot, "the plot ");
         !refused.empty()) {
       return report_file_error(refused, console);
     }
@@ -282,7 +278,7 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
     return report_sdk_error(open, "opening the IMU of " + describe_camera(camera), console);
   }
   ImuStreamOptions pacing;
-  pacing.max_reads_per_second = options->max_reads_per_second;
+  pacing.max_reads_per_second = options.max_reads_per_second;
   Result<ImuStream> opened_stream = ImuStream::open(device, pacing);
   if (!opened_stream.ok()) {
     (void)device.close_imu();
@@ -295,11 +291,11 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   // the plot written.
   const InterruptDeferral interrupts;
   // Readable values only for a person at a terminal; a file or a pipe gets data or nothing.
-  const bool readable = !options->csv && !options->json && console.out_is_terminal;
+  const bool readable = !options.csv && !options.json && console.out_is_terminal;
   // The live line shares no screen with the rows: it is drawn only when the samples go elsewhere.
   const bool live_line = console.err_is_terminal && !console.out_is_terminal;
   LiveLine line(console.err_columns);
-  if (options->csv) {
+  if (options.csv) {
     console.out << csv_header() << "\n";
   } else if (readable) {
     console.out << readable_header() << "\n";
@@ -322,14 +318,14 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   };
 
   for (;;) {
-    if (interrupts.interrupted() || (options->count && delivered >= *options->count)) {
+    if (interrupts.interrupted() || (options.count && delivered >= *options.count)) {
       break;
     }
     // Pulls are short, so an interrupt is seen at once; the last one ends at the duration's end.
     auto timeout = std::chrono::duration_cast<std::chrono::nanoseconds>(kPullSlice);
-    if (options->duration_s) {
+    if (options.duration_s) {
       const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(
-          std::chrono::duration<double>(*options->duration_s) - (Clock::now() - start));
+          std::chrono::duration<double>(*options.duration_s) - (Clock::now() - start));
       // A stream always holds at least one sample, however short its duration.
       if (left <= std::chrono::nanoseconds::zero() && delivered > 0) {
         break;
@@ -347,12 +343,12 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
       last_time_ns = sample.host_time_ns;
       ++delivered;
       const StreamSample row{sample, time_since_first(sample)};
-      if (options->plot) {
+      if (options.plot) {
         add_to_plot(traces, row);
       }
-      if (options->csv) {
+      if (options.csv) {
         console.out << csv_line(row) << "\n";
-      } else if (options->json) {
+      } else if (options.json) {
         console.out << json_line(row) << "\n";
       } else if (readable && now >= next_readable_row) {
         console.out << readable_row(row, statistics_of(stream)) << "\n";
@@ -399,8 +395,8 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
   console.err << imu_summary(stats, static_cast<double>(last_time_ns - first_time_ns) / 1e9) << "\n";
 
   int plot_status = kExitOk;
-  if (options->plot && traces.samples() != 0) {
-    plot_status = write_plot(*options->plot, options->replace_plot, traces, camera, stats.samples_missed, console);
+  if (options.plot && traces.samples() != 0) {
+    plot_status = write_plot(*options.plot, options.replace_plot, traces, camera, stats.samples_missed, console);
   }
   if (failure) {
     return report_sdk_error(*failure, "reading the IMU of " + describe_camera(camera), console);

@@ -23,11 +23,7 @@ CommandSyntax scan_syntax() {
 }
 
 int scan_body(const ParsedArguments& arguments, Console& console) {
-  const FilterOutcome filter = scan_filter_from(arguments);
-  if (!filter.filter) {
-    return report_usage_error("scan", filter.error, console);
-  }
-  Result<std::vector<DeviceInfo>> scanned = scan_devices(*filter.filter);
+  Result<std::vector<DeviceInfo>> scanned = scan_devices(scan_filter_from(arguments));
   if (!scanned.ok()) {
     return report_sdk_error(scanned.status(), "scanning for cameras", console);
   }
