@@ -39,9 +39,13 @@ std::string show(const std::vector<std::string>& words) {
   return out;
 }
 
+constexpr const char* kBackupRefusal = "--backup takes a name without '*', not '";
+constexpr const char* kExclusiveRefusal = "--dry-run and --no-backup exclude each other";
+
 bool is_ours(const std::string& error) {
   return starts_with(error, "unknown option '") || starts_with(error, "option '--") ||
-         starts_with(error, "missing argument: ") || starts_with(error, "unexpected argument '");
+         starts_with(error, "missing argument: ") || starts_with(error, "unexpected argument '") ||
+         starts_with(error, kBackupRefusal) || error == kExclusiveRefusal;
 }
 
 bool contains(const std::vector<std::string>& words, const std::string& word) {
@@ -74,6 +78,9 @@ void check_command(const cli::CommandSyntax& syntax, const std::vector<std::stri
                show(words));
     return;
   }
+  // What the options' checks and groups refuse never gets through.
+  FUZZ_CHECK(parsed.value("backup").value_or("").find('*') == std::string::npos, show(words));
+  FUZZ_CHECK(!(parsed.has("dry-run") && parsed.has("no-backup")), show(words));
   FUZZ_CHECK(parsed.positionals().size() >= syntax.min_positionals, show(words));
   FUZZ_CHECK(parsed.positionals().size() <= syntax.max_positionals, show(words));
   for (const std::string& positional : parsed.positionals()) {
@@ -117,15 +124,20 @@ void check_global(const std::vector<std::string>& words) {
 
 }  // namespace
 
-// The tool's command lines: any words, against a command with a value option, two flags and
-// between none and three positionals, and as the options before the command.
+// The tool's command lines: any words, against a command with a checked value option, two flags
+// that exclude each other and between none and three positionals, and as the options before the
+// command.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   uvc_stereo_fuzz::FuzzInput input(data, size);
   const std::uint8_t shape = input.take_u8();
   cli::CommandSyntax syntax;
   syntax.name = "config set";
   syntax.synopsis = "[options] FILE|-";
-  syntax.options = {{"backup", "FILE", ""}, {"dry-run", "", ""}, {"no-backup", "", ""}};
+  syntax.options = {{"backup", "FILE", "", "a name without '*'",
+                     [](const std::string& value) { return value.find('*') == std::string::npos; }},
+                    {"dry-run", "", ""},
+                    {"no-backup", "", ""}};
+  syntax.exclusive.push_back({{"dry-run", "no-backup"}, kExclusiveRefusal});
   syntax.min_positionals = shape % 2;
   syntax.max_positionals = syntax.min_positionals + (shape / 2) % 3;
   const std::vector<std::string> words = split_words(input.take_rest());

@@ -279,20 +279,19 @@ TEST(ParseArguments, AnyShortLineIsAcceptedOrRefusedInTheToolsOwnWords) {
 // The sample syntax with checked values and a group of options that exclude each other.
 CommandSyntax checked_syntax() {
   CommandSyntax syntax = sample_syntax();
-  syntax.options[0].check = [](const std::string& value) {
-    return value == "bad" ? "--count takes a number, not '" + value + "'" : std::string();
-  };
+  syntax.options[0].takes = "a number";
+  syntax.options[0].accepts = [](const std::string& value) { return value != "bad"; };
   syntax.options.push_back({"csv", "", "comma-separated"});
   syntax.options.push_back({"json", "", "JSON lines"});
   syntax.options.push_back(
-      {"level", "L", "how loud", [](const std::string& value) { return value == "bad" ? "--level is bad" : ""; }});
+      {"level", "L", "how loud", "a level", [](const std::string& value) { return value != "bad"; }});
   syntax.exclusive.push_back({{"csv", "json", "dry-run"}, "choose one of --csv, --json and --dry-run"});
   return syntax;
 }
 
 ParseOutcome parse_checked(const std::vector<std::string>& args) { return parse_arguments(checked_syntax(), args); }
 
-TEST(ParseArguments, AValueItsOptionsCheckRefusesIsRefusedInTheChecksOwnWords) {
+TEST(ParseArguments, AValueItsOptionsTestFailsIsRefusedWithWhatTheOptionTakes) {
   EXPECT_EQ(parse_checked({"--count", "bad", "f"}).error, "--count takes a number, not 'bad'");
   EXPECT_EQ(parse_checked({"f", "--count=bad"}).error, "--count takes a number, not 'bad'");
   const ParseOutcome fine = parse_checked({"--count", "5", "f", "--level", "3"});
@@ -303,7 +302,7 @@ TEST(ParseArguments, AValueItsOptionsCheckRefusesIsRefusedInTheChecksOwnWords) {
 
 TEST(ParseArguments, ValuesAreCheckedInTheOrderTheOptionsAreDeclared) {
   EXPECT_EQ(parse_checked({"--level", "bad", "--count", "bad", "f"}).error, "--count takes a number, not 'bad'");
-  EXPECT_EQ(parse_checked({"--level", "bad", "--count", "2", "f"}).error, "--level is bad");
+  EXPECT_EQ(parse_checked({"--level", "bad", "--count", "2", "f"}).error, "--level takes a level, not 'bad'");
 }
 
 TEST(ParseArguments, TheShapeOfTheLineIsJudgedBeforeItsValues) {

@@ -170,15 +170,15 @@ class CommandLine {
       if (option.value_name.empty()) {
         added->disable_flag_override();
       }
-      if (option.check) {
-        // CLI11 words a refusal as "NAME: MESSAGE"; the tool's own message is kept as it is.
+      if (option.accepts) {
+        // CLI11 words a refusal as "NAME: MESSAGE"; the first one is kept in the tool's words.
         added->check(CLI::Validator(
-            [this, check = option.check](std::string& value) {
-              std::string refusal = check(value);
-              if (!refusal.empty() && !invalid_value_) {
-                invalid_value_ = refusal;
+            [this, &option](const std::string& value) {
+              const bool accepted = option.accepts(value);
+              if (!accepted && !invalid_value_) {
+                invalid_value_ = "--" + option.name + " takes " + option.takes + ", not '" + value + "'";
               }
-              return refusal;
+              return accepted ? std::string() : option.takes;
             },
             option.value_name));
       }
@@ -209,6 +209,10 @@ class CommandLine {
     layout->column_width(width + 4);
     line_.formatter(layout);
   }
+
+  // The tests CLI11 runs hold pointers to this line.
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
 
   [[nodiscard]] std::string help() const { return line_.help(); }
 
@@ -385,7 +389,7 @@ class CommandLine {
   const CommandSyntax& syntax_;
   CLI::App line_;
   CLI::Option* simulate_ = nullptr;
-  std::optional<std::string> invalid_value_;  ///< the first refusal of an option's check
+  std::optional<std::string> invalid_value_;  ///< the first value an option's test refused, in the tool's words
   std::vector<CLI::Option*> slots_;           ///< one per positional, in order
 };
 

@@ -18,9 +18,11 @@ struct OptionSyntax {
   std::string name;        ///< without the leading dashes
   std::string value_name;  ///< empty for a flag
   std::string help;
-  /// Judges a value as typed: empty when the option takes it, else the refusal in the tool's
-  /// words ("--count takes a number of samples from 1, not 'x'"). Unset: any value is taken.
-  std::function<std::string(const std::string& value)> check = nullptr;
+  /// What a value must be, in words ("a number of samples from 1"), and the test of a value as
+  /// typed; a value the test fails is refused as "--count takes a number of samples from 1, not
+  /// 'x'". Without a test any value is taken.
+  std::string takes = std::string();
+  std::function<bool(const std::string& value)> accepts = nullptr;
 };
 
 // Options of which one command line may give at most one, and the refusal when it gives more.
@@ -66,7 +68,7 @@ struct ParseOutcome {
 // "--backup --x.json"), while "--name=" is a missing value; "--" ends the options; a lone "-"
 // is a positional (standard input), and so is a negative number. Options and positionals may
 // come in any order; an option given twice is refused. A line that is otherwise well-formed is
-// then held to the options' checks (in the order the options are declared) and to the exclusive
+// then held to the options' tests (in the order the options are declared) and to the exclusive
 // groups (in their order); --help answers the line whatever its values.
 [[nodiscard]] ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std::string>& args);
 

@@ -67,17 +67,12 @@ int device_unavailable(const std::string& message, Console& console) {
 }  // namespace
 
 std::vector<OptionSyntax> scan_filter_options() {
+  const auto usb_id = [](const std::string& value) { return parse_usb_id(value).has_value(); };
   return {
       {"vid", "HEX", "only cameras with this USB vendor id (hexadecimal, e.g. 0c45)",
-       [](const std::string& value) {
-         return parse_usb_id(value) ? std::string()
-                                    : "--vid takes a hexadecimal USB vendor id such as 0c45, not '" + value + "'";
-       }},
-      {"pid", "HEX", "only cameras with this USB product id (hexadecimal)",
-       [](const std::string& value) {
-         return parse_usb_id(value) ? std::string()
-                                    : "--pid takes a hexadecimal USB product id such as 6366, not '" + value + "'";
-       }},
+       "a hexadecimal USB vendor id such as 0c45", usb_id},
+      {"pid", "HEX", "only cameras with this USB product id (hexadecimal)", "a hexadecimal USB product id such as 6366",
+       usb_id},
       {"require-serial", "", "only cameras that report a serial number"},
   };
 }
@@ -86,11 +81,8 @@ std::vector<OptionSyntax> camera_selection_options() {
   std::vector<OptionSyntax> options = {
       {"serial", "SN", "the camera with this serial number"},
       {"path", "PATH", "the camera with this device path"},
-      {"index", "N", "the camera listed at index N by scan (with the same filters)",
-       [](const std::string& value) {
-         return parse_unsigned(value, kMaxIndex) ? std::string()
-                                                 : "--index takes a camera index such as 0, not '" + value + "'";
-       }},
+      {"index", "N", "the camera listed at index N by scan (with the same filters)", "a camera index such as 0",
+       [](const std::string& value) { return parse_unsigned(value, kMaxIndex).has_value(); }},
   };
   for (OptionSyntax& filter : scan_filter_options()) {
     options.push_back(std::move(filter));

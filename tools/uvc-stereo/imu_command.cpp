@@ -40,25 +40,15 @@ CommandSyntax imu_syntax() {
       "second, with the sample rate and missed samples; when the samples go elsewhere, a live line on a\n"
       "terminal's standard error shows the rate, clock error, missed samples, duplicate reads skipped,\n"
       "restarts and read latency.");
-  syntax.options.push_back({"count", "N", "stop after N samples", [](const std::string& value) {
-                              const std::optional<std::uint64_t> count = parse_unsigned(value, kMaxCount);
-                              return count && *count != 0
-                                         ? std::string()
-                                         : "--count takes a number of samples from 1, not '" + value + "'";
-                            }});
-  syntax.options.push_back({"duration", "S", "stop after S seconds", [](const std::string& value) {
-                              const std::optional<double> seconds = parse_non_negative(value);
-                              return seconds && *seconds > 0.0
-                                         ? std::string()
-                                         : "--duration takes a number of seconds above 0, not '" + value + "'";
-                            }});
+  syntax.options.push_back(
+      {"count", "N", "stop after N samples", "a number of samples from 1",
+       [](const std::string& value) { return parse_unsigned(value, kMaxCount).value_or(0) != 0; }});
+  syntax.options.push_back({"duration", "S", "stop after S seconds", "a number of seconds above 0",
+                            [](const std::string& value) { return parse_non_negative(value).value_or(0.0) > 0.0; }});
   syntax.options.push_back(
       {"rate", "HZ", "at most HZ reads per second (default and 0: as often as the stream's pacing wants)",
-       [](const std::string& value) {
-         const std::optional<double> rate = parse_non_negative(value);
-         return rate && *rate <= kMaxRateHz ? std::string()
-                                            : "--rate takes reads per second from 0 to 100000, not '" + value + "'";
-       }});
+       "reads per second from 0 to 100000",
+       [](const std::string& value) { return parse_non_negative(value).value_or(kMaxRateHz + 1) <= kMaxRateHz; }});
   syntax.options.push_back({"csv", "", "print one CSV line per sample, after a header line"});
   syntax.options.push_back({"json", "", "print one JSON object per line per sample"});
   syntax.options.push_back({"plot", "FILE",
