@@ -457,6 +457,12 @@ TEST(ParseUnsigned, AcceptsOnlyWholeNumbersUpToTheLimit) {
   EXPECT_FALSE(parse_unsigned("+5", 10));
 }
 
+TEST(ParseUnsigned, ReadsLeadingZerosOfAnyLength) {
+  EXPECT_EQ(parse_unsigned("0000000000000000000000001", 10), 1u);
+  EXPECT_EQ(parse_unsigned("00000000000000000000000018446744073709551615", UINT64_MAX), UINT64_MAX);
+  EXPECT_FALSE(parse_unsigned("00000000000000000000000018446744073709551616", UINT64_MAX));
+}
+
 TEST(ParseUsbId, ReadsHexadecimalWithOrWithoutPrefix) {
   EXPECT_EQ(parse_usb_id("0c45"), 0x0C45);
   EXPECT_EQ(parse_usb_id("0x0C45"), 0x0C45);

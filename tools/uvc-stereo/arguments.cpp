@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -143,8 +144,6 @@ void parse_line(CLI::App& line, const std::vector<std::string>& words) {
   line.parse(static_cast<int>(argv.size()), argv.data());
 }
 
-bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
-
 }  // namespace
 
 std::optional<std::string> ParsedArguments::value(std::string_view name) const {
@@ -258,7 +257,7 @@ class CommandLine {
     } else if (mismatch) {
       outcome.error = missing_value(words).value_or(refusal);
     } else if (help) {
-      outcome.arguments = results(true, std::move(directory));
+      outcome.arguments = results(std::move(directory));
     } else if (!refusal.empty()) {
       outcome.error = refusal;
     } else if (parsed_positionals() < syntax_.min_positionals) {
@@ -270,7 +269,7 @@ class CommandLine {
     } else if (excluded) {
       outcome.error = exclusion_refusal();
     } else {
-      outcome.arguments = results(false, std::move(directory));
+      outcome.arguments = results(std::move(directory));
     }
     return outcome;
   }
@@ -357,31 +356,23 @@ class CommandLine {
     return count;
   }
 
-  [[nodiscard]] ParsedArguments results(bool help, std::optional<std::string> directory) const {
+  // What the line gave: every option by its long name ("help" and "simulate" among them), the
+  // values, the directory of "--simulate=DIR" and the positionals in order.
+  [[nodiscard]] ParsedArguments results(std::optional<std::string> directory) const {
     ParsedArguments parsed;
-    for (const OptionSyntax& option : syntax_.options) {
-      const CLI::Option* added = line_.get_option_no_throw("--" + option.name);
-      if (added->count() == 0) {
-        continue;
-      }
-      parsed.present_.insert(option.name);
-      if (takes_value(*added) && !added->results().empty()) {
-        parsed.values_[option.name] = added->results().front();
+    for (const CLI::Option* option : declared_options()) {
+      if (option->count() != 0) {
+        parsed.present_.insert(option->get_lnames().front());
+        if (takes_value(*option)) {
+          parsed.values_[option->get_lnames().front()] = option->results().front();
+        }
       }
     }
-    if (simulate_->count() != 0) {
-      parsed.present_.insert(std::string(kSimulateFlag.substr(2)));
-      if (directory) {
-        parsed.values_[std::string(kSimulateFlag.substr(2))] = std::move(*directory);
-      }
-    }
-    if (help) {
-      parsed.present_.insert("help");
+    if (directory && simulate_->count() != 0) {
+      parsed.values_[simulate_->get_lnames().front()] = std::move(*directory);
     }
     for (const CLI::Option* slot : slots_) {
-      for (const std::string& word : slot->results()) {
-        parsed.positionals_.push_back(word);
-      }
+      parsed.positionals_.insert(parsed.positionals_.end(), slot->results().begin(), slot->results().end());
     }
     return parsed;
   }
@@ -474,40 +465,32 @@ std::string_view simulate_option_help() {
 
 void print_command_help(const CommandSyntax& syntax, std::ostream& out) { out << CommandLine(syntax).help(); }
 
-std::optional<std::uint64_t> parse_unsigned(std::string_view text, std::uint64_t max) {
-  if (text.empty() || text.size() > 20) {
+namespace {
+
+// The whole text as an unsigned number in `base`: no sign, no spaces, no prefix, no overflow.
+template <typename Unsigned>
+std::optional<Unsigned> parse_whole(std::string_view text, int base) {
+  Unsigned value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
     return std::nullopt;
   }
-  std::uint64_t value = 0;
-  for (char c : text) {
-    if (c < '0' || c > '9') {
-      return std::nullopt;
-    }
-    const auto digit = static_cast<std::uint64_t>(c - '0');
-    if (value > (max - digit) / 10) {
-      return std::nullopt;
-    }
-    value = value * 10 + digit;
-  }
   return value;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> parse_unsigned(std::string_view text, std::uint64_t max) {
+  const std::optional<std::uint64_t> value = parse_whole<std::uint64_t>(text, 10);
+  return value && *value <= max ? value : std::nullopt;
 }
 
 std::optional<std::uint16_t> parse_usb_id(std::string_view text) {
   if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
     text.remove_prefix(2);
   }
-  if (text.empty() || text.size() > 4) {
-    return std::nullopt;
-  }
-  std::uint16_t value = 0;
-  for (char c : text) {
-    if (!is_hex_digit(c)) {
-      return std::nullopt;
-    }
-    const int digit = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
-    value = static_cast<std::uint16_t>(value * 16 + digit);
-  }
-  return value;
+  // At most four digits: "00c45" is no USB id.
+  return text.size() <= 4 ? parse_whole<std::uint16_t>(text, 16) : std::nullopt;
 }
 
 std::optional<double> parse_non_negative(std::string_view text) {
