@@ -2,9 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -467,11 +465,12 @@ void print_command_help(const CommandSyntax& syntax, std::ostream& out) { out <<
 
 namespace {
 
-// The whole text as an unsigned number in `base`: no sign, no spaces, no prefix, no overflow.
-template <typename Unsigned>
-std::optional<Unsigned> parse_whole(std::string_view text, int base) {
-  Unsigned value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
+// The whole text as a number, read by std::from_chars in `format` (a base, or a floating-point
+// format): no leading "+", no spaces, no prefix, nothing after the number, no overflow.
+template <typename Number, typename Format>
+std::optional<Number> parse_whole(std::string_view text, Format format) {
+  Number value{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, format);
   if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
     return std::nullopt;
   }
@@ -494,22 +493,12 @@ std::optional<std::uint16_t> parse_usb_id(std::string_view text) {
 }
 
 std::optional<double> parse_non_negative(std::string_view text) {
-  if (text.empty() || text.size() > 64) {
+  // Digits and a point only: std::from_chars would also read a sign and "inf", and so would an
+  // exponent in its general format.
+  if (text.size() > 64 || text.find_first_not_of("0123456789.") != std::string_view::npos) {
     return std::nullopt;
   }
-  for (char c : text) {
-    if (!((c >= '0' && c <= '9') || c == '.')) {
-      return std::nullopt;
-    }
-  }
-  const std::string copy(text);
-  char* end = nullptr;
-  errno = 0;
-  const double value = std::strtod(copy.c_str(), &end);
-  if (end != copy.c_str() + copy.size() || errno != 0 || !std::isfinite(value)) {
-    return std::nullopt;
-  }
-  return value;
+  return parse_whole<double>(text, std::chars_format::fixed);
 }
 
 }  // namespace tovanel::uvc_stereo::cli
