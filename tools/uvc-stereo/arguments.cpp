@@ -217,9 +217,20 @@ class CommandLine {
   // found, or why it refused the line, into the tool's terms.
   [[nodiscard]] ParseOutcome parse(const std::vector<std::string>& words, std::optional<std::string> directory) {
     ParseOutcome outcome;
-    if (std::optional<std::string> refused = attached_value_error(line_, words)) {
+    if (std::optional<std::string> refused = refusal_of(words)) {
       outcome.error = std::move(*refused);
-      return outcome;
+    } else {
+      outcome.arguments = results(std::move(directory));
+    }
+    return outcome;
+  }
+
+ private:
+  // Why the line is refused, in the tool's words, or nothing when it is well-formed or asks
+  // for help.
+  [[nodiscard]] std::optional<std::string> refusal_of(const std::vector<std::string>& words) {
+    if (std::optional<std::string> refused = attached_value_error(line_, words)) {
+      return refused;
     }
     bool help = false;
     bool mismatch = false;
@@ -245,34 +256,40 @@ class CommandLine {
     // A "--" taken as a value explains whatever follows it; after it, an unknown option is
     // what most often explains the rest.
     if (std::optional<std::string> dashes = double_dash_value()) {
-      outcome.error = std::move(*dashes);
-    } else if (unknown) {
-      // A long option is named without what follows "=".
-      outcome.error =
-          "unknown option '" + (unknown->rfind("--", 0) == 0 ? unknown->substr(0, unknown->find('=')) : *unknown) + "'";
-    } else if (const CLI::Option* twice = given_twice()) {
-      outcome.error = "option '" + long_name(*twice) + "' is given more than once";
-    } else if (mismatch) {
-      outcome.error = missing_value(words).value_or(refusal);
-    } else if (help) {
-      outcome.arguments = results(std::move(directory));
-    } else if (!refusal.empty()) {
-      outcome.error = refusal;
-    } else if (parsed_positionals() < syntax_.min_positionals) {
-      outcome.error = "missing argument: " + syntax_.synopsis;
-    } else if (!unplaced.empty()) {
-      outcome.error = "unexpected argument '" + unplaced.front() + "'";
-    } else if (invalid_value_) {
-      outcome.error = *invalid_value_;
-    } else if (excluded) {
-      outcome.error = exclusion_refusal();
-    } else {
-      outcome.arguments = results(std::move(directory));
+      return dashes;
     }
-    return outcome;
+    if (unknown) {
+      // A long option is named without what follows "=".
+      return "unknown option '" + (unknown->rfind("--", 0) == 0 ? unknown->substr(0, unknown->find('=')) : *unknown) +
+             "'";
+    }
+    if (const CLI::Option* twice = given_twice()) {
+      return "option '" + long_name(*twice) + "' is given more than once";
+    }
+    if (mismatch) {
+      return missing_value(words).value_or(refusal);
+    }
+    if (help) {
+      return std::nullopt;
+    }
+    if (!refusal.empty()) {
+      return refusal;
+    }
+    if (parsed_positionals() < syntax_.min_positionals) {
+      return "missing argument: " + syntax_.synopsis;
+    }
+    if (!unplaced.empty()) {
+      return "unexpected argument '" + unplaced.front() + "'";
+    }
+    if (invalid_value_) {
+      return invalid_value_;
+    }
+    if (excluded) {
+      return exclusion_refusal();
+    }
+    return std::nullopt;
   }
 
- private:
   struct Unplaced {
     std::optional<std::string> unknown;  ///< the first option this command does not have, as typed
     std::vector<std::string> surplus;    ///< the words no positional took, in order
