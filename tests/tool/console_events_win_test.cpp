@@ -149,15 +149,7 @@ TEST(ConsoleEventHandler, OtherEventsArePassedOn) {
   EXPECT_FALSE(interrupts.interrupted());
 }
 
-// The IMU streams in the rig's virtual time, so which samples the reads meet never depends on
-// how busy the machine is.
-class ConsoleEventsImu : public ScenarioTest {
- protected:
-  void SetUp() override {
-    ScenarioTest::SetUp();
-    rig_.use_virtual_time();
-  }
-};
+class ConsoleEventsImu : public VirtualTimeScenarioTest {};
 
 TEST_F(ConsoleEventsImu, CtrlCEndsTheStreamWithItsRowsCompleteAndThePlotWritten) {
   const ScratchDirectory scratch;

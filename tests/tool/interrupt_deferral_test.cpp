@@ -84,13 +84,7 @@ TEST(InterruptDeferral, AHangupIsAnInterrupt) {
 }
 #endif
 
-class ImuInterrupt : public ScenarioTest {
- protected:
-  void SetUp() override {
-    ScenarioTest::SetUp();
-    rig_.use_virtual_time();
-  }
-};
+class ImuInterrupt : public VirtualTimeScenarioTest {};
 
 TEST_F(ImuInterrupt, AnInterruptEndsTheStreamAtTheSampleItArrivesWithTheRowsCompleteAndThePlotWritten) {
   for (const int signal : {SIGINT, SIGTERM}) {

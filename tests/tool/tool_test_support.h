@@ -184,4 +184,14 @@ class ScenarioTest : public ::testing::Test {
   sim::SimulatedRig rig_;
 };
 
+// The scenario with its IMUs in the rig's virtual time: which samples the reads meet, and when
+// each was taken, never depend on how busy the machine is.
+class VirtualTimeScenarioTest : public ScenarioTest {
+ protected:
+  void SetUp() override {
+    ScenarioTest::SetUp();
+    rig_.use_virtual_time();
+  }
+};
+
 }  // namespace tovanel::uvc_stereo::tool_testing
