@@ -162,6 +162,7 @@ list(APPEND UVC_STEREO_SOURCES
 # The C interface.
 list(APPEND UVC_STEREO_SOURCES
   c_api/boundary.cpp
+  c_api/camera_access.cpp
   c_api/capability.cpp
   c_api/device.cpp
   c_api/device_imu.cpp

@@ -12,6 +12,7 @@
 #include "linux/linux_fixture.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
+#include "uvc_stereo/uvc_stereo_c.h"
 
 namespace tovanel::uvc_stereo::linux_testing {
 namespace {
@@ -223,6 +224,24 @@ TEST_F(CameraAccess, AMissingNodeIsListedWithoutOwner) {
   EXPECT_TRUE(metadata.owner.empty());
   EXPECT_EQ(metadata.mode, 0u);
   EXPECT_EQ(metadata.system_error, ENOENT);
+}
+
+TEST_F(CameraAccess, TheCInterfaceHandsOutTheSameProblems) {
+  kernel_.add_camera(forbidden_camera("1-2", 0));
+  uvc_stereo_camera_access_list_t* list = nullptr;
+  ASSERT_EQ(uvc_stereo_find_camera_access_problems(&list), UVC_STEREO_OK);
+  std::size_t count = 0;
+  ASSERT_EQ(uvc_stereo_camera_access_list_count(list, &count), UVC_STEREO_OK);
+  ASSERT_EQ(count, 2u);
+  uvc_stereo_camera_access_problem_t problem{};
+  problem.struct_size = sizeof(problem);
+  ASSERT_EQ(uvc_stereo_camera_access_list_get(list, 1, &problem), UVC_STEREO_OK);
+  EXPECT_EQ(problem.system_error, EACCES);
+  EXPECT_STREQ(problem.device_path, kernel_.usb_path("1-2").c_str());
+  EXPECT_STREQ(problem.node, kernel_.dev_node(1).c_str());
+  EXPECT_STREQ(problem.reason, "Permission denied");
+  EXPECT_STREQ(problem.fix, problems().at(1).fix.c_str());
+  uvc_stereo_camera_access_list_free(list);
 }
 
 }  // namespace
