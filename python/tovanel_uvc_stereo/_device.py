@@ -16,6 +16,7 @@ from ._errors import ErrorCode, UvcStereoError
 from ._handle import OwnedHandle
 from ._imu_stream import DEVICE_CLOSED_MESSAGE, ImuStream
 from ._records import (
+    CameraAccessProblem,
     ConvertedImuResult,
     DeviceCapabilityInfo,
     DeviceInfo,
@@ -77,6 +78,27 @@ def scan_devices(
         return devices
     finally:
         lib.uvc_stereo_device_list_free(device_list)
+
+
+def find_camera_access_problems() -> List[CameraAccessProblem]:
+    """Every video node of every supported camera the kernel lists that this account cannot
+    open, with the system's reason and the fix, in node order: such a camera is listed and
+    opens, but its IMU and capability report cannot be read until the fix is applied. Empty on
+    Windows and while a simulated rig serves the cameras."""
+    lib = _c.lib()
+    problem_list = _c.handle_t()
+    _c.check(lib.uvc_stereo_find_camera_access_problems(byref(problem_list)))
+    try:
+        count = c_size_t()
+        _c.check(lib.uvc_stereo_camera_access_list_count(problem_list, byref(count)))
+        problems = []
+        for index in range(count.value):
+            record = _c.camera_access_problem_t()
+            _c.check(lib.uvc_stereo_camera_access_list_get(problem_list, index, byref(record)))
+            problems.append(_convert.camera_access_problem_from_c(record))
+        return problems
+    finally:
+        lib.uvc_stereo_camera_access_list_free(problem_list)
 
 
 def open_device(info: DeviceInfo, required_capabilities: int = 0) -> "Device":
