@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <string>
 #include <system_error>
 
+#include "bridge/backends/linux_sysfs.h"
 #include "bridge/backends/linux_uvc_ioctl.h"
 #include "bridge/backends/linux_video_devices.h"
 #include "imu/model_table.h"
@@ -23,19 +23,9 @@ constexpr std::uint32_t kPermissionBits = 07777;
 // first, then the packages'.
 constexpr const char* kUdevRuleDirectories[] = {"etc/udev/rules.d", "lib/udev/rules.d", "usr/lib/udev/rules.d"};
 
-// A sysfs attribute's first line; nothing when it cannot be read.
-std::optional<std::string> read_line(const fs::path& path) {
-  std::ifstream in(path);
-  std::string line;
-  if (!in || !std::getline(in, line)) {
-    return std::nullopt;
-  }
-  return line;
-}
-
 // A four-digit hexadecimal id attribute (idVendor, idProduct); 0 when it is unreadable.
 std::uint16_t read_id(const fs::path& path) {
-  const std::optional<std::string> text = read_line(path);
+  const std::optional<std::string> text = read_attribute(path);
   if (!text.has_value() || text->empty() || text->size() > 4) {
     return 0;
   }
@@ -44,16 +34,8 @@ std::uint16_t read_id(const fs::path& path) {
   return end == text->c_str() + text->size() ? static_cast<std::uint16_t>(value) : 0;
 }
 
-bool is_video_node_name(const std::string& name) {
-  return name.size() > 5 && name.compare(0, 5, "video") == 0 &&
-         std::all_of(name.begin() + 5, name.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
-// N of "videoN", for ordering nodes as the kernel numbers them.
-int node_number(const std::string& path) {
-  const std::string name = fs::path(path).filename().string();
-  return is_video_node_name(name) ? std::atoi(name.c_str() + 5) : -1;
-}
+// N of the node at `path`, for ordering nodes as the kernel numbers them.
+int number_of_node(const std::string& path) { return node_number(fs::path(path).filename().string()).value_or(-1); }
 
 KernelVideoNode look_at_node(const LinuxKernel& kernel, const std::string& path) {
   KernelVideoNode node;
@@ -106,12 +88,12 @@ KernelVideoListing list_linux_video_devices(const LinuxKernel& kernel) {
   const fs::path class_directory = sysfs / "class" / "video4linux";
   for (fs::directory_iterator entry(class_directory, error), end; !error && entry != end; entry.increment(error)) {
     const std::string name = entry->path().filename().string();
-    if (!is_video_node_name(name)) {
+    if (!node_number(name).has_value()) {
       continue;
     }
     std::error_code ignored;
     const fs::path interface = fs::canonical(entry->path() / "device", ignored);
-    if (ignored || read_line(interface / "bInterfaceClass") != std::optional<std::string>(kVideoClass)) {
+    if (ignored || read_attribute(interface / "bInterfaceClass") != std::optional<std::string>(kVideoClass)) {
       continue;
     }
     const fs::path usb_directory = interface.parent_path();
@@ -129,7 +111,7 @@ KernelVideoListing list_linux_video_devices(const LinuxKernel& kernel) {
 
   for (auto& [directory, device] : by_device) {
     std::sort(device.nodes.begin(), device.nodes.end(), [](const KernelVideoNode& a, const KernelVideoNode& b) {
-      return node_number(a.path) < node_number(b.path);
+      return number_of_node(a.path) < number_of_node(b.path);
     });
     listing.devices.push_back(std::move(device));
   }
