@@ -12,6 +12,7 @@ from typing import Dict, List, Optional, Union
 
 from . import _c
 from ._records import (
+    CameraAccessProblem,
     CapabilityReport,
     CapabilitySource,
     ConvertedImuResult,
@@ -70,6 +71,16 @@ def backend_name(backend: int) -> str:
 
 def _backend_numbers() -> Dict[str, int]:
     return {backend_name(member.value): member.value for member in OpenCvBackend}
+
+
+def camera_access_problem_from_c(problem: _c.camera_access_problem_t) -> CameraAccessProblem:
+    return CameraAccessProblem(
+        device_path=_c.text(problem.device_path),
+        node=_c.text(problem.node),
+        system_error=problem.system_error,
+        reason=_c.text(problem.reason),
+        fix=_c.text(problem.fix),
+    )
 
 
 def device_info_from_c(info: _c.device_info_t) -> DeviceInfo:
