@@ -39,34 +39,18 @@ Status open_into(const DeviceInfo& info, const uvc_stereo_open_options_t* option
 template <typename Struct, typename Fill>
 uvc_stereo_error_t fill_struct(const uvc_stereo_device_t* device, Struct* out, const char* function, const char* name,
                                const char* type_name, Fill&& fill) {
-  return c_api::guarded(function, [&] {
-    Status checked = c_api::first_failure(c_api::require(device, function, "device"),
-                                          c_api::require_struct(out, function, name, type_name));
-    if (!checked.ok()) {
-      return checked;
-    }
-    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::Reading, function, [&] {
-      fill(*device, *out);
-      return Status();
-    });
-  });
+  return c_api::on_device(
+      function, device, c_api::HandleUse::Kind::Reading,
+      [&] { return c_api::require_struct(out, function, name, type_name); }, [&] { fill(*device, *out); });
 }
 
 // An accessor that answers one plain value.
 template <typename Value, typename Get>
 uvc_stereo_error_t answer_value(const uvc_stereo_device_t* device, Value* out, const char* function, const char* name,
                                 Get&& get) {
-  return c_api::guarded(function, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(device, function, "device"), c_api::require(out, function, name));
-    if (!checked.ok()) {
-      return checked;
-    }
-    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::Reading, function, [&] {
-      *out = get(device->device);
-      return Status();
-    });
-  });
+  return c_api::on_device(
+      function, device, c_api::HandleUse::Kind::Reading, [&] { return c_api::require(out, function, name); },
+      [&] { *out = get(device->device); });
 }
 
 }  // namespace
