@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "core/byte_order.h"
 #include "sim/backend_ops.h"
 #include "sim/call_scope.h"
 #include "sim/extension_unit.h"
@@ -32,20 +33,12 @@ const std::optional<std::string>* string_descriptor(const SimulatedCamera& camer
 }
 
 void write_vid_pid(const SimulatedCamera& camera, std::uint8_t* out) {
-  const auto vid_high = static_cast<std::uint8_t>(camera.vendor_id >> 8);
-  const auto vid_low = static_cast<std::uint8_t>(camera.vendor_id & 0xFFu);
-  const auto pid_high = static_cast<std::uint8_t>(camera.product_id >> 8);
-  const auto pid_low = static_cast<std::uint8_t>(camera.product_id & 0xFFu);
   if (camera.descriptor_order == DescriptorByteOrder::BigEndian) {
-    out[0] = vid_high;
-    out[1] = vid_low;
-    out[2] = pid_high;
-    out[3] = pid_low;
+    detail::store_be16(out, camera.vendor_id);
+    detail::store_be16(out + 2, camera.product_id);
   } else {
-    out[0] = vid_low;
-    out[1] = vid_high;
-    out[2] = pid_low;
-    out[3] = pid_high;
+    detail::store_le16(out, camera.vendor_id);
+    detail::store_le16(out + 2, camera.product_id);
   }
 }
 
