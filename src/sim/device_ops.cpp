@@ -45,9 +45,6 @@ void write_vid_pid(const SimulatedCamera& camera, std::uint8_t* out) {
 // The camera a call that fills `buffer` is for, once the rig is active, the record names a plugged camera and the
 // buffer is there; null when the call has already failed.
 CameraState* admit_with_buffer(VendorCallScope& call, const void* buffer) {
-  if (!call.rig_active()) {
-    return nullptr;
-  }
   CameraState* camera = call.admit_device();
   if (camera != nullptr && buffer == nullptr) {
     static_cast<void>(call.fail(SonixLib::ecGetKsControlFail));
@@ -84,7 +81,7 @@ bool sim_get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, std
 
 bool sim_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, const std::uint8_t guid[16]) {
   VendorCallScope call("SonixCam_SetNodeID", device, {node_id});
-  if (!call.rig_active() || call.admit_device() == nullptr) {
+  if (call.admit_device() == nullptr) {
     return false;
   }
   if (guid == nullptr || std::memcmp(guid, kExtensionUnitGuid, sizeof(kExtensionUnitGuid)) != 0) {
@@ -110,9 +107,6 @@ bool sim_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_
 
 bool sim_get_version(SonixLib::scDevice_t* device, char* buffer, std::uint32_t length, std::int32_t flags) {
   VendorCallScope call("SonixCam_GetVersion", device, {length, flags});
-  if (!call.rig_active()) {
-    return false;
-  }
   CameraState* camera = call.admit_device();
   if (camera == nullptr) {
     return false;
