@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "bench_report.h"
 #include "bench_rig_camera.h"
 #include "bridge/imu_reader.h"
 #include "bridge/os/host_clock.h"
@@ -75,16 +76,10 @@ class OpenImu : public sdk::bench::RigCamera {
   std::optional<vendor::InstantExtensionUnit> instant_in_force_;
 };
 
-void report_allocations(benchmark::State& state, long allocations) {
-  state.counters["allocs_per_read"] =
-      benchmark::Counter(static_cast<double>(allocations) / static_cast<double>(state.iterations()));
-}
-
 // Device::read_imu, the public operation.
 void DeviceReadImu(benchmark::State& state) {
   OpenImu open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   if (!open.device().read_imu().ok()) {
@@ -96,7 +91,7 @@ void DeviceReadImu(benchmark::State& state) {
     sdk::Result<sdk::ReadImuResult> sample = open.device().read_imu();
     benchmark::DoNotOptimize(sample);
   }
-  report_allocations(state, allocations.stop());
+  sdk::bench::report_per_iteration(state, "allocs_per_read", allocations.stop());
 }
 BENCHMARK(DeviceReadImu);
 
@@ -117,8 +112,7 @@ void waitless_sleep_until(std::uint64_t deadline_ns, void* context) {
 // sample (the read as above, the timeline and the clock fit, the conversion), beside DeviceReadImu's per read.
 void ImuStreamPerSample(benchmark::State& state) {
   OpenImu open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   open.use_instant(true);
@@ -146,9 +140,7 @@ void ImuStreamPerSample(benchmark::State& state) {
     delivered += pulled.count;
     benchmark::DoNotOptimize(sample);
   }
-  const long allocated = allocations.stop();
-  state.counters["allocs_per_sample"] =
-      benchmark::Counter(static_cast<double>(allocated) / static_cast<double>(state.iterations()));
+  sdk::bench::report_per_iteration(state, "allocs_per_sample", allocations.stop());
   if (delivered != static_cast<std::size_t>(state.iterations())) {
     state.SkipWithError("a pull delivered no sample");
   }
@@ -158,8 +150,7 @@ BENCHMARK(ImuStreamPerSample);
 // The same read one layer down, on a reader of its own (sessions nest, so the device's open IMU does not mind).
 void ImuReaderRead(benchmark::State& state) {
   OpenImu open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   sdk::detail::ImuTransportConfig transport;
@@ -178,7 +169,7 @@ void ImuReaderRead(benchmark::State& state) {
     sdk::Result<sdk::ReadImuResult> sample = reader.value().read();
     benchmark::DoNotOptimize(sample);
   }
-  report_allocations(state, allocations.stop());
+  sdk::bench::report_per_iteration(state, "allocs_per_read", allocations.stop());
   open.use_rig();
 }
 BENCHMARK(ImuReaderRead);
@@ -186,8 +177,7 @@ BENCHMARK(ImuReaderRead);
 // The floor: the stand-in's read alone, through the SDK's dispatch to the active vendor backend.
 void VendorXuReadAlone(benchmark::State& state) {
   OpenImu open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   std::array<std::uint8_t, 17> buffer{};

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <string>
 
+#include "bench_report.h"
 #include "bench_rig_camera.h"
 #include "bridge/os/camera_lock.h"
 #include "uvc_stereo/device.h"
@@ -41,8 +42,7 @@ BENCHMARK(CameraLockTakeAndRelease)->Arg(0)->Arg(1)->ArgName("imu");
 // Device::write_json of a small record on the simulated camera, its hold included.
 void DeviceWriteJson(benchmark::State& state) {
   OpenCamera open(OpenCamera::Imu::Closed);
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   for (auto _ : state) {
@@ -59,8 +59,7 @@ BENCHMARK(DeviceWriteJson);
 // the camera is held shared by two readers.
 void DeviceReadImuBesideAnotherReader(benchmark::State& state) {
   OpenCamera open(OpenCamera::Imu::Closed);
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   sdk::Result<sdk::Device> other = sdk::open_device(open.info());
