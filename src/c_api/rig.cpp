@@ -34,11 +34,18 @@ Status camera_arguments(const uvc_stereo_rig_t* rig, std::int32_t camera, const 
   return Status();
 }
 
+// Runs `body` once the rig, its camera and then the other arguments (`checks`) pass.
+template <typename Rig, typename Checks, typename Body>
+uvc_stereo_error_t on_camera(Rig* rig, std::int32_t camera, const char* function, Checks&& checks, Body&& body) {
+  return c_api::checked_call(
+      function, [&] { return c_api::first_failure(camera_arguments(rig, camera, function), checks()); }, body);
+}
+
 // Runs `change` on a camera of the rig once the arguments are checked.
 template <typename Change>
 uvc_stereo_error_t on_camera(uvc_stereo_rig_t* rig, std::int32_t camera, const char* function, Change&& change) {
-  return c_api::checked_call(
-      function, [&] { return camera_arguments(rig, camera, function); }, [&] { change(rig->rig); });
+  return on_camera(
+      rig, camera, function, [] { return c_api::no_other_arguments(); }, [&] { change(rig->rig); });
 }
 
 }  // namespace
@@ -131,12 +138,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_flash(uvc_stereo_rig_t* ri
                                                             std::uint32_t address, const std::uint8_t* bytes,
                                                             std::size_t length) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_flash";
-  return c_api::checked_call(
-      kFunction,
-      [&] {
-        return c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                                    c_api::require_items(bytes, length, kFunction, "bytes"));
-      },
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require_items(bytes, length, kFunction, "bytes"); },
       [&] {
         rig->rig.set_flash(
             camera, address,
@@ -147,12 +150,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_flash(uvc_stereo_rig_t* ri
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_write_protected(const uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                   bool* is_protected) {
   constexpr const char* kFunction = "uvc_stereo_rig_write_protected";
-  return c_api::checked_call(
-      kFunction,
-      [&] {
-        return c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                                    c_api::require(is_protected, kFunction, "is_protected"));
-      },
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require(is_protected, kFunction, "is_protected"); },
       [&] { *is_protected = rig->rig.write_protected(camera); });
 }
 
@@ -177,25 +176,17 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_stuck_zero_bits(uvc_stereo
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_report(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                         const uvc_stereo_capability_report_t* report) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_capability_report";
-  return c_api::checked_call(
-      kFunction,
-      [&] {
-        return c_api::first_failure(
-            camera_arguments(rig, camera, kFunction),
-            c_api::require_struct(report, kFunction, "report", "uvc_stereo_capability_report_t"));
-      },
+  return on_camera(
+      rig, camera, kFunction,
+      [&] { return c_api::require_struct(report, kFunction, "report", "uvc_stereo_capability_report_t"); },
       [&] { rig->rig.set_capability_report(camera, c_api::from_c(*report)); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_bytes(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                        const std::uint8_t report[64]) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_capability_bytes";
-  return c_api::checked_call(
-      kFunction,
-      [&] {
-        return c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                                    c_api::require(report, kFunction, "report"));
-      },
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require(report, kFunction, "report"); },
       [&] {
         std::array<std::uint8_t, 64> bytes{};
         std::copy(report, report + bytes.size(), bytes.begin());
@@ -206,12 +197,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_bytes(uvc_stere
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                        const char* version) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_firmware_version";
-  return c_api::checked_call(
-      kFunction,
-      [&] {
-        return c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                                    c_api::require(version, kFunction, "version"));
-      },
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require(version, kFunction, "version"); },
       [&] { rig->rig.set_firmware_version(camera, version); });
 }
 
@@ -224,12 +211,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_ri
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_next_imu_counter(const uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                    std::uint32_t* counter) {
   constexpr const char* kFunction = "uvc_stereo_rig_next_imu_counter";
-  return c_api::checked_call(
-      kFunction,
-      [&] {
-        return c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                                    c_api::require(counter, kFunction, "counter"));
-      },
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require(counter, kFunction, "counter"); },
       [&] { *counter = rig->rig.next_imu_counter(camera); });
 }
 
@@ -327,12 +310,9 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_imu_timing_defaults(uvc_stereo
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_imu_timing(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                  const uvc_stereo_rig_imu_timing_t* timing) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_imu_timing";
-  return c_api::checked_call(
-      kFunction,
-      [&] {
-        return c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                                    c_api::require_struct(timing, kFunction, "timing", "uvc_stereo_rig_imu_timing_t"));
-      },
+  return on_camera(
+      rig, camera, kFunction,
+      [&] { return c_api::require_struct(timing, kFunction, "timing", "uvc_stereo_rig_imu_timing_t"); },
       [&] { rig->rig.set_imu_timing(camera, from_c(*timing)); });
 }
 
