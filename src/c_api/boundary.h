@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -140,6 +141,17 @@ template <typename... Rest>
 
 // The C-string view of an optional input string: null reads as "".
 [[nodiscard]] inline const char* or_empty(const char* text) noexcept { return text == nullptr ? "" : text; }
+
+// Hands the caller a new handle made from what an operation answered (to free with the handle's own function), or
+// the operation's failure, leaving *out as it was.
+template <typename Handle, typename Value>
+[[nodiscard]] Status hand_out(Result<Value>&& answered, Handle** out) {
+  if (!answered.ok()) {
+    return answered.status();
+  }
+  *out = std::make_unique<Handle>(std::move(answered).value()).release();
+  return Status();
+}
 
 // Fills a caller's struct that is the only argument (the *_defaults functions): `fill(*value)` once it is checked.
 template <typename Struct, typename Fill>

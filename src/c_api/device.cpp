@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <utility>
 
 #include "c_api/boundary.h"
@@ -27,12 +26,7 @@ namespace {
 
 // Opens `info` and hands the new device to the caller.
 Status open_into(const DeviceInfo& info, const uvc_stereo_open_options_t* options, uvc_stereo_device_t** device) {
-  Result<Device> opened = open_device(info, options == nullptr ? OpenDeviceOptions{} : c_api::from_c(*options));
-  if (!opened.ok()) {
-    return opened.status();
-  }
-  *device = std::make_unique<uvc_stereo_device_t>(std::move(opened).value()).release();
-  return Status();
+  return c_api::hand_out(open_device(info, options == nullptr ? OpenDeviceOptions{} : c_api::from_c(*options)), device);
 }
 
 // An accessor that fills a caller's struct: a device and a large enough struct are required.

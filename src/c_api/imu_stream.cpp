@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <memory>
 
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
@@ -94,13 +93,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_open(uvc_stereo_device_
       return checked;
     }
     *stream = nullptr;
-    Result<ImuStream> opened =
-        ImuStream::open(device->device, options != nullptr ? from_c(*options) : ImuStreamOptions{});
-    if (!opened.ok()) {
-      return opened.status();
-    }
-    *stream = std::make_unique<uvc_stereo_imu_stream_t>(std::move(opened).value()).release();
-    return Status();
+    return c_api::hand_out(ImuStream::open(device->device, options != nullptr ? from_c(*options) : ImuStreamOptions{}),
+                           stream);
   });
 }
 

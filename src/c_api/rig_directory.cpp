@@ -1,9 +1,5 @@
 // Simulated rigs kept in a directory, through the C interface.
 
-#include <memory>
-#include <string>
-#include <utility>
-
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -21,14 +17,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_create_in_directory(const char
         return c_api::first_failure(c_api::require(directory, kFunction, "directory"),
                                     c_api::require(rig, kFunction, "rig"));
       },
-      [&] {
-        Result<std::unique_ptr<sim::SimulatedRig>> kept = sim::SimulatedRig::keep_in_directory(directory);
-        if (!kept.ok()) {
-          return kept.status();
-        }
-        *rig = std::make_unique<uvc_stereo_rig_t>(std::move(kept).value()).release();
-        return Status();
-      });
+      [&] { return c_api::hand_out(sim::SimulatedRig::keep_in_directory(directory), rig); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_directory(const uvc_stereo_rig_t* rig, char* buffer,
