@@ -1,6 +1,8 @@
 """Cameras and checks the tests share."""
 
+import _thread
 import contextlib
+import threading
 
 import pytest
 
@@ -77,3 +79,26 @@ def sdk_error(code: uvc.ErrorCode, message: str):
     assert error.code is code
     assert error.message == message
     assert str(error) == f"{code.name}: {message}"
+
+
+@contextlib.contextmanager
+def ctrl_c_once_under_way(rig, samples_taken: int):
+    """Presses Ctrl-C from another thread once the rig's first camera has taken ``samples_taken``
+    samples, then forgets the rig's calls so far: what the rig logs afterwards is what ran after
+    Ctrl-C (in this order, reads made while that thread waits for the interpreter are not
+    counted). The block must be interrupted; on leaving, the press is known to have happened."""
+    pressed = threading.Event()
+
+    def press():
+        while rig.next_imu_counter(0) < samples_taken:
+            pass
+        _thread.interrupt_main()
+        rig.clear_calls()
+        pressed.set()
+
+    presser = threading.Thread(target=press)
+    presser.start()
+    with pytest.raises(KeyboardInterrupt):
+        yield
+    presser.join(10)
+    assert pressed.is_set()
