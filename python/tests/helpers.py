@@ -82,18 +82,21 @@ def sdk_error(code: uvc.ErrorCode, message: str):
 
 
 @contextlib.contextmanager
-def ctrl_c_once_under_way(rig, samples_taken: int):
+def ctrl_c_once_under_way(rig, samples_taken: int, forget_calls_first: bool = False):
     """Presses Ctrl-C from another thread once the rig's first camera has taken ``samples_taken``
-    samples, then forgets the rig's calls so far: what the rig logs afterwards is what ran after
-    Ctrl-C (in this order, reads made while that thread waits for the interpreter are not
-    counted). The block must be interrupted; on leaving, the press is known to have happened."""
+    samples, and forgets the rig's calls so far: then, or with ``forget_calls_first`` just before
+    the press, so that the reads made while the press waits for the interpreter are counted too.
+    The block must be interrupted; on leaving, the press is known to have happened."""
     pressed = threading.Event()
 
     def press():
         while rig.next_imu_counter(0) < samples_taken:
             pass
+        if forget_calls_first:
+            rig.clear_calls()
         _thread.interrupt_main()
-        rig.clear_calls()
+        if not forget_calls_first:
+            rig.clear_calls()
         pressed.set()
 
     presser = threading.Thread(target=press)
