@@ -104,6 +104,7 @@ CommandSyntax camera_command_syntax(std::string name, std::string synopsis, std:
   syntax.details = camera_selection_help();
   syntax.exclusive.push_back(
       {{"serial", "path", "index"}, "choose the camera with only one of --serial, --path and --index"});
+  syntax.meets_cameras = true;
   return syntax;
 }
 
