@@ -154,6 +154,19 @@ TEST(ParseArguments, AValueIsTheNextWordEvenWhenItStartsWithADash) {
   EXPECT_EQ(parse({"--count", "-1", "f"}).arguments->value("count"), "-1");
 }
 
+TEST(ParseArguments, ASimulateWordAfterAValueOptionIsThatOptionsValue) {
+  const ParseOutcome taken = parse({"--count", "--simulate=rig", "f"});
+  ASSERT_TRUE(taken.arguments) << taken.error;
+  EXPECT_EQ(taken.arguments->value("count"), "--simulate=rig");
+  EXPECT_FALSE(taken.arguments->has("simulate"));
+  EXPECT_EQ(taken.arguments->positionals(), std::vector<std::string>{"f"});
+  EXPECT_EQ(parse({"--count", "--simulate=", "f"}).arguments->value("count"), "--simulate=");
+  // After a value, a "--simulate=DIR" is the shared option again.
+  const ParseOutcome after = parse({"--count", "1", "--simulate=rig", "f"});
+  ASSERT_TRUE(after.arguments) << after.error;
+  EXPECT_EQ(after.arguments->value("simulate"), std::optional<std::string>("rig"));
+}
+
 TEST(ParseArguments, DoubleDashIsNeverAValue) {
   // "--backup -- file" has forgotten the backup's name; read as a value, the "--" would leave
   // the words after it read as options, "--dry-run=" and all.

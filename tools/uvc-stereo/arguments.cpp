@@ -22,26 +22,6 @@ bool looks_like_option(const std::string& word) {
   return end != word.c_str() + word.size();
 }
 
-// "--simulate=DIR" keeps the simulated cameras in DIR. CLI11 would read a flag's "=DIR" as a
-// true/false override, so the word is read here and handed on as a bare "--simulate", which
-// never takes the next word (a command, a file) for its directory. Only words before "--" (and,
-// with `until_command`, before the first word that is no option) count.
-std::optional<std::string> take_simulate_directory(std::vector<std::string>& words, bool until_command) {
-  const std::string prefix = std::string(kSimulateFlag) + "=";
-  std::optional<std::string> directory;
-  for (std::string& word : words) {
-    // The command's own words (from the first that is no option, "-" among them) are the command's to judge.
-    if (word == "--" || (until_command && !looks_like_option(word))) {
-      break;
-    }
-    if (word.rfind(prefix, 0) == 0) {
-      directory = word.substr(prefix.size());
-      word = kSimulateFlag;
-    }
-  }
-  return directory;
-}
-
 // The long option CLI11 reads out of a word, without its two dashes ("name" or "name=value"):
 // from the word itself, or from what follows one or more "h" in a short-option cluster
 // ("-h-out" is "-h" and then "--out").
@@ -73,6 +53,37 @@ const CLI::Option* named_option(const CLI::App& line, std::string_view long_opti
   return name.empty() ? nullptr : line.get_option_no_throw("--" + name);
 }
 
+// "--simulate=DIR" keeps the simulated cameras in DIR. CLI11 would read a flag's "=DIR" as a
+// true/false override, so the word is read here and handed on as a bare "--simulate", which
+// never takes the next word (a command, a file) for its directory. A word that an option of
+// `line` takes as its value ("--backup --simulate=x") is that option's, and only words before
+// "--" (and, with `until_command`, before the first word that is no option) count.
+std::optional<std::string> take_simulate_directory(std::vector<std::string>& words, const CLI::App& line,
+                                                   bool until_command) {
+  const std::string prefix = std::string(kSimulateFlag) + "=";
+  std::optional<std::string> directory;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    std::string& word = words[i];
+    // The command's own words (from the first that is no option, "-" among them) are the command's to judge.
+    if (word == "--" || (until_command && !looks_like_option(word))) {
+      break;
+    }
+    if (word.rfind(prefix, 0) == 0) {
+      directory = word.substr(prefix.size());
+      word = kSimulateFlag;
+      continue;
+    }
+    const std::optional<std::string_view> typed = long_option_read_from(word);
+    const CLI::Option* option =
+        typed && typed->find('=') == std::string_view::npos ? named_option(line, *typed) : nullptr;
+    // "--" is never a value (see double_dash_value): it still ends the options here.
+    if (option != nullptr && takes_value(*option) && i + 1 < words.size() && words[i + 1] != "--") {
+      ++i;
+    }
+  }
+  return directory;
+}
+
 // An option written with "=": CLI11 reads "--out=" as "--out" and would take the next word as
 // its value, and lets a flag take "=true"; both are refused here, before it reads them. The
 // words after "--" are positionals ("--" is never a value: see double_dash_value).
@@ -80,6 +91,10 @@ std::optional<std::string> attached_value_error(const CLI::App& line, const std:
   for (const std::string& typed : words) {
     if (typed == "--") {
       break;
+    }
+    // "--simulate=DIR" left in the line is a value, there only when an option took it as one.
+    if (typed.rfind(std::string(kSimulateFlag) + "=", 0) == 0) {
+      continue;
     }
     const std::optional<std::string_view> word = long_option_read_from(typed);
     const std::size_t equals = word ? word->find('=') : std::string_view::npos;
@@ -213,11 +228,14 @@ class CommandLine {
 
   [[nodiscard]] std::string help() const { return line_.help(); }
 
-  // Lets CLI11 read the words (with "--simulate=DIR" already taken out of them) and turns what it
-  // found, or why it refused the line, into the tool's terms.
-  [[nodiscard]] ParseOutcome parse(const std::vector<std::string>& words, std::optional<std::string> directory) {
+  // Lets CLI11 read the words and turns what it found, or why it refused the line, into the
+  // tool's terms.
+  [[nodiscard]] ParseOutcome parse(std::vector<std::string> words) {
     ParseOutcome outcome;
-    if (std::optional<std::string> refused = refusal_of(words)) {
+    std::optional<std::string> directory = take_simulate_directory(words, line_, false);
+    if (directory && directory->empty()) {
+      outcome.error = "option '--simulate=' needs a directory";
+    } else if (std::optional<std::string> refused = refusal_of(words)) {
       outcome.error = std::move(*refused);
     } else {
       outcome.arguments = results(std::move(directory));
@@ -400,29 +418,22 @@ class CommandLine {
 };
 
 ParseOutcome parse_arguments(const CommandSyntax& syntax, const std::vector<std::string>& args) {
-  std::vector<std::string> words = args;
-  std::optional<std::string> directory = take_simulate_directory(words, false);
-  if (directory && directory->empty()) {
-    ParseOutcome refused;
-    refused.error = "option '--simulate=' needs a directory";
-    return refused;
-  }
-  return CommandLine(syntax).parse(words, std::move(directory));
+  return CommandLine(syntax).parse(args);
 }
 
 GlobalOutcome parse_global_arguments(const std::vector<std::string>& given) {
   GlobalOutcome outcome;
-  std::vector<std::string> args = given;
-  const std::optional<std::string> directory = take_simulate_directory(args, true);
-  if (directory && directory->empty()) {
-    outcome.error = "option '--simulate=' needs a directory";
-    return outcome;
-  }
   CLI::App line;
   CLI::Option* simulate = line.add_flag(std::string(kSimulateFlag));
   CLI::Option* version = line.add_flag("--version");
   CLI::Option* verbose = line.add_flag("--verbose");
   finish(line);
+  std::vector<std::string> args = given;
+  const std::optional<std::string> directory = take_simulate_directory(args, line, true);
+  if (directory && directory->empty()) {
+    outcome.error = "option '--simulate=' needs a directory";
+    return outcome;
+  }
   // The first word that is no option is the command: it and everything after it are the command's.
   line.prefix_command();
   try {
