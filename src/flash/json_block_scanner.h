@@ -413,6 +413,16 @@ class JsonDocumentChecker {
   std::uint64_t objects_[kMaxDepth / 64] = {};
 };
 
+// The tokens whose first bytes are `first[0..count)`, in order, against the grammar.
+inline bool check_tokens(JsonDocumentChecker& checker, const char* first, std::size_t count) noexcept {
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!checker.token(first[i])) {
+      return false;
+    }
+  }
+  return true;
+}
+
 template <class Block>
 bool minify_json_blocks(const char* text, std::size_t length, std::string& out) {
   // The packed output collects here and goes to `out` in large pieces; the slack takes a Block's full-width store.
@@ -420,6 +430,12 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
   char stage[kStageSize + 64];
   std::size_t staged = 0;
   char last[64];
+  // The first bytes of the tokens, gathered block by block. Checking them against the grammar in long runs, rather
+  // than a few per block, leaves the processor one loop whose end it can foresee: how many tokens a block holds
+  // changes from block to block with the text, and on a large document nothing repeats for it to learn.
+  constexpr std::size_t kBatchSize = 4096;
+  char batch[kBatchSize + 64];
+  std::size_t batched = 0;
 
   JsonDocumentChecker checker(text, length);
   std::uint64_t odd_run = 0;
@@ -440,8 +456,9 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
     JsonBlockMasks m = block.masks();
 
     // Inside a long string (prose in any script), a block without a quote, a backslash or a control byte is
-    // string content from end to end: it is copied whole, with nothing to check.
-    if (in_string != 0 && odd_run == 0 && (m.quote | m.backslash | m.control) == 0) {
+    // string content from end to end: it is copied whole, with nothing to check. One test for all of it: whether
+    // the block starts inside a string follows the text, and a branch on it alone would be a guess on every block.
+    if ((~in_string | odd_run | m.quote | m.backslash | m.control) == 0) {
       staged = static_cast<std::size_t>(block.compress(present, stage + staged) - stage);
       if (staged >= kStageSize) {
         append_json_output(out, stage, staged);
@@ -492,11 +509,14 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
         return false;
       }
     }
-    for (std::uint64_t bits = (m.structural & ~in_strings) | (quotes & in_strings) | atom_starts; bits != 0;
-         bits &= bits - 1) {
-      if (!checker.token(bytes[lowest_set_bit(bits)])) {
+    // The first byte of every token joins the batch, in order; the grammar reads the batch later in one run.
+    batched = static_cast<std::size_t>(
+        block.compress((m.structural & ~in_strings) | (quotes & in_strings) | atom_starts, batch + batched) - batch);
+    if (batched >= kBatchSize) {
+      if (!check_tokens(checker, batch, batched)) {
         return false;
       }
+      batched = 0;
     }
 
     staged = static_cast<std::size_t>(block.compress(~blank & present, stage + staged) - stage);
@@ -505,7 +525,7 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
       staged = 0;
     }
   }
-  if (in_string != 0 || !checker.complete()) {
+  if (in_string != 0 || !check_tokens(checker, batch, batched) || !checker.complete()) {
     return false;
   }
   append_json_output(out, stage, staged);
