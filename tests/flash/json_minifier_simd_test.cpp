@@ -409,6 +409,32 @@ TEST_P(JsonMinifierVariantTest, AgreesOnGrammarErrorsOnEitherSideOfEveryTokenBat
   }
 }
 
+// Numbers that run into the next block are read where they start, from a list of a few hundred kept with the token
+// batch: a bad one must be refused wherever it falls in that list, also where the list fills before the batch.
+TEST_P(JsonMinifierVariantTest, AgreesOnBadNumbersAmongHundredsRunningIntoTheNextBlock) {
+  const std::string good = "1" + std::string(60, '0') + ".5e-7";
+  const std::string bad[] = {"0" + std::string(65, '1'), "1." + std::string(64, '2') + ".",
+                             "-" + std::string(64, '3') + "e", std::string(62, '4') + "ex",
+                             "tru" + std::string(62, 'e')};
+  for (const std::string& separator : {std::string(","), std::string(", ")}) {
+    for (std::size_t wrong = 240; wrong < 780; wrong += wrong < 280 || (wrong >= 500 && wrong < 530) ? 1 : 50) {
+      for (const std::string& number : bad) {
+        std::string text = "[";
+        for (std::size_t i = 0; i < 800; ++i) {
+          text += (i == wrong ? number : good) + separator;
+        }
+        text += "0]";
+        ASSERT_TRUE(agrees(text)) << "bad number " << number << " at " << wrong;
+      }
+    }
+    std::string text = "[";
+    for (std::size_t i = 0; i < 800; ++i) {
+      text += good + separator;
+    }
+    ASSERT_TRUE(vouches(text + "0]"));
+  }
+}
+
 // Bytes above 0x7F pass through strings unchanged, whether or not they spell UTF-8: overlong forms, surrogates,
 // code points above U+10FFFF, stray continuation bytes and sequences cut short, also where the text ends. Every form
 // keeps them, at every offset of a block and across block boundaries, and refuses them outside strings at the
