@@ -413,26 +413,6 @@ class JsonDocumentChecker {
   std::uint64_t objects_[kMaxDepth / 64] = {};
 };
 
-// The tokens whose first bytes are `first[0..count)`, in order, against the grammar.
-inline bool check_tokens(JsonDocumentChecker& checker, const char* first, std::size_t count) noexcept {
-  for (std::size_t i = 0; i < count; ++i) {
-    if (!checker.token(first[i])) {
-      return false;
-    }
-  }
-  return true;
-}
-
-// The numbers and literals that start at `starts[0..count)` of the text, each read where it starts.
-inline bool atoms_in_text(const char* text, std::size_t length, const std::size_t* starts, std::size_t count) noexcept {
-  for (std::size_t i = 0; i < count; ++i) {
-    if (!atom_in_text(text, length, starts[i])) {
-      return false;
-    }
-  }
-  return true;
-}
-
 template <class Block>
 bool minify_json_blocks(const char* text, std::size_t length, std::string& out) {
   // The packed output collects here and goes to `out` in large pieces; the slack takes a Block's full-width store.
@@ -440,17 +420,6 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
   char stage[kStageSize + 64];
   std::size_t staged = 0;
   char last[64];
-  // The first bytes of the tokens, gathered block by block. Checking them against the grammar in long runs, rather
-  // than a few per block, leaves the processor one loop whose end it can foresee: how many tokens a block holds
-  // changes from block to block with the text, and on a large document nothing repeats for it to learn.
-  constexpr std::size_t kBatchSize = 4096;
-  char batch[kBatchSize + 64];
-  std::size_t batched = 0;
-  // Where the numbers and literals start that run into the next block.
-  constexpr std::size_t kListSize = 256;
-  constexpr std::uint64_t kNoAtom = std::uint64_t{1} << 63;  // keeps the lowest set bit defined when none is set
-  std::size_t edge_atoms[kListSize];
-  std::size_t listed = 0;
 
   JsonDocumentChecker checker(text, length);
   std::uint64_t odd_run = 0;
@@ -471,9 +440,8 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
     JsonBlockMasks m = block.masks();
 
     // Inside a long string (prose in any script), a block without a quote, a backslash or a control byte is
-    // string content from end to end: it is copied whole, with nothing to check. One test for all of it: whether
-    // the block starts inside a string follows the text, and a branch on it alone would be a guess on every block.
-    if ((~in_string | odd_run | m.quote | m.backslash | m.control) == 0) {
+    // string content from end to end: it is copied whole, with nothing to check.
+    if (in_string != 0 && odd_run == 0 && (m.quote | m.backslash | m.control) == 0) {
       staged = static_cast<std::size_t>(block.compress(present, stage + staged) - stage);
       if (staged >= kStageSize) {
         append_json_output(out, stage, staged);
@@ -496,11 +464,11 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
     // An atom that continues from the previous block was judged there, from its start; one that reaches this
     // block's last byte is judged from its start against the whole text.
     const std::uint64_t continued = (atoms & ~(atoms + 1)) & (std::uint64_t{0} - atom_carry);
-    // The last atom to start in the block runs into the next one when the block's last byte belongs to an atom;
-    // otherwise that last byte continues an atom from the previous block, which has no start here.
-    const std::uint64_t last_start = (std::uint64_t{1} << (63 - __builtin_clzll(atom_starts | 1))) & atom_starts;
-    const std::uint64_t edge = last_start & (std::uint64_t{0} - (atoms >> 63));
-    const std::uint64_t to_next = std::uint64_t{0} - edge;  // the edge atom's bytes: its start and every bit above
+    const std::uint64_t not_atoms = ~atoms;
+    const std::uint64_t to_next =
+        (atoms >> 63) == 0
+            ? 0
+            : (not_atoms == 0 ? ~std::uint64_t{0} : ~std::uint64_t{0} << (64 - __builtin_clzll(not_atoms)));
     atom_carry = atoms >> 63;
     // Several numbers or literals in the block are checked at once on the bit masks, without a branch per byte;
     // a single one is read where it starts, which costs less than classifying the block for it.
@@ -514,26 +482,21 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
     } else if (local_starts != 0 && !atom_in_text(text, length, base + lowest_set_bit(local_starts))) {
       return false;
     }
-    // One that runs into the next block joins a list read with the token batch. Whether a block ends inside a
-    // number follows the text, so it is listed without a branch: its place is always written, and kept only when
-    // there is one.
-    edge_atoms[listed] = base + lowest_set_bit(edge | kNoAtom);
-    listed += edge != 0 ? 1 : 0;
+    if (const std::uint64_t edge = atom_starts & to_next;
+        edge != 0 && !atom_in_text(text, length, base + lowest_set_bit(edge))) {
+      return false;
+    }
 
     for (std::uint64_t bits = escaped; bits != 0; bits &= bits - 1) {
       if (!checker.escape(base + lowest_set_bit(bits))) {
         return false;
       }
     }
-    // The first byte of every token joins the batch, in order; the grammar reads the batch later in one run.
-    batched = static_cast<std::size_t>(
-        block.compress((m.structural & ~in_strings) | (quotes & in_strings) | atom_starts, batch + batched) - batch);
-    if ((batched >= kBatchSize) | (listed == kListSize)) {
-      if (!check_tokens(checker, batch, batched) || !atoms_in_text(text, length, edge_atoms, listed)) {
+    for (std::uint64_t bits = (m.structural & ~in_strings) | (quotes & in_strings) | atom_starts; bits != 0;
+         bits &= bits - 1) {
+      if (!checker.token(bytes[lowest_set_bit(bits)])) {
         return false;
       }
-      batched = 0;
-      listed = 0;
     }
 
     staged = static_cast<std::size_t>(block.compress(~blank & present, stage + staged) - stage);
@@ -542,8 +505,7 @@ bool minify_json_blocks(const char* text, std::size_t length, std::string& out) 
       staged = 0;
     }
   }
-  if (in_string != 0 || !check_tokens(checker, batch, batched) || !atoms_in_text(text, length, edge_atoms, listed) ||
-      !checker.complete()) {
+  if (in_string != 0 || !checker.complete()) {
     return false;
   }
   append_json_output(out, stage, staged);

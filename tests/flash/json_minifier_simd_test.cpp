@@ -377,10 +377,9 @@ TEST_P(JsonMinifierVariantTest, AgreesOnNumbersAndLiteralsAfterLongProseAndAfter
   }
 }
 
-// The tokens of a long document are checked against the grammar in batches of a few thousand: a grammar error must
-// be caught on either side of every batch's end, in documents with few tokens per block and in documents where
-// every byte of a block is a token.
-TEST_P(JsonMinifierVariantTest, AgreesOnGrammarErrorsOnEitherSideOfEveryTokenBatch) {
+// Documents of thousands of tokens, with few tokens per block or a token on every byte of a block: a grammar error
+// thousands of tokens in is refused with the scalar scanner's offset, at every position around it.
+TEST_P(JsonMinifierVariantTest, AgreesOnGrammarErrorsThousandsOfTokensIntoADocument) {
   struct Shape {
     const char* value;   // one element of the top-level array, with its comma
     std::size_t tokens;  // how many tokens it holds
@@ -395,9 +394,9 @@ TEST_P(JsonMinifierVariantTest, AgreesOnGrammarErrorsOnEitherSideOfEveryTokenBat
     text += "0]";
     ASSERT_TRUE(vouches(text)) << shape.value;
     const std::size_t element = std::string_view(shape.value).size();
-    for (std::size_t batch_end = 4096; batch_end <= 2 * 4096; batch_end += 4096) {
-      // The element holding the batch's last token, and a few on each side.
-      const std::size_t middle = 1 + (batch_end / shape.tokens) * element;
+    for (std::size_t token = 4096; token <= 2 * 4096; token += 4096) {
+      // The element holding that token, and a few on each side.
+      const std::size_t middle = 1 + (token / shape.tokens) * element;
       for (std::size_t at = middle - 3 * element; at <= middle + 3 * element; ++at) {
         for (const std::string& wrong : breaks) {
           std::string broken = text;
@@ -409,8 +408,8 @@ TEST_P(JsonMinifierVariantTest, AgreesOnGrammarErrorsOnEitherSideOfEveryTokenBat
   }
 }
 
-// Numbers that run into the next block are read where they start, from a list of a few hundred kept with the token
-// batch: a bad one must be refused wherever it falls in that list, also where the list fills before the batch.
+// Hundreds of numbers that run into the next block, each read where it starts: a bad one among them is refused
+// with the scalar scanner's offset wherever it falls.
 TEST_P(JsonMinifierVariantTest, AgreesOnBadNumbersAmongHundredsRunningIntoTheNextBlock) {
   const std::string good = "1" + std::string(60, '0') + ".5e-7";
   const std::string bad[] = {"0" + std::string(65, '1'), "1." + std::string(64, '2') + ".",
@@ -473,7 +472,7 @@ TEST_P(JsonMinifierVariantTest, PassesMalformedUtf8ThroughStringsUnchangedAtEver
   }
 }
 
-// Documents of many blocks and many token batches, as large configurations are: the output is the scalar one, and
+// Documents of many blocks, as large configurations are: the output is the scalar one, and
 // an error planted anywhere in them is refused with the scalar scanner's offset.
 TEST_P(JsonMinifierVariantTest, AgreesOnLargeEscapeAndUtf8HeavyDocumentsAndTheirMutants) {
   RandomJson random(kSeed + 6, json_test::StringStyle::Prose);
