@@ -357,7 +357,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const std::string sysfs_text = sysfs.string();
   const std::string dev_text = dev.string();
-  const vendor::LinuxKernel kernel = {sysfs_text.c_str(), dev_text.c_str(), open_node, close_node, ioctl_node};
+  const vendor::LinuxKernel kernel = {sysfs_text.c_str(), dev_text.c_str(), open_node, close_node,
+                                      ioctl_node,         nullptr,          nullptr};
   const vendor::LinuxUvcListing listing = vendor::list_linux_uvc_cameras(kernel);
   FUZZ_CHECK(listing.sysfs_present, "sysfs was there");
   const std::vector<vendor::LinuxUvcCamera> expected = restate(layout, sysfs, dev);

@@ -60,6 +60,7 @@ list(APPEND UVC_STEREO_SOURCES
 list(APPEND UVC_STEREO_SOURCES
   bridge/ascii_case.cpp
   bridge/backend_matching.cpp
+  bridge/camera_access.cpp
   bridge/camera_scan.cpp
   bridge/camera_session.cpp
   bridge/capability_probe.cpp
@@ -72,6 +73,8 @@ list(APPEND UVC_STEREO_SOURCES
   bridge/flash_session.cpp
   bridge/flash_transport.cpp
   bridge/imu_reader.cpp
+  bridge/kernel_video_listing_posix.cpp
+  bridge/kernel_video_listing_win.cpp
   bridge/platform_override.cpp
   bridge/platform_table.cpp
   bridge/process_lock_posix.cpp
@@ -92,6 +95,7 @@ list(APPEND UVC_STEREO_SOURCES
   bridge/backends/linux_sysfs_posix.cpp
   bridge/backends/linux_usb_identity.cpp
   bridge/backends/linux_uvc_ioctl_posix.cpp
+  bridge/backends/linux_video_devices_posix.cpp
   bridge/backends/platform_backend_posix.cpp
   bridge/backends/real_library_win.cpp
   bridge/backends/unavailable.cpp)
@@ -158,6 +162,7 @@ list(APPEND UVC_STEREO_SOURCES
 # The C interface.
 list(APPEND UVC_STEREO_SOURCES
   c_api/boundary.cpp
+  c_api/camera_access.cpp
   c_api/capability.cpp
   c_api/device.cpp
   c_api/device_imu.cpp

@@ -2,6 +2,7 @@
 
 // The whole public interface of the Tovanel UVC stereo camera SDK.
 #include "uvc_stereo/backend.h"
+#include "uvc_stereo/camera_access.h"
 #include "uvc_stereo/capability.h"
 #include "uvc_stereo/checksum.h"
 #include "uvc_stereo/device.h"

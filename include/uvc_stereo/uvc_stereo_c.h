@@ -402,6 +402,42 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_get(c
 UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_device_list_free(uvc_stereo_device_list_t* list);
 
 /* ------------------------------------------------------------------------------------ */
+/* Cameras this account cannot open                                                      */
+/* ------------------------------------------------------------------------------------ */
+
+/** A video node of a supported camera that this account cannot open, and what fixes it
+ * (Linux). Out of the SDK, its strings are owned by the list it came from. */
+typedef struct uvc_stereo_camera_access_problem_t {
+  uint32_t struct_size;    /**< sizeof the struct: set by the caller (by the SDK in structs a handle owns) */
+  int32_t system_error;    /**< the system's error number from opening the node (EACCES, ENOENT, EBUSY, ...) */
+  const char* device_path; /**< the camera's device path, as a scan lists it */
+  const char* node;        /**< the node that cannot be opened ("/dev/video0") */
+  const char* reason;      /**< the system's text for system_error ("Permission denied") */
+  const char* fix;         /**< what makes the node usable, as one line for a person */
+} uvc_stereo_camera_access_problem_t;
+
+/** The nodes one look found that this account cannot open, in node order. */
+typedef struct uvc_stereo_camera_access_list_t uvc_stereo_camera_access_list_t;
+
+/** Opens each video node of every supported camera the kernel lists (and closes it at
+ * once) and lists those this account cannot open, with the system's reason and the fix.
+ * Empty on Windows and while a simulated rig serves the cameras. On success *list is a
+ * new list, freed with uvc_stereo_camera_access_list_free. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
+uvc_stereo_find_camera_access_problems(uvc_stereo_camera_access_list_t** list);
+
+/** How many problems the list holds. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
+uvc_stereo_camera_access_list_count(const uvc_stereo_camera_access_list_t* list, size_t* count);
+
+/** The problem at `index` (InvalidArgument when index >= count). Strings owned by the list. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_camera_access_list_get(
+    const uvc_stereo_camera_access_list_t* list, size_t index, uvc_stereo_camera_access_problem_t* problem);
+
+/** Frees a list and its strings; null is harmless. */
+UVC_STEREO_C_API void UVC_STEREO_CALL uvc_stereo_camera_access_list_free(uvc_stereo_camera_access_list_t* list);
+
+/* ------------------------------------------------------------------------------------ */
 /* Devices                                                                              */
 /* ------------------------------------------------------------------------------------ */
 

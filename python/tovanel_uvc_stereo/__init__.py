@@ -9,7 +9,7 @@ The SDK's shared library is loaded at the first call that needs it: from beside 
 else from the path in ``TOVANEL_UVC_STEREO_LIBRARY``, else through the system's loader.
 """
 
-from ._device import Device, open_device, scan_devices
+from ._device import Device, find_camera_access_problems, open_device, scan_devices
 from ._errors import ErrorCode, UvcStereoError
 from ._imu_stream import ImuStream
 from ._functions import (
@@ -29,6 +29,7 @@ from ._records import (
     TRANSPORT_FLASH,
     TRANSPORT_FLASH_JSON,
     TRANSPORT_IMU,
+    CameraAccessProblem,
     CameraModelId,
     CapabilityReport,
     CapabilitySource,
@@ -66,6 +67,7 @@ __all__ = [
     "TRANSPORT_FLASH",
     "TRANSPORT_FLASH_JSON",
     "TRANSPORT_IMU",
+    "CameraAccessProblem",
     "CameraModelId",
     "CapabilityReport",
     "CapabilitySource",
@@ -92,6 +94,7 @@ __all__ = [
     "convert_imu",
     "crc32_ieee",
     "error_name",
+    "find_camera_access_problems",
     "library_path",
     "library_version",
     "minify_and_validate_json",

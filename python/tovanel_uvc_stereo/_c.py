@@ -297,6 +297,17 @@ class rig_call_t(Sized):
 rig_call_hook_t = ctypes.CFUNCTYPE(c_int32, POINTER(rig_call_t), c_void_p)
 
 
+class camera_access_problem_t(Sized):
+    _fields_ = [
+        ("struct_size", c_uint32),
+        ("system_error", c_int32),
+        ("device_path", c_char_p),
+        ("node", c_char_p),
+        ("reason", c_char_p),
+        ("fix", c_char_p),
+    ]
+
+
 # Opaque handles travel as plain pointers.
 handle_t = c_void_p
 P = POINTER
@@ -319,6 +330,10 @@ _PROTOTYPES = {
     "uvc_stereo_device_list_count": (error_t, [handle_t, P(c_size_t)]),
     "uvc_stereo_device_list_get": (error_t, [handle_t, c_size_t, P(device_info_t)]),
     "uvc_stereo_device_list_free": (None, [handle_t]),
+    "uvc_stereo_find_camera_access_problems": (error_t, [P(handle_t)]),
+    "uvc_stereo_camera_access_list_count": (error_t, [handle_t, P(c_size_t)]),
+    "uvc_stereo_camera_access_list_get": (error_t, [handle_t, c_size_t, P(camera_access_problem_t)]),
+    "uvc_stereo_camera_access_list_free": (None, [handle_t]),
     "uvc_stereo_open_device": (error_t, [handle_t, c_size_t, P(open_options_t), P(handle_t)]),
     "uvc_stereo_open_device_info": (error_t, [P(device_info_t), P(open_options_t), P(handle_t)]),
     "uvc_stereo_device_close": (None, [handle_t]),

@@ -16,6 +16,7 @@ from ._errors import ErrorCode, UvcStereoError
 from ._handle import OwnedHandle
 from ._imu_stream import DEVICE_CLOSED_MESSAGE, ImuStream
 from ._records import (
+    CameraAccessProblem,
     ConvertedImuResult,
     DeviceCapabilityInfo,
     DeviceInfo,
@@ -47,6 +48,23 @@ _open_lock = threading.Lock()
 _rigs: List[object] = []
 
 
+def _list_records(handle, prefix: str, record_type, convert) -> list:
+    """The records of a C list handle (``<prefix>_count``, ``_get`` and ``_free``), each
+    converted; the list is freed whatever happens."""
+    lib = _c.lib()
+    try:
+        count = c_size_t()
+        _c.check(getattr(lib, prefix + "_count")(handle, byref(count)))
+        records = []
+        for index in range(count.value):
+            record = record_type()
+            _c.check(getattr(lib, prefix + "_get")(handle, index, byref(record)))
+            records.append(convert(record))
+        return records
+    finally:
+        getattr(lib, prefix + "_free")(handle)
+
+
 def scan_devices(
     vendor_id: Optional[int] = None, product_id: Optional[int] = None, require_serial_number: bool = False
 ) -> List[DeviceInfo]:
@@ -66,17 +84,19 @@ def scan_devices(
     lib = _c.lib()
     device_list = _c.handle_t()
     _c.check(lib.uvc_stereo_scan_devices(byref(scan_filter), byref(device_list)))
-    try:
-        count = c_size_t()
-        _c.check(lib.uvc_stereo_device_list_count(device_list, byref(count)))
-        devices = []
-        for index in range(count.value):
-            record = _c.device_info_t()
-            _c.check(lib.uvc_stereo_device_list_get(device_list, index, byref(record)))
-            devices.append(_convert.device_info_from_c(record))
-        return devices
-    finally:
-        lib.uvc_stereo_device_list_free(device_list)
+    return _list_records(device_list, "uvc_stereo_device_list", _c.device_info_t, _convert.device_info_from_c)
+
+
+def find_camera_access_problems() -> List[CameraAccessProblem]:
+    """Every video node of every supported camera the kernel lists that this account cannot
+    open, with the system's reason and the fix, in node order: such a camera is listed and
+    opens, but its IMU and capability report cannot be read until the fix is applied. Empty on
+    Windows and while a simulated rig serves the cameras."""
+    problem_list = _c.handle_t()
+    _c.check(_c.lib().uvc_stereo_find_camera_access_problems(byref(problem_list)))
+    return _list_records(
+        problem_list, "uvc_stereo_camera_access_list", _c.camera_access_problem_t, _convert.camera_access_problem_from_c
+    )
 
 
 def open_device(info: DeviceInfo, required_capabilities: int = 0) -> "Device":

@@ -50,6 +50,20 @@ class DeviceInfo:
     backend_indices: Dict[str, int] = field(default_factory=dict)
 
 
+@dataclass(frozen=True)
+class CameraAccessProblem:
+    """A video node of a supported camera that this account cannot open (Linux): the camera's
+    ``device_path`` as :func:`scan_devices` lists it, the ``node`` (``"/dev/video0"``), the
+    system's error number and text (``reason``, such as ``"Permission denied"``), and the
+    ``fix``, one line for a person."""
+
+    device_path: str = ""
+    node: str = ""
+    system_error: int = 0
+    reason: str = ""
+    fix: str = ""
+
+
 @dataclass
 class FlashUserSpace:
     """Where the camera's flash user space lies, as its capability report declares it."""

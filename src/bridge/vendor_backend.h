@@ -86,6 +86,11 @@ struct VendorBackend {
   /// (2, 5, 1, 6, 2, 3), which unlocks the user space for programming.
   bool (*set_status_reg_bit_wp)(SonixLib::scDevice_t* device, std::uint8_t a, std::uint8_t b, std::uint8_t c,
                                 std::uint8_t d, std::uint8_t e, std::uint8_t f) = nullptr;
+
+  /// Not a vendor operation: true for a backend that reaches its cameras through the kernel's video nodes (the
+  /// Linux UVC backend), whose listing then tells which cameras this account may not open. Tables filled in
+  /// order may leave it out.
+  bool serves_kernel_nodes = false;
 };
 
 /// True when every entry of `backend` is set, its name included: what a backend's table must be before it is used.

@@ -12,11 +12,16 @@
 #include <vector>
 
 #include "c_api/handle_use.h"
+#include "uvc_stereo/camera_access.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/imu_stream.h"
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/uvc_stereo_c.h"
+
+struct uvc_stereo_camera_access_list_t {
+  std::vector<tovanel::uvc_stereo::CameraAccessProblem> problems;
+};
 
 struct uvc_stereo_device_list_t {
   std::vector<tovanel::uvc_stereo::DeviceInfo> devices;

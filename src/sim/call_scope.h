@@ -47,7 +47,8 @@ class VendorCallScope {
   // The fault that lets this call answer and then fail, if one fired.
   [[nodiscard]] const std::optional<VendorFault>& answering_fault() const noexcept { return answering_fault_; }
   // admit(true), then the plugged camera the record names; null (already failed) when
-  // the record names no camera of this rig or an unplugged one.
+  // the record names no camera of this rig or an unplugged one, and null with nothing
+  // recorded when no rig is active.
   [[nodiscard]] CameraState* admit_device();
 
   // Ends the call as failed, leaving `vendor_code` for SonixCam_GetErrorCode.

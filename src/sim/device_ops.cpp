@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "core/byte_order.h"
 #include "sim/backend_ops.h"
 #include "sim/call_scope.h"
 #include "sim/extension_unit.h"
@@ -32,29 +33,18 @@ const std::optional<std::string>* string_descriptor(const SimulatedCamera& camer
 }
 
 void write_vid_pid(const SimulatedCamera& camera, std::uint8_t* out) {
-  const auto vid_high = static_cast<std::uint8_t>(camera.vendor_id >> 8);
-  const auto vid_low = static_cast<std::uint8_t>(camera.vendor_id & 0xFFu);
-  const auto pid_high = static_cast<std::uint8_t>(camera.product_id >> 8);
-  const auto pid_low = static_cast<std::uint8_t>(camera.product_id & 0xFFu);
   if (camera.descriptor_order == DescriptorByteOrder::BigEndian) {
-    out[0] = vid_high;
-    out[1] = vid_low;
-    out[2] = pid_high;
-    out[3] = pid_low;
+    detail::store_be16(out, camera.vendor_id);
+    detail::store_be16(out + 2, camera.product_id);
   } else {
-    out[0] = vid_low;
-    out[1] = vid_high;
-    out[2] = pid_low;
-    out[3] = pid_high;
+    detail::store_le16(out, camera.vendor_id);
+    detail::store_le16(out + 2, camera.product_id);
   }
 }
 
 // The camera a call that fills `buffer` is for, once the rig is active, the record names a plugged camera and the
 // buffer is there; null when the call has already failed.
 CameraState* admit_with_buffer(VendorCallScope& call, const void* buffer) {
-  if (!call.rig_active()) {
-    return nullptr;
-  }
   CameraState* camera = call.admit_device();
   if (camera != nullptr && buffer == nullptr) {
     static_cast<void>(call.fail(SonixLib::ecGetKsControlFail));
@@ -91,7 +81,7 @@ bool sim_get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, std
 
 bool sim_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, const std::uint8_t guid[16]) {
   VendorCallScope call("SonixCam_SetNodeID", device, {node_id});
-  if (!call.rig_active() || call.admit_device() == nullptr) {
+  if (call.admit_device() == nullptr) {
     return false;
   }
   if (guid == nullptr || std::memcmp(guid, kExtensionUnitGuid, sizeof(kExtensionUnitGuid)) != 0) {
@@ -117,9 +107,6 @@ bool sim_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_
 
 bool sim_get_version(SonixLib::scDevice_t* device, char* buffer, std::uint32_t length, std::int32_t flags) {
   VendorCallScope call("SonixCam_GetVersion", device, {length, flags});
-  if (!call.rig_active()) {
-    return false;
-  }
   CameraState* camera = call.admit_device();
   if (camera == nullptr) {
     return false;

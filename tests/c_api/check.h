@@ -61,6 +61,7 @@ size_t count_calls(const uvc_stereo_rig_t* rig, const char* name);
 void library_tests(void);
 void record_tests(void);
 void scan_tests(void);
+void camera_access_tests(void);
 void device_tests(void);
 void json_tests(void);
 void imu_tests(void);

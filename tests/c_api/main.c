@@ -8,6 +8,7 @@ int main(void) {
   library_tests();
   record_tests();
   scan_tests();
+  camera_access_tests();
   device_tests();
   json_tests();
   imu_tests();

@@ -19,6 +19,7 @@
 #include "bridge/process_lock.h"
 #include "sim/extension_unit.h"
 #include "support/allocation_counter.h"
+#include "uvc_stereo/camera_access.h"
 
 namespace tovanel::uvc_stereo::linux_testing {
 namespace {
@@ -61,7 +62,11 @@ FakeKernel::FakeKernel() : root_("uvc-stereo-fake-kernel") {
   fs::create_directories(dev_);
   sysfs_text_ = sysfs_.string();
   dev_text_ = dev_.string();
-  table_ = vendor::LinuxKernel{sysfs_text_.c_str(), dev_text_.c_str(), open_node, close_node, ioctl_node};
+  system_ = root_.path() / "root";
+  fs::create_directories(system_);
+  system_text_ = system_.string();
+  table_ = vendor::LinuxKernel{sysfs_text_.c_str(), dev_text_.c_str(), open_node,           close_node,
+                               ioctl_node,          node_ownership,    system_text_.c_str()};
   g_active.store(this);
 }
 
@@ -203,6 +208,20 @@ void FakeKernel::remove_video_class() {
   fs::remove_all(sysfs_ / "class" / "video4linux");
 }
 
+void FakeKernel::remove_node(int number) {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  std::error_code ignored;
+  fs::remove(dev_node(number), ignored);
+}
+
+fs::path FakeKernel::install_udev_rule(const std::string& directory) {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  fs::create_directories(system_ / directory);
+  const fs::path rule = system_ / directory / kUdevRuleFileName;
+  write_file(rule, "SUBSYSTEM==\"video4linux\", MODE=\"0660\", GROUP=\"video\"\n");
+  return rule;
+}
+
 sim::CameraState& FakeKernel::camera_state(int camera) {
   const std::lock_guard<std::mutex> guard(mutex_);
   return *cameras_.at(static_cast<std::size_t>(camera)).state;
@@ -267,6 +286,37 @@ int FakeKernel::open_locked(const std::string& path) {
   const int fd = next_fd_++;
   open_[fd] = node;
   return fd;
+}
+
+// A camera's nodes belong to whom its configuration says; any other video device's to root and the video group.
+int FakeKernel::node_ownership(const char* path, vendor::LinuxNodeOwnership* ownership) {
+  FakeKernel* self = g_active.load();
+  if (self == nullptr || path == nullptr) {
+    return ENOENT;
+  }
+  const std::lock_guard<std::mutex> guard(self->mutex_);
+  self->record(std::string("stat ") + path);
+  std::error_code error;
+  if (!fs::exists(path, error)) {
+    return ENOENT;
+  }
+  std::string owner = "root";
+  std::string group = "video";
+  std::uint32_t mode = 0660;
+  for (const Camera& camera : self->cameras_) {
+    const FakeUvcCamera& config = camera.config;
+    if (camera.plugged && (path == self->dev_node(config.capture_node) ||
+                           (config.metadata_node >= 0 && path == self->dev_node(config.metadata_node)))) {
+      owner = config.node_owner;
+      group = config.node_group;
+      mode = config.node_mode;
+    }
+  }
+  *ownership = vendor::LinuxNodeOwnership{};
+  ownership->mode = 020000u | mode;  // a character device
+  std::snprintf(ownership->owner, sizeof(ownership->owner), "%s", owner.c_str());
+  std::snprintf(ownership->group, sizeof(ownership->group), "%s", group.c_str());
+  return 0;
 }
 
 int FakeKernel::close_node(int fd) {

@@ -30,12 +30,15 @@ struct FakeUvcCamera {
   bool video_control = true;     ///< false: a vendor-specific interface where UVC video control would be
   std::uint8_t extension_unit_id = 4;
   std::array<std::uint8_t, 16> extension_unit_guid = UvcDescriptorSpec{}.extension_unit_guid;
-  int open_error = 0;  ///< non-zero: opening its nodes fails with this errno (EACCES: no permission)
+  int open_error = 0;               ///< non-zero: opening its nodes fails with this errno (EACCES: no permission)
+  std::string node_owner = "root";  ///< who its nodes belong to, as udev leaves them
+  std::string node_group = "video";
+  std::uint32_t node_mode = 0660;
 };
 
 // One access to a device node as the fake kernel saw it.
 struct KernelAccess {
-  std::string what;  ///< "open /dev/video0", "close", "VIDIOC_QUERYCAP", "UVCIOC_CTRL_QUERY"
+  std::string what;  ///< "open /dev/video0", "close", "stat /dev/video0", "VIDIOC_QUERYCAP", "UVCIOC_CTRL_QUERY"
   bool lock_held = false;
 };
 
@@ -70,6 +73,10 @@ class FakeKernel {
   void exhaust_memory_on_next_open();
   // Removes the sysfs video class, as on a machine whose video layer is not loaded.
   void remove_video_class();
+  // Removes /dev/videoN while sysfs still lists it: the camera is being unplugged, or udev has not made it yet.
+  void remove_node(int number);
+  // Puts the SDK's udev rule into `directory` below the fake system root ("usr/lib/udev/rules.d"). Returns its path.
+  std::filesystem::path install_udev_rule(const std::string& directory);
 
   // The camera model, to queue IMU status bytes or look at the IMU counter.
   [[nodiscard]] sim::CameraState& camera_state(int camera);
@@ -97,6 +104,7 @@ class FakeKernel {
   static int open_node(const char* path, int flags);
   static int close_node(int fd);
   static int ioctl_node(int fd, unsigned long request, void* argument);
+  static int node_ownership(const char* path, vendor::LinuxNodeOwnership* ownership);
   int add_camera_locked(const FakeUvcCamera& camera);
   int open_locked(const std::string& path);
   int ioctl_locked(int fd, unsigned long request, void* argument);
@@ -107,6 +115,8 @@ class FakeKernel {
   std::filesystem::path dev_;
   std::string sysfs_text_;
   std::string dev_text_;
+  std::filesystem::path system_;
+  std::string system_text_;
   vendor::LinuxKernel table_{};
   mutable std::mutex mutex_;
   std::vector<Camera> cameras_;

@@ -116,7 +116,7 @@ bool a_status(SonixLib::scDevice_t* device, std::uint8_t a, std::uint8_t b, std:
 
 constexpr vendor::VendorBackend kAudited = {
     "Linux UVC (audited)", a_init, a_uninit, a_enum,  a_error,   a_descriptor, a_node, a_xu, a_version,
-    a_flash_type,          a_read, a_write,  a_erase, a_protect, a_status,
+    a_flash_type,          a_read, a_write,  a_erase, a_protect, a_status,     true,
 };
 
 }  // namespace

@@ -149,33 +149,15 @@ TEST(ConsoleEventHandler, OtherEventsArePassedOn) {
   EXPECT_FALSE(interrupts.interrupted());
 }
 
-// The IMU streams in the rig's virtual time, so which samples the reads meet never depends on
-// how busy the machine is.
-class ConsoleEventsImu : public ScenarioTest {
- protected:
-  void SetUp() override {
-    ScenarioTest::SetUp();
-    rig_.use_virtual_time();
-  }
-};
+class ConsoleEventsImu : public InterruptedImuTest {};
 
 TEST_F(ConsoleEventsImu, CtrlCEndsTheStreamWithItsRowsCompleteAndThePlotWritten) {
   const ScratchDirectory scratch;
-  int reads = 0;
-  rig_.on_call("SonixCam_XuRead", [&](const sim::VendorCall& call) {
-    // The IMU's own extension unit (unit 4, selector 10), not the capability report's.
-    if (call.args.size() == 3 && call.args[1] == 10 && ++reads == 5) {
-      EXPECT_EQ(handle_console_event(CTRL_C_EVENT), TRUE);
-    }
-  });
-  (void)rig_.take_imu_truth(kReportingCamera);
-  const std::string plot = scratch.file("imu.svg");
-  const ToolRun run = run_tool({"imu", "--index", "0", "--csv", "--plot", plot});
-  rig_.clear_call_hooks();
+  const auto [run, reads, answered, plot] = stream_interrupted_at_read(
+      5, [] { EXPECT_EQ(handle_console_event(CTRL_C_EVENT), TRUE); }, scratch);
   EXPECT_EQ(run.status, 0) << run.err;
   // The stream ends with the sample the interrupted read delivered, or the next read with a new
   // one: every sample the camera answered is a row, and no read came after it.
-  const std::size_t answered = rig_.take_imu_truth(kReportingCamera).size();
   EXPECT_GE(reads, 5);
   EXPECT_LE(answered, 5u) << "reads faster than the IMU answer some samples twice";
   EXPECT_EQ(lines_of(run.out).size(), answered + 1) << "a header and the samples read: " << run.out;

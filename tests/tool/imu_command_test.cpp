@@ -46,14 +46,7 @@ std::vector<std::string> fields_of(const std::string& line) {
 
 class ImuCommand : public ScenarioTest {};
 
-// The scenario's IMUs in the rig's virtual time: every run samples alike, however busy the machine.
-class ImuCommandInVirtualTime : public ScenarioTest {
- protected:
-  void SetUp() override {
-    ScenarioTest::SetUp();
-    rig_.use_virtual_time();
-  }
-};
+class ImuCommandInVirtualTime : public VirtualTimeScenarioTest {};
 
 // Runs the tool with standard output and standard error as terminals or not, and the given width.
 ToolRun run_on_screen(const std::vector<std::string>& args, bool out_is_terminal, bool err_is_terminal,

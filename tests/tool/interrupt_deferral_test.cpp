@@ -84,34 +84,18 @@ TEST(InterruptDeferral, AHangupIsAnInterrupt) {
 }
 #endif
 
-class ImuInterrupt : public ScenarioTest {
- protected:
-  void SetUp() override {
-    ScenarioTest::SetUp();
-    rig_.use_virtual_time();
-  }
-};
+class ImuInterrupt : public InterruptedImuTest {};
 
 TEST_F(ImuInterrupt, AnInterruptEndsTheStreamAtTheSampleItArrivesWithTheRowsCompleteAndThePlotWritten) {
   for (const int signal : {SIGINT, SIGTERM}) {
     const ScratchDirectory scratch;
-    int reads = 0;
-    rig_.on_call("SonixCam_XuRead", [&](const sim::VendorCall& call) {
-      // The IMU's own extension unit (unit 4, selector 10), not the capability report's.
-      if (call.args.size() == 3 && call.args[1] == 10 && ++reads == 7) {
-        std::raise(signal);
-      }
-    });
-    // Each run starts on a sample of its own, and the truth counts this run's alone.
+    // Each run starts on a sample of its own.
     rig_.advance_time(10000000);
-    (void)rig_.take_imu_truth(kReportingCamera);
-    const std::string plot = scratch.file("imu.svg");
-    const ToolRun run = run_tool({"imu", "--index", "0", "--csv", "--plot", plot});
-    rig_.clear_call_hooks();
+    const auto [run, reads, answered, plot] = stream_interrupted_at_read(
+        7, [&] { std::raise(signal); }, scratch);
     EXPECT_EQ(run.status, 0) << run.err;
     // The stream ends with the sample the interrupted read, or the next read with a new sample,
     // delivered: every sample the camera answered is a row, and no read came after it.
-    const std::size_t answered = rig_.take_imu_truth(kReportingCamera).size();
     EXPECT_GE(reads, 7);
     EXPECT_LE(answered, 7u) << "reads faster than the IMU answer some samples twice";
     const std::vector<std::string> rows = lines_of(run.out);

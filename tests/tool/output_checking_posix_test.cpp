@@ -16,15 +16,9 @@ namespace tovanel::uvc_stereo::tool_testing {
 namespace {
 
 ToolRun run_tool_into_descriptor(const std::vector<std::string>& args, int descriptor) {
-  std::istringstream in;
   cli::DescriptorBuffer buffer(descriptor, false);
   std::ostream out(&buffer);
-  std::ostringstream err;
-  cli::Console console{in, out, err, false};
-  ToolRun run;
-  run.status = cli::run_cli(args, console);
-  run.err = err.str();
-  return run;
+  return run_tool_on(out, args);
 }
 
 class OutputDescriptor : public ScenarioTest {};

@@ -19,15 +19,9 @@ class RefusingBuffer : public std::streambuf {
 };
 
 ToolRun run_tool_into_refusing_output(const std::vector<std::string>& args, const std::string& input = "") {
-  std::istringstream in(input);
   RefusingBuffer refusing;
   std::ostream out(&refusing);
-  std::ostringstream err;
-  cli::Console console{in, out, err, false};
-  ToolRun run;
-  run.status = cli::run_cli(args, console);
-  run.err = err.str();
-  return run;
+  return run_tool_on(out, args, input);
 }
 
 class OutputChecking : public ScenarioTest {};

@@ -28,16 +28,24 @@ struct ToolRun {
   std::string err;
 };
 
-inline ToolRun run_tool(const std::vector<std::string>& args, const std::string& input = "",
-                        bool err_is_terminal = false) {
+// Runs the tool with its standard output going to `out`, which keeps what it is given; `out` of
+// the result stays empty.
+inline ToolRun run_tool_on(std::ostream& out, const std::vector<std::string>& args, const std::string& input = "",
+                           bool err_is_terminal = false) {
   std::istringstream in(input);
-  std::ostringstream out;
   std::ostringstream err;
   cli::Console console{in, out, err, err_is_terminal};
   ToolRun run;
   run.status = cli::run_cli(args, console);
-  run.out = out.str();
   run.err = err.str();
+  return run;
+}
+
+inline ToolRun run_tool(const std::vector<std::string>& args, const std::string& input = "",
+                        bool err_is_terminal = false) {
+  std::ostringstream out;
+  ToolRun run = run_tool_on(out, args, input, err_is_terminal);
+  run.out = out.str();
   return run;
 }
 
@@ -182,6 +190,16 @@ class ScenarioTest : public ::testing::Test {
   }
 
   sim::SimulatedRig rig_;
+};
+
+// The scenario with its IMUs in the rig's virtual time: which samples the reads meet, and when
+// each was taken, never depend on how busy the machine is.
+class VirtualTimeScenarioTest : public ScenarioTest {
+ protected:
+  void SetUp() override {
+    ScenarioTest::SetUp();
+    rig_.use_virtual_time();
+  }
 };
 
 }  // namespace tovanel::uvc_stereo::tool_testing

@@ -27,7 +27,8 @@ struct CommandSyntax {
   std::vector<OptionSyntax> options;
   std::size_t min_positionals = 0;
   std::size_t max_positionals = 0;
-  std::string details;  ///< paragraphs printed after the options
+  std::string details;         ///< paragraphs printed after the options
+  bool meets_cameras = false;  ///< warns of the cameras this account cannot open before the work starts
 };
 
 // A command line checked against its CommandSyntax.

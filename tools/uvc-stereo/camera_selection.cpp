@@ -98,6 +98,7 @@ CommandSyntax camera_command_syntax(std::string name, std::string synopsis, std:
   syntax.summary = std::move(summary);
   syntax.options = camera_selection_options();
   syntax.details = camera_selection_help();
+  syntax.meets_cameras = true;
   return syntax;
 }
 

@@ -3,6 +3,7 @@
 #include <exception>
 #include <memory>
 
+#include "uvc-stereo/camera_access_output.h"
 #include "uvc-stereo/exit_status.h"
 #include "uvc-stereo/simulated_scenario.h"
 
@@ -24,6 +25,11 @@ int run_command(const CommandSyntax& syntax, const std::vector<std::string>& arg
       if (!scenario->status().ok()) {
         return report_sdk_error(scenario->status(), "setting up the simulated cameras", console);
       }
+    }
+    // Said before the work starts, so that a command that then fails on such a camera has
+    // already said why.
+    if (syntax.meets_cameras) {
+      warn_of_camera_access_problems(console.err);
     }
     return body(*parsed.arguments, console);
   } catch (const std::exception& error) {

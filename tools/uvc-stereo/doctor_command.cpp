@@ -13,7 +13,9 @@
 #include "uvc-stereo/host_platform.h"
 #include "uvc-stereo/imu_stream_stats.h"
 #include "uvc-stereo/json_writer.h"
+#include "uvc-stereo/kernel_listing_output.h"
 #include "uvc-stereo/terminal_text.h"
+#include "uvc_stereo/camera_access.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/imu_stream.h"
 #include "uvc_stereo/platform_info.h"
@@ -35,9 +37,12 @@ CommandSyntax doctor_syntax() {
       "Writes a field report to attach to a bug report: the versions of the tool, the SDK library and\n"
       "the vendor library, the platform, the cameras found, where each one's capabilities come from,\n"
       "the health of its IMU over a short stream (samples, rate, missed samples, read latency), and\n"
-      "its configuration record's checksum where the flash is reachable.";
+      "its configuration record's checksum where the flash is reachable. On Linux it also lists what\n"
+      "the kernel shows: every USB video device, its nodes' owner, group and mode and whether this\n"
+      "account may open them, and whether the SDK's udev rule is installed.";
   syntax.options.push_back({"json", "", "write the report as JSON"});
   syntax.options.push_back({"imu-seconds", "S", "how long to stream each camera's IMU (default 2; 0 skips the IMU)"});
+  syntax.meets_cameras = true;
   syntax.details = "A camera that fails a check is reported with the reason; the report is still written (status 0).\n";
   return syntax;
 }
@@ -68,6 +73,8 @@ struct CameraReport {
 struct FieldReport {
   HostPlatform platform;
   std::string vendor_library;
+  KernelVideoListing kernel;
+  std::vector<CameraAccessProblem> access_problems;
   std::optional<Status> scan_failure;
   std::vector<CameraReport> cameras;
 };
@@ -175,6 +182,16 @@ void write_text(const FieldReport& report, std::ostream& out) {
       << "  os               " << terminal_safe(report.platform.os) << " " << terminal_safe(report.platform.release)
       << " (" << terminal_safe(report.platform.architecture) << ")\n"
       << "\n";
+  write_kernel_listing_text(report.kernel, out);
+  out << "\n";
+  if (!report.access_problems.empty()) {
+    out << "access\n";
+    for (const CameraAccessProblem& problem : report.access_problems) {
+      out << "  " << terminal_safe(problem.node) << "  cannot open: " << terminal_safe(problem.reason)
+          << "\n    fix: " << terminal_safe(problem.fix) << "\n";
+    }
+    out << "\n";
+  }
   if (report.scan_failure) {
     out << "cameras: the scan failed: " << terminal_safe(failure_text(*report.scan_failure)) << "\n";
     return;
@@ -234,6 +251,11 @@ void write_json(const FieldReport& report, std::ostream& out) {
   json.key("release").string(report.platform.release);
   json.key("architecture").string(report.platform.architecture);
   json.end_object();
+  json.key("kernel").begin_object();
+  write_kernel_listing_json(json, report.kernel);
+  json.end_object();
+  json.key("access_problems");
+  write_access_problems_json(json, report.access_problems);
   json.key("scan_failure");
   if (report.scan_failure) {
     write_failure(json, *report.scan_failure);
@@ -311,6 +333,17 @@ int doctor_body(const ParsedArguments& arguments, Console& console) {
   FieldReport report;
   report.platform = host_platform();
   report.vendor_library = vendor_library_version();
+  // What the kernel shows is part of the report even when the SDK cannot list it.
+  Result<KernelVideoListing> kernel = list_kernel_video_devices();
+  if (kernel.ok()) {
+    report.kernel = std::move(kernel.value());
+  } else {
+    report.kernel.note = failure_text(kernel.status());
+  }
+  Result<std::vector<CameraAccessProblem>> problems = find_camera_access_problems();
+  if (problems.ok()) {
+    report.access_problems = std::move(problems.value());
+  }
   Result<std::vector<DeviceInfo>> scanned = scan_devices();
   if (!scanned.ok()) {
     report.scan_failure = scanned.status();

@@ -18,6 +18,7 @@ CommandSyntax scan_syntax() {
       "capture index that each capture backend (CAP_DSHOW, CAP_MSMF) gives the camera, to open its video.";
   syntax.options = scan_filter_options();
   syntax.options.push_back({"json", "", "print the list as JSON"});
+  syntax.meets_cameras = true;
   syntax.details = "The INDEX column is what --index of the other commands takes (with the same filters).\n";
   return syntax;
 }

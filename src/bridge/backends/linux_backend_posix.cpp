@@ -437,6 +437,7 @@ constexpr VendorBackend linux_backend() {
   table.sector_erase = linux_sector_erase;
   table.set_write_protected = linux_set_write_protected;
   table.set_status_reg_bit_wp = linux_set_status_reg_bit_wp;
+  table.serves_kernel_nodes = true;
   return table;
 }
 

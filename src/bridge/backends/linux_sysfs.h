@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,6 +39,13 @@ struct LinuxUvcListing {
 // The identity of the USB device at `device_path` (a path from the listing) now; nothing
 // when no device is there any more or its attributes cannot be read.
 [[nodiscard]] std::optional<LinuxUsbIdentity> read_linux_usb_identity(const std::string& device_path);
+
+// A sysfs attribute's text without the line break the kernel ends it with; nothing when it
+// cannot be read or is longer than the page the kernel writes attributes into.
+[[nodiscard]] std::optional<std::string> read_attribute(const std::filesystem::path& path);
+
+// N of a video node's name "videoN"; nothing for any other name.
+[[nodiscard]] std::optional<int> node_number(const std::string& name);
 
 // Sends one line to the diagnostic output.
 void report_linux_problem(const std::string& text) noexcept;

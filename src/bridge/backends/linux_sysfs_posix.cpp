@@ -45,33 +45,6 @@ std::optional<std::string> read_file(const fs::path& path, std::size_t limit) {
   return bytes;
 }
 
-// A sysfs attribute's text without the line break the kernel ends it with.
-std::optional<std::string> read_attribute(const fs::path& path) {
-  std::optional<std::string> text = read_file(path, kAttributeLimit);
-  if (text.has_value()) {
-    while (!text->empty() && (text->back() == '\n' || text->back() == '\r')) {
-      text->pop_back();
-    }
-  }
-  return text;
-}
-
-// N of "videoN"; nothing for any other name.
-std::optional<int> node_number(const std::string& name) {
-  const std::string prefix = kNodePrefix;
-  if (name.size() <= prefix.size() || name.compare(0, prefix.size(), prefix) != 0 || name.size() > prefix.size() + 6) {
-    return std::nullopt;
-  }
-  int number = 0;
-  for (std::size_t i = prefix.size(); i < name.size(); ++i) {
-    if (name[i] < '0' || name[i] > '9') {
-      return std::nullopt;
-    }
-    number = number * 10 + (name[i] - '0');
-  }
-  return number;
-}
-
 // Whether `node` captures video: asked of the node itself, or, when it cannot be opened,
 // answered by its place among the device's nodes.
 bool is_capture_node(const LinuxKernel& kernel, const fs::path& class_entry, const std::string& node_path) {
@@ -128,6 +101,31 @@ std::optional<DeviceFacts> usb_device_of(const fs::path& class_entry) {
 }
 
 }  // namespace
+
+std::optional<std::string> read_attribute(const fs::path& path) {
+  std::optional<std::string> text = read_file(path, kAttributeLimit);
+  if (text.has_value()) {
+    while (!text->empty() && (text->back() == '\n' || text->back() == '\r')) {
+      text->pop_back();
+    }
+  }
+  return text;
+}
+
+std::optional<int> node_number(const std::string& name) {
+  const std::string prefix = kNodePrefix;
+  if (name.size() <= prefix.size() || name.compare(0, prefix.size(), prefix) != 0 || name.size() > prefix.size() + 6) {
+    return std::nullopt;
+  }
+  int number = 0;
+  for (std::size_t i = prefix.size(); i < name.size(); ++i) {
+    if (name[i] < '0' || name[i] > '9') {
+      return std::nullopt;
+    }
+    number = number * 10 + (name[i] - '0');
+  }
+  return number;
+}
 
 LinuxUvcListing list_linux_uvc_cameras(const LinuxKernel& kernel) {
   LinuxUvcListing listing;
