@@ -16,8 +16,10 @@ set_tests_properties(uvc_stereo_smoke_version PROPERTIES
   PASS_REGULAR_EXPRESSION "^uvc-stereo ${PROJECT_VERSION}\r?\nSDK library ${PROJECT_VERSION}\r?\nvendor library: [^\r\n]+\r?\n$")
 
 add_test(NAME uvc_stereo_smoke_doctor COMMAND uvc-stereo --simulate doctor --json --imu-seconds 0.2)
+# The simulated IMUs sample in real time here: a busy machine may make a read late enough to miss a sample (as the
+# doctor's own tests allow too); what must hold is that both cameras report their health and neither IMU failed.
 set_tests_properties(uvc_stereo_smoke_doctor PROPERTIES
-  PASS_REGULAR_EXPRESSION "\"crc32\": \"0x[0-9a-f]+\",.*\"missed\": 0,.*\"crc32\": \"0x[0-9a-f]+\",.*\"missed\": 0,")
+  PASS_REGULAR_EXPRESSION "\"crc32\": \"0x[0-9a-f]+\",.*\"missed\": [0-9]+,.*\"failure\": null.*\"crc32\": \"0x[0-9a-f]+\",.*\"missed\": [0-9]+,.*\"failure\": null")
 
 # Exit statuses need more than a pattern: a small script checks the status and the message.
 set(check_exit ${CMAKE_CURRENT_SOURCE_DIR}/tool/expect_exit.cmake)
