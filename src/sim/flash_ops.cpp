@@ -42,7 +42,7 @@ bool sim_get_serial_flash_type(SonixLib::scDevice_t* device, SonixLib::SERIAL_FL
   if (!call.rig_active()) {
     return false;
   }
-  const CameraState* camera = call.admit_device();
+  const CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -58,7 +58,7 @@ bool sim_read_flash(SonixLib::scDevice_t* device, std::uint32_t address, std::ui
   if (!call.rig_active()) {
     return false;
   }
-  const CameraState* camera = call.admit_device();
+  const CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -76,7 +76,7 @@ bool sim_write_flash(SonixLib::scDevice_t* device, std::uint32_t address, const 
     return false;
   }
   check_user_space(call, "SonixCam_WriteToSF", address, length);
-  CameraState* camera = call.admit_device();
+  CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -101,7 +101,7 @@ bool sim_sector_erase(SonixLib::scDevice_t* device, std::uint32_t address, std::
   if (const CameraState* named = call.named_camera()) {
     check_user_space(call, "SonixCam_SectorEraseSF", named->flash.sector_start(address), named->flash.sector_size());
   }
-  CameraState* camera = call.admit_device();
+  CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -126,7 +126,7 @@ bool sim_set_write_protected(SonixLib::scDevice_t* device, std::uint8_t a, std::
   if (!call.rig_active()) {
     return false;
   }
-  CameraState* camera = call.admit_device();
+  CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -142,7 +142,7 @@ bool sim_set_status_reg_bit_wp(SonixLib::scDevice_t* device, std::uint8_t a, std
   if (!call.rig_active()) {
     return false;
   }
-  CameraState* camera = call.admit_device();
+  CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
