@@ -567,6 +567,15 @@ enum {
   UVC_STEREO_IMU_MOVING = 1   /**< slow swaying */
 };
 
+/** Whether this account may open a simulated camera's video nodes, as the Linux kernel
+ * decides. A refused camera is still listed, but every call through its node fails
+ * ("ecGetKsControlFail") and uvc_stereo_find_camera_access_problems names its nodes. */
+enum {
+  UVC_STEREO_NODE_ACCESS_ALLOWED = 0,           /**< the node opens */
+  UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED = 1, /**< a group this account is not in owns it (EACCES) */
+  UVC_STEREO_NODE_ACCESS_BUSY = 2               /**< another program holds it (EBUSY) */
+};
+
 /** One camera to add to a rig. Fill it with uvc_stereo_rig_camera_defaults first. The
  * strings are copied when the camera is added. For the optional strings (product_string,
  * descriptor_3, serial_number) null means the descriptor is absent (reading it fails);
@@ -600,6 +609,8 @@ typedef struct uvc_stereo_rig_camera_t {
   uint32_t imu_counter_step;     /**< counter increment per read; larger values model missed samples */
   double imu_temperature_c;      /**< die temperature */
   uint32_t imu_seed;             /**< noise seed, so runs are repeatable */
+  /** UVC_STEREO_NODE_ACCESS_*; a struct_size that ends before it reads as ALLOWED. */
+  int32_t node_access;
 } uvc_stereo_rig_camera_t;
 
 /** Fills a camera with the C++ defaults (a supported model, 1 MiB flash, user space

@@ -82,6 +82,9 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_camera(uvc_stereo_rig_t* r
     Status checked =
         c_api::first_failure(c_api::require(rig, kFunction, "rig"),
                              c_api::require_struct(camera, kFunction, "camera", "uvc_stereo_rig_camera_t"));
+    if (checked.ok()) {
+      checked = c_api::check_node_access(*camera, kFunction);
+    }
     if (!checked.ok()) {
       return checked;
     }
