@@ -273,6 +273,7 @@ class rig_camera_t(Sized):
         ("imu_counter_step", c_uint32),
         ("imu_temperature_c", c_double),
         ("imu_seed", c_uint32),
+        ("node_access", c_int32),
     ]
 
 
