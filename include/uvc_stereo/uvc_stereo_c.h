@@ -421,8 +421,10 @@ typedef struct uvc_stereo_camera_access_list_t uvc_stereo_camera_access_list_t;
 
 /** Opens each video node of every supported camera the kernel lists (and closes it at
  * once) and lists those this account cannot open, with the system's reason and the fix.
- * Empty on Windows and while a simulated rig serves the cameras. On success *list is a
- * new list, freed with uvc_stereo_camera_access_list_free. */
+ * Empty on Windows. While a simulated rig serves the cameras, on any platform, its plugged
+ * cameras whose node_access is not UVC_STEREO_NODE_ACCESS_ALLOWED are listed instead, with
+ * the reasons and fixes Linux gives. On success *list is a new list, freed with
+ * uvc_stereo_camera_access_list_free. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_find_camera_access_problems(uvc_stereo_camera_access_list_t** list);
 
