@@ -6,25 +6,23 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <new>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "bench_open_imu.h"
+#include "bench_report.h"
+#include "bench_rig_camera.h"
 #include "bridge/imu_reader.h"
 #include "bridge/os/host_clock.h"
 #include "bridge/os/pause.h"
 #include "bridge/platform.h"
 #include "imu/imu_payload.h"
 #include "imu/model_table.h"
+#include "support/allocation_counter.h"
 #include "support/stand_in_library.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/imu_stream.h"
@@ -33,34 +31,8 @@
 
 namespace {
 
-std::atomic<bool> g_counting{false};
-std::atomic<long> g_allocations{0};
-
-void* counted(std::size_t size) {
-  if (g_counting.load(std::memory_order_relaxed)) {
-    g_allocations.fetch_add(1, std::memory_order_relaxed);
-  }
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return counted(size); }
-void* operator new[](std::size_t size) { return counted(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
-
-namespace {
-
 namespace sdk = tovanel::uvc_stereo;
 namespace vendor = tovanel::uvc_stereo::vendor;
-
-void no_pause(std::chrono::milliseconds, void*) {}
 
 std::array<std::uint8_t, sdk::detail::kImuPayloadSize> fixed_sample() {
   sdk::ReadImuResult sample;
@@ -77,80 +49,49 @@ const std::array<std::uint8_t, sdk::detail::kImuPayloadSize> kSample = fixed_sam
 
 // A camera opened with its IMU open, and the instant extension unit in front of the rig while it lives; the rig
 // comes back for closing.
-class OpenImu {
+class OpenImu : public sdk::bench::RigCamera {
  public:
-  OpenImu() {
-    const sdk::detail::SupportedModel& model = sdk::detail::supported_models().at(2);
-    sdk::sim::SimulatedCamera camera;
-    camera.vendor_id = model.vendor_id;
-    camera.product_id = model.product_id;
-    char path[192];
-    std::snprintf(path, sizeof(path),
-                  "\\\\?\\usb#vid_%04x&pid_%04x&mi_00#7&3a5c2e1f&0&0000#{65e8773d-8f56-11d0-a3b9-00a0c9223196}\\global",
-                  static_cast<unsigned>(model.vendor_id), static_cast<unsigned>(model.product_id));
-    camera.device_path = path;
-    camera.device_name = "Tovanel Stereo Camera";
-    camera.serial_number = "SN-BENCH";
-    rig_.add_camera(camera);
-    device_ = sdk::bench::open_only_camera_with_imu(failure_, info_);
-    if (!device_.has_value()) {
-      return;
+  OpenImu() : RigCamera(Imu::Open) {
+    if (failure().empty()) {
+      use_instant();
     }
-    use_instant();
   }
 
   ~OpenImu() {
     use_rig();
-    device_.reset();
+    close();
   }
 
   OpenImu(const OpenImu&) = delete;
   OpenImu& operator=(const OpenImu&) = delete;
 
-  [[nodiscard]] const std::string& failure() const { return failure_; }
   void use_rig() { instant_in_force_.reset(); }
   // The instant extension unit answers the fixed sample, its counter advancing after each read when `counting`.
   void use_instant(bool counting = false) {
     instant_in_force_.reset();
     instant_in_force_.emplace(std::vector<std::uint8_t>(kSample.begin(), kSample.end()), counting);
   }
-  sdk::Device& device() { return *device_; }
-  [[nodiscard]] const sdk::DeviceInfo& info() const { return info_; }
 
  private:
-  static constexpr sdk::detail::PauseHook kNoPause = {no_pause, nullptr};
-  const vendor::PlatformOverride no_pauses_{vendor::replacing_pauses(kNoPause)};
-  sdk::sim::SimulatedRig rig_;
-  sdk::DeviceInfo info_;
-  std::optional<sdk::Device> device_;
   std::optional<vendor::InstantExtensionUnit> instant_in_force_;
-  std::string failure_;
 };
-
-void report_allocations(benchmark::State& state, long allocations) {
-  state.counters["allocs_per_read"] =
-      benchmark::Counter(static_cast<double>(allocations) / static_cast<double>(state.iterations()));
-}
 
 // Device::read_imu, the public operation.
 void DeviceReadImu(benchmark::State& state) {
   OpenImu open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   if (!open.device().read_imu().ok()) {
     state.SkipWithError("read_imu failed");
     return;
   }
-  g_allocations = 0;
-  g_counting = true;
+  sdk::test_support::AllocationCount allocations;
   for (auto _ : state) {
     sdk::Result<sdk::ReadImuResult> sample = open.device().read_imu();
     benchmark::DoNotOptimize(sample);
   }
-  g_counting = false;
-  report_allocations(state, g_allocations.load());
+  sdk::bench::report_per_iteration(state, "allocs_per_read", allocations.stop());
 }
 BENCHMARK(DeviceReadImu);
 
@@ -171,8 +112,7 @@ void waitless_sleep_until(std::uint64_t deadline_ns, void* context) {
 // sample (the read as above, the timeline and the clock fit, the conversion), beside DeviceReadImu's per read.
 void ImuStreamPerSample(benchmark::State& state) {
   OpenImu open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   open.use_instant(true);
@@ -194,16 +134,13 @@ void ImuStreamPerSample(benchmark::State& state) {
     }
   }
   std::size_t delivered = 0;
-  g_allocations = 0;
-  g_counting = true;
+  sdk::test_support::AllocationCount allocations;
   for (auto _ : state) {
     const sdk::ImuPull pulled = stream.value().pull(&sample, 1, std::chrono::seconds(1));
     delivered += pulled.count;
     benchmark::DoNotOptimize(sample);
   }
-  g_counting = false;
-  state.counters["allocs_per_sample"] =
-      benchmark::Counter(static_cast<double>(g_allocations.load()) / static_cast<double>(state.iterations()));
+  sdk::bench::report_per_iteration(state, "allocs_per_sample", allocations.stop());
   if (delivered != static_cast<std::size_t>(state.iterations())) {
     state.SkipWithError("a pull delivered no sample");
   }
@@ -213,8 +150,7 @@ BENCHMARK(ImuStreamPerSample);
 // The same read one layer down, on a reader of its own (sessions nest, so the device's open IMU does not mind).
 void ImuReaderRead(benchmark::State& state) {
   OpenImu open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   sdk::detail::ImuTransportConfig transport;
@@ -228,14 +164,12 @@ void ImuReaderRead(benchmark::State& state) {
     state.SkipWithError(reader.status().message().c_str());
     return;
   }
-  g_allocations = 0;
-  g_counting = true;
+  sdk::test_support::AllocationCount allocations;
   for (auto _ : state) {
     sdk::Result<sdk::ReadImuResult> sample = reader.value().read();
     benchmark::DoNotOptimize(sample);
   }
-  g_counting = false;
-  report_allocations(state, g_allocations.load());
+  sdk::bench::report_per_iteration(state, "allocs_per_read", allocations.stop());
   open.use_rig();
 }
 BENCHMARK(ImuReaderRead);
@@ -243,8 +177,7 @@ BENCHMARK(ImuReaderRead);
 // The floor: the stand-in's read alone, through the SDK's dispatch to the active vendor backend.
 void VendorXuReadAlone(benchmark::State& state) {
   OpenImu open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   std::array<std::uint8_t, 17> buffer{};

@@ -5,14 +5,11 @@
 #include <benchmark/benchmark.h>
 
 #include <chrono>
-#include <cstdio>
-#include <optional>
 #include <string>
-#include <vector>
 
+#include "bench_report.h"
+#include "bench_rig_camera.h"
 #include "bridge/os/camera_lock.h"
-#include "bridge/platform.h"
-#include "imu/model_table.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/simulated_rig.h"
 
@@ -21,45 +18,8 @@ namespace {
 namespace sdk = tovanel::uvc_stereo;
 namespace vendor = tovanel::uvc_stereo::vendor;
 
-void no_pause(std::chrono::milliseconds, void*) {}
-
 // One camera of a rig in memory, opened, with the settling pauses skipped.
-class OpenCamera {
- public:
-  OpenCamera() {
-    const sdk::detail::SupportedModel& model = sdk::detail::supported_models().at(2);
-    sdk::sim::SimulatedCamera camera;
-    camera.vendor_id = model.vendor_id;
-    camera.product_id = model.product_id;
-    camera.device_path = "\\\\?\\usb#vid_0c45&pid_6368&mi_00#7&3a5c2e1f&0&0000#{65e8773d}\\global";
-    camera.serial_number = "SN-BENCH";
-    rig_.add_camera(camera);
-    sdk::Result<std::vector<sdk::DeviceInfo>> devices = sdk::scan_devices();
-    if (!devices.ok() || devices.value().size() != 1) {
-      failure_ = "scan did not find the camera";
-      return;
-    }
-    info_ = devices.value().front();
-    sdk::Result<sdk::Device> opened = sdk::open_device(info_);
-    if (!opened.ok()) {
-      failure_ = opened.status().message();
-      return;
-    }
-    device_.emplace(std::move(opened).value());
-  }
-
-  [[nodiscard]] const std::string& failure() const { return failure_; }
-  [[nodiscard]] const sdk::DeviceInfo& info() const { return info_; }
-  sdk::Device& device() { return *device_; }
-
- private:
-  static constexpr sdk::detail::PauseHook kNoPause = {no_pause, nullptr};
-  const vendor::PlatformOverride no_pauses_{vendor::replacing_pauses(kNoPause)};
-  sdk::sim::SimulatedRig rig_;
-  sdk::DeviceInfo info_;
-  std::optional<sdk::Device> device_;
-  std::string failure_;
-};
+using OpenCamera = sdk::bench::RigCamera;
 
 // One uncontended hold of a camera, taken and released: what each flash operation (Flash)
 // and each IMU opening (Imu) pays for the interlock.
@@ -81,9 +41,8 @@ BENCHMARK(CameraLockTakeAndRelease)->Arg(0)->Arg(1)->ArgName("imu");
 
 // Device::write_json of a small record on the simulated camera, its hold included.
 void DeviceWriteJson(benchmark::State& state) {
-  OpenCamera open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  OpenCamera open(OpenCamera::Imu::Closed);
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   for (auto _ : state) {
@@ -99,9 +58,8 @@ BENCHMARK(DeviceWriteJson);
 // Device::read_imu while another Device of the process also has the camera's IMU open, so
 // the camera is held shared by two readers.
 void DeviceReadImuBesideAnotherReader(benchmark::State& state) {
-  OpenCamera open;
-  if (!open.failure().empty()) {
-    state.SkipWithError(open.failure().c_str());
+  OpenCamera open(OpenCamera::Imu::Closed);
+  if (sdk::bench::skipped_for(state, open.failure())) {
     return;
   }
   sdk::Result<sdk::Device> other = sdk::open_device(open.info());

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "bench_open_imu.h"
+#include "bench_report.h"
 #include "bridge/backends/linux_backend.h"
 #include "bridge/platform.h"
 #include "linux/fake_cameras.h"
@@ -77,16 +78,14 @@ class LinuxCamera {
 };
 
 void report_per_read(benchmark::State& state, long allocations, long queries) {
-  const auto reads = static_cast<double>(state.iterations());
-  state.counters["allocs_per_read"] = benchmark::Counter(static_cast<double>(allocations) / reads);
-  state.counters["queries_per_read"] = benchmark::Counter(static_cast<double>(queries) / reads);
+  sdk::bench::report_per_iteration(state, "allocs_per_read", allocations);
+  sdk::bench::report_per_iteration(state, "queries_per_read", queries);
 }
 
 // Device::read_imu through the Linux backend.
 void BM_LinuxImuRead(benchmark::State& state) {
   LinuxCamera camera;
-  if (!camera.failure().empty()) {
-    state.SkipWithError(camera.failure().c_str());
+  if (sdk::bench::skipped_for(state, camera.failure())) {
     return;
   }
   const long queries_before = camera.kernel().control_queries();
@@ -107,8 +106,7 @@ BENCHMARK(BM_LinuxImuRead);
 // The bare UVCIOC_CTRL_QUERY of one sample on the same node, opened once: the floor under a read.
 void BM_BareControlQuery(benchmark::State& state) {
   LinuxCamera camera;
-  if (!camera.failure().empty()) {
-    state.SkipWithError(camera.failure().c_str());
+  if (sdk::bench::skipped_for(state, camera.failure())) {
     return;
   }
   const vendor::LinuxKernel& kernel = camera.kernel().table();

@@ -5,14 +5,12 @@
 //   configuration [--simulate] [--help]
 
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "command_line.h"
 #include "first_camera.h"
-#include "simulated_camera.h"
 #include "uvc_stereo/uvc_stereo.h"
 
 namespace uvc = tovanel::uvc_stereo;
@@ -25,10 +23,6 @@ int main(int argc, char** argv) {
       "Reads the first camera's JSON configuration, changes it and writes it back, verified.");
   if (command_line.exit_status) {
     return *command_line.exit_status;
-  }
-  std::unique_ptr<uvc::sim::SimulatedRig> rig;
-  if (command_line.simulate) {
-    rig = examples::simulated_camera_rig();
   }
 
   std::optional<uvc::Device> camera = examples::open_first_camera();

@@ -9,12 +9,10 @@
 // fails to open, as it would for a camera that another program is using.
 
 #include <iostream>
-#include <memory>
 #include <opencv2/videoio.hpp>
 #include <vector>
 
 #include "command_line.h"
-#include "simulated_camera.h"
 #include "uvc_stereo/uvc_stereo.h"
 
 namespace uvc = tovanel::uvc_stereo;
@@ -25,10 +23,6 @@ int main(int argc, char** argv) {
                                   "Opens each camera's video with OpenCV at the capture index the SDK reports for it.");
   if (command_line.exit_status) {
     return *command_line.exit_status;
-  }
-  std::unique_ptr<uvc::sim::SimulatedRig> rig;
-  if (command_line.simulate) {
-    rig = examples::simulated_camera_rig();
   }
 
   uvc::Result<std::vector<uvc::DeviceInfo>> devices = uvc::scan_devices();

@@ -6,11 +6,9 @@
 
 #include <iomanip>
 #include <iostream>
-#include <memory>
 #include <vector>
 
 #include "command_line.h"
-#include "simulated_camera.h"
 #include "uvc_stereo/uvc_stereo.h"
 
 namespace uvc = tovanel::uvc_stereo;
@@ -21,11 +19,6 @@ int main(int argc, char** argv) {
       "Lists the attached cameras and the capture index that each video backend gives each of them.");
   if (command_line.exit_status) {
     return *command_line.exit_status;
-  }
-  // Without --simulate the SDK talks to the real cameras through the vendor library.
-  std::unique_ptr<uvc::sim::SimulatedRig> rig;
-  if (command_line.simulate) {
-    rig = examples::simulated_camera_rig();
   }
 
   // Every SDK call returns a Status or a Result: check ok() before taking the value.

@@ -6,13 +6,11 @@
 #include <chrono>
 #include <cstdio>
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <vector>
 
 #include "command_line.h"
 #include "first_camera.h"
-#include "simulated_camera.h"
 #include "uvc_stereo/uvc_stereo.h"
 
 namespace uvc = tovanel::uvc_stereo;
@@ -26,9 +24,7 @@ int main(int argc, char** argv) {
   if (command_line.exit_status) {
     return *command_line.exit_status;
   }
-  std::unique_ptr<uvc::sim::SimulatedRig> rig;
-  if (command_line.simulate) {
-    rig = examples::simulated_camera_rig();
+  if (command_line.rig) {
     // An IMU that samples in time like a real one: 200 Hz, its oscillator a few millionths
     // fast, reads taking a fraction of a millisecond.
     uvc::sim::SimulatedImuTiming timing;
@@ -36,7 +32,7 @@ int main(int argc, char** argv) {
     timing.clock_error_ppm = 4.0;
     timing.latency_min_ns = 150000;
     timing.latency_max_ns = 600000;
-    rig->set_imu_timing(0, timing);
+    command_line.rig->set_imu_timing(0, timing);
   }
 
   std::optional<uvc::Device> camera = examples::open_first_camera();

@@ -1,6 +1,8 @@
 """Cameras and checks the tests share."""
 
+import _thread
 import contextlib
+import threading
 
 import pytest
 
@@ -77,3 +79,29 @@ def sdk_error(code: uvc.ErrorCode, message: str):
     assert error.code is code
     assert error.message == message
     assert str(error) == f"{code.name}: {message}"
+
+
+@contextlib.contextmanager
+def ctrl_c_once_under_way(rig, samples_taken: int, forget_calls_first: bool = False):
+    """Presses Ctrl-C from another thread once the rig's first camera has taken ``samples_taken``
+    samples, and forgets the rig's calls so far: then, or with ``forget_calls_first`` just before
+    the press, so that the reads made while the press waits for the interpreter are counted too.
+    The block must be interrupted; on leaving, the press is known to have happened."""
+    pressed = threading.Event()
+
+    def press():
+        while rig.next_imu_counter(0) < samples_taken:
+            pass
+        if forget_calls_first:
+            rig.clear_calls()
+        _thread.interrupt_main()
+        if not forget_calls_first:
+            rig.clear_calls()
+        pressed.set()
+
+    presser = threading.Thread(target=press)
+    presser.start()
+    with pytest.raises(KeyboardInterrupt):
+        yield
+    presser.join(10)
+    assert pressed.is_set()

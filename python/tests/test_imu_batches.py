@@ -2,7 +2,6 @@
 samples read and converted one at a time, reusing their buffers, and ended between two chunks
 by Ctrl-C."""
 
-import _thread
 import threading
 import tracemalloc
 
@@ -11,7 +10,7 @@ import pytest
 import tovanel_uvc_stereo as uvc
 from tovanel_uvc_stereo import _device, _numpy, sim
 
-from helpers import camera_path, reporting_capability, supported_camera
+from helpers import camera_path, ctrl_c_once_under_way, reporting_capability, supported_camera
 
 CHUNK = _device.IMU_CHUNK
 
@@ -104,23 +103,9 @@ def test_batches_reuse_their_buffers(device):
 
 def test_ctrl_c_during_a_long_batch_ends_it_between_two_chunks(device, camera_rig):
     device.open_imu()
-    interrupted = threading.Event()
-
-    def interrupt_when_reading():
-        # Once the batch is well under way: press Ctrl-C, then forget the calls so far. (In this
-        # order, reads made while this thread waits for the interpreter are not counted.)
-        while camera_rig.next_imu_counter(0) < 3 * CHUNK:
-            pass
-        _thread.interrupt_main()
-        camera_rig.clear_calls()
-        interrupted.set()
-
-    presser = threading.Thread(target=interrupt_when_reading)
-    presser.start()
-    with pytest.raises(KeyboardInterrupt):
+    # Once the batch is well under way.
+    with ctrl_c_once_under_way(camera_rig, 3 * CHUNK):
         device.read_imu_samples(10_000_000)
-    presser.join(10)
-    assert interrupted.is_set()
     reads_after_ctrl_c = camera_rig.call_names().count("SonixCam_XuRead")
     # At most what was left of the chunk under way when Ctrl-C came.
     assert reads_after_ctrl_c <= CHUNK

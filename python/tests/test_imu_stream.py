@@ -3,7 +3,6 @@ counted, host times within what the rig knows of when each sample was taken, the
 failures mid-stream with no sample lost, Ctrl-C and a close from another thread; with numpy
 (a structured array the SDK fills) and without (a list of records)."""
 
-import _thread
 import dataclasses
 import threading
 
@@ -12,7 +11,7 @@ import pytest
 import tovanel_uvc_stereo as uvc
 from tovanel_uvc_stereo import _imu_stream, _numpy, sim
 
-from helpers import sdk_error, supported_camera
+from helpers import ctrl_c_once_under_way, sdk_error, supported_camera
 
 E = uvc.ErrorCode
 WRAP = 1 << 20
@@ -319,21 +318,8 @@ def test_closing_the_device_closes_its_streams(rig):
 
 def test_ctrl_c_ends_a_long_read_between_two_calls(rig, use_numpy):
     with timed_rig(rig) as device, device.open_imu_stream() as stream:
-        pressed = threading.Event()
-
-        def press_when_reading():
-            while rig.next_imu_counter(0) < 3 * _imu_stream.STREAM_CHUNK:
-                pass
-            rig.clear_calls()
-            _thread.interrupt_main()
-            pressed.set()
-
-        presser = threading.Thread(target=press_when_reading)
-        presser.start()
-        with pytest.raises(KeyboardInterrupt):
+        with ctrl_c_once_under_way(rig, 3 * _imu_stream.STREAM_CHUNK, forget_calls_first=True):
             stream.read(5_000_000)
-        presser.join()
-        assert pressed.is_set()
         # At most what was left of the call under way when Ctrl-C came.
         assert rig.call_names().count("SonixCam_XuRead") <= 3 * _imu_stream.STREAM_CHUNK
         # The stream goes on.

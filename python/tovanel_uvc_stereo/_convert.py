@@ -131,6 +131,20 @@ def device_info_to_c(info: DeviceInfo) -> _c.device_info_t:
     return record
 
 
+# The scale factors from raw IMU counts to physical units: named alike in the capability report's
+# IMU block, the conversion options, and their C structs.
+_SCALE_FIELDS = ("temperature_offset_c", "temperature_lsb_per_c", "accel_lsb_per_g", "gyro_lsb_per_dps")
+
+
+def _scales(source) -> Dict[str, float]:
+    return {name: getattr(source, name) for name in _SCALE_FIELDS}
+
+
+def _set_scales(target, source) -> None:
+    for name in _SCALE_FIELDS:
+        setattr(target, name, getattr(source, name))
+
+
 def capability_report_from_c(report: _c.capability_report_t) -> CapabilityReport:
     imu = report.imu
     return CapabilityReport(
@@ -149,10 +163,7 @@ def capability_report_from_c(report: _c.capability_report_t) -> CapabilityReport
                 xu_selector=imu.xu_selector,
                 xu_length=imu.xu_length,
                 decimal_exponent=imu.decimal_exponent,
-                temperature_offset_c=imu.temperature_offset_c,
-                temperature_lsb_per_c=imu.temperature_lsb_per_c,
-                accel_lsb_per_g=imu.accel_lsb_per_g,
-                gyro_lsb_per_dps=imu.gyro_lsb_per_dps,
+                **_scales(imu),
             )
             if report.has_imu
             else None
@@ -183,10 +194,7 @@ def capability_report_to_c(report: CapabilityReport) -> _c.capability_report_t:
         record.imu.xu_selector = checked_uint("imu.xu_selector", imu.xu_selector, "uint8")
         record.imu.xu_length = checked_uint("imu.xu_length", imu.xu_length, "uint8")
         record.imu.decimal_exponent = checked_uint("imu.decimal_exponent", imu.decimal_exponent, "uint8")
-        record.imu.temperature_offset_c = imu.temperature_offset_c
-        record.imu.temperature_lsb_per_c = imu.temperature_lsb_per_c
-        record.imu.accel_lsb_per_g = imu.accel_lsb_per_g
-        record.imu.gyro_lsb_per_dps = imu.gyro_lsb_per_dps
+        _set_scales(record.imu, imu)
     return record
 
 
@@ -223,22 +231,14 @@ def imu_transport_from_c(transport: _c.imu_transport_t) -> ImuTransportConfig:
 
 
 def conversion_options_from_c(options: _c.imu_conversion_options_t) -> ImuConversionOptions:
-    return ImuConversionOptions(
-        temperature_offset_c=options.temperature_offset_c,
-        temperature_lsb_per_c=options.temperature_lsb_per_c,
-        accel_lsb_per_g=options.accel_lsb_per_g,
-        gyro_lsb_per_dps=options.gyro_lsb_per_dps,
-    )
+    return ImuConversionOptions(**_scales(options))
 
 
 def conversion_options_to_c(options: ImuConversionOptions) -> _c.imu_conversion_options_t:
     if not isinstance(options, ImuConversionOptions):
         raise TypeError(f"expected ImuConversionOptions, not {type(options).__name__}")
     record = _c.imu_conversion_options_t()
-    record.temperature_offset_c = options.temperature_offset_c
-    record.temperature_lsb_per_c = options.temperature_lsb_per_c
-    record.accel_lsb_per_g = options.accel_lsb_per_g
-    record.gyro_lsb_per_dps = options.gyro_lsb_per_dps
+    _set_scales(record, options)
     return record
 
 

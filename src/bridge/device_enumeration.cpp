@@ -12,6 +12,7 @@
 #include "bridge/device_record_text.h"
 #include "bridge/os/capture_listing.h"
 #include "bridge/vendor_status.h"
+#include "core/byte_order.h"
 #include "core/guard.h"
 #include "imu/model_table.h"
 #include "win/device_path.h"
@@ -49,10 +50,8 @@ std::optional<UsbVidPid> vid_pid_from_descriptor(SonixLib::scDevice_t& record, c
   if (!SonixCam_GetDevDescriptor(&record, kVidPidDescriptor, bytes, sizeof(bytes), 0, 0)) {
     return std::nullopt;
   }
-  const UsbVidPid big_endian{static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]),
-                             static_cast<std::uint16_t>(bytes[2] << 8 | bytes[3])};
-  const UsbVidPid little_endian{static_cast<std::uint16_t>(bytes[1] << 8 | bytes[0]),
-                                static_cast<std::uint16_t>(bytes[3] << 8 | bytes[2])};
+  const UsbVidPid big_endian{detail::load_be16(bytes), detail::load_be16(bytes + 2)};
+  const UsbVidPid little_endian{detail::load_le16(bytes), detail::load_le16(bytes + 2)};
 
   if (const std::optional<UsbVidPid> from_path = vid_pid_from_path(device_path); from_path.has_value()) {
     if (same_pair(big_endian, *from_path)) {

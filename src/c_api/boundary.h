@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "core/guard.h"
@@ -35,6 +37,27 @@ uvc_stereo_error_t guarded(const char* function, Body&& body) {
                         ? Status(ErrorCode::InternalError, failure->what())
                         : Status(ErrorCode::InternalError, std::string("unknown exception in ") + function));
       });
+}
+
+// What `body` reports: the Status it returns, or success when it returns nothing (a body that cannot fail).
+template <typename Body>
+[[nodiscard]] Status status_of(Body&& body) {
+  if constexpr (std::is_void_v<std::invoke_result_t<Body&>>) {
+    body();
+    return Status();
+  } else {
+    return body();
+  }
+}
+
+// The one shape of every C function: runs `checks` (the first failed argument check, or success) and, when they
+// pass, `body` (returning a Status, or nothing when it cannot fail), all under guarded().
+template <typename Checks, typename Body>
+uvc_stereo_error_t checked_call(const char* function, Checks&& checks, Body&& body) {
+  return guarded(function, [&]() -> Status {
+    const Status checked = checks();
+    return checked.ok() ? status_of(body) : checked;
+  });
 }
 
 // A required argument that is missing is refused with "<function>: <name> is null".
@@ -96,6 +119,12 @@ template <typename Struct>
   return value == nullptr ? Status() : require_struct(value, function, name, type_name);
 }
 
+// As require, for a pointer to `count` items that may be null when `count` is 0.
+[[nodiscard]] inline Status require_items(const void* pointer, std::size_t count, const char* function,
+                                          const char* name) {
+  return count == 0 ? Status() : require(pointer, function, name);
+}
+
 // The first of the checks that failed, else success.
 [[nodiscard]] inline Status first_failure(Status only) { return only; }
 template <typename... Rest>
@@ -116,5 +145,48 @@ template <typename... Rest>
 
 // The C-string view of an optional input string: null reads as "".
 [[nodiscard]] inline const char* or_empty(const char* text) noexcept { return text == nullptr ? "" : text; }
+
+// Hands the caller a new handle made from what an operation answered (to free with the handle's own function), or
+// the operation's failure, leaving *out as it was.
+template <typename Handle, typename Value>
+[[nodiscard]] Status hand_out(Result<Value>&& answered, Handle** out) {
+  if (!answered.ok()) {
+    return answered.status();
+  }
+  *out = std::make_unique<Handle>(std::move(answered).value()).release();
+  return Status();
+}
+
+// Fills a caller's struct that is the only argument (the *_defaults functions): `fill(*value)` once it is checked.
+template <typename Struct, typename Fill>
+uvc_stereo_error_t write_struct(const char* function, Struct* value, const char* name, const char* type_name,
+                                Fill&& fill) {
+  return checked_call(
+      function, [&] { return require_struct(value, function, name, type_name); }, [&] { fill(*value); });
+}
+
+// Answers how many items a snapshot handle holds: `size(*handle)` into *count once both are known not to be null.
+template <typename Handle, typename Size>
+uvc_stereo_error_t count_into(const char* function, const Handle* handle, const char* handle_name, std::size_t* count,
+                              Size&& size) {
+  return checked_call(
+      function,
+      [&] { return first_failure(require(handle, function, handle_name), require(count, function, "count")); },
+      [&] { *count = size(*handle); });
+}
+
+// Hands out item `index` of a snapshot handle: once the handle is not null, `check_out()` (the caller's output
+// argument) passes and the index is within `items(*handle)` (named `what` in the refusal), `give(item)` writes it.
+template <typename Handle, typename CheckOut, typename Items, typename Give>
+uvc_stereo_error_t item_into(const char* function, const Handle* handle, const char* handle_name, CheckOut&& check_out,
+                             std::size_t index, const char* what, Items&& items, Give&& give) {
+  return checked_call(
+      function,
+      [&] {
+        const Status checked = first_failure(require(handle, function, handle_name), check_out());
+        return checked.ok() ? require_index(index, items(*handle).size(), function, what) : checked;
+      },
+      [&] { give(items(*handle)[index]); });
+}
 
 }  // namespace tovanel::uvc_stereo::c_api

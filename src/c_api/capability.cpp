@@ -11,14 +11,8 @@ using namespace tovanel::uvc_stereo;
 extern "C" {
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_capability_report_defaults(uvc_stereo_capability_report_t* report) {
-  constexpr const char* kFunction = "uvc_stereo_capability_report_defaults";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::require_struct(report, kFunction, "report", "uvc_stereo_capability_report_t");
-    if (checked.ok()) {
-      c_api::to_c(CapabilityReport{}, *report);
-    }
-    return checked;
-  });
+  return c_api::write_struct("uvc_stereo_capability_report_defaults", report, "report",
+                             "uvc_stereo_capability_report_t", [](auto& out) { c_api::to_c(CapabilityReport{}, out); });
 }
 
 }  // extern "C"

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <utility>
 
 #include "c_api/boundary.h"
@@ -27,46 +26,25 @@ namespace {
 
 // Opens `info` and hands the new device to the caller.
 Status open_into(const DeviceInfo& info, const uvc_stereo_open_options_t* options, uvc_stereo_device_t** device) {
-  Result<Device> opened = open_device(info, options == nullptr ? OpenDeviceOptions{} : c_api::from_c(*options));
-  if (!opened.ok()) {
-    return opened.status();
-  }
-  *device = std::make_unique<uvc_stereo_device_t>(std::move(opened).value()).release();
-  return Status();
+  return c_api::hand_out(open_device(info, options == nullptr ? OpenDeviceOptions{} : c_api::from_c(*options)), device);
 }
 
 // An accessor that fills a caller's struct: a device and a large enough struct are required.
 template <typename Struct, typename Fill>
 uvc_stereo_error_t fill_struct(const uvc_stereo_device_t* device, Struct* out, const char* function, const char* name,
                                const char* type_name, Fill&& fill) {
-  return c_api::guarded(function, [&] {
-    Status checked = c_api::first_failure(c_api::require(device, function, "device"),
-                                          c_api::require_struct(out, function, name, type_name));
-    if (!checked.ok()) {
-      return checked;
-    }
-    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::Reading, function, [&] {
-      fill(*device, *out);
-      return Status();
-    });
-  });
+  return c_api::on_device(
+      function, device, c_api::HandleUse::Kind::Reading,
+      [&] { return c_api::require_struct(out, function, name, type_name); }, [&] { fill(*device, *out); });
 }
 
 // An accessor that answers one plain value.
 template <typename Value, typename Get>
 uvc_stereo_error_t answer_value(const uvc_stereo_device_t* device, Value* out, const char* function, const char* name,
                                 Get&& get) {
-  return c_api::guarded(function, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(device, function, "device"), c_api::require(out, function, name));
-    if (!checked.ok()) {
-      return checked;
-    }
-    return c_api::run_admitted(device->use, c_api::HandleUse::Kind::Reading, function, [&] {
-      *out = get(device->device);
-      return Status();
-    });
-  });
+  return c_api::on_device(
+      function, device, c_api::HandleUse::Kind::Reading, [&] { return c_api::require(out, function, name); },
+      [&] { *out = get(device->device); });
 }
 
 }  // namespace

@@ -17,51 +17,39 @@ extern "C" {
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_scan_devices(const uvc_stereo_scan_filter_t* filter,
                                                            uvc_stereo_device_list_t** list) {
   constexpr const char* kFunction = "uvc_stereo_scan_devices";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::first_failure(c_api::allow_struct(filter, kFunction, "filter", "uvc_stereo_scan_filter_t"),
-                                          c_api::require(list, kFunction, "list"));
-    if (!checked.ok()) {
-      return checked;
-    }
-    Result<std::vector<DeviceInfo>> scanned =
-        scan_devices(filter == nullptr ? DeviceScanFilter{} : c_api::from_c(*filter));
-    if (!scanned.ok()) {
-      return scanned.status();
-    }
-    auto made = std::make_unique<uvc_stereo_device_list_t>();
-    made->devices = std::move(scanned).value();
-    *list = made.release();
-    return Status();
-  });
+  return c_api::checked_call(
+      kFunction,
+      [&] {
+        return c_api::first_failure(c_api::allow_struct(filter, kFunction, "filter", "uvc_stereo_scan_filter_t"),
+                                    c_api::require(list, kFunction, "list"));
+      },
+      [&] {
+        Result<std::vector<DeviceInfo>> scanned =
+            scan_devices(filter == nullptr ? DeviceScanFilter{} : c_api::from_c(*filter));
+        if (!scanned.ok()) {
+          return scanned.status();
+        }
+        auto made = std::make_unique<uvc_stereo_device_list_t>();
+        made->devices = std::move(scanned).value();
+        *list = made.release();
+        return Status();
+      });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_count(const uvc_stereo_device_list_t* list,
                                                                 std::size_t* count) {
-  constexpr const char* kFunction = "uvc_stereo_device_list_count";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(list, kFunction, "list"), c_api::require(count, kFunction, "count"));
-    if (checked.ok()) {
-      *count = list->devices.size();
-    }
-    return checked;
-  });
+  return c_api::count_into("uvc_stereo_device_list_count", list, "list", count,
+                           [](const uvc_stereo_device_list_t& held) { return held.devices.size(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_device_list_get(const uvc_stereo_device_list_t* list, std::size_t index,
                                                               uvc_stereo_device_info_t* info) {
   constexpr const char* kFunction = "uvc_stereo_device_list_get";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::first_failure(c_api::require(list, kFunction, "list"),
-                                          c_api::require_struct(info, kFunction, "info", "uvc_stereo_device_info_t"));
-    if (checked.ok()) {
-      checked = c_api::require_index(index, list->devices.size(), kFunction, "devices");
-    }
-    if (checked.ok()) {
-      c_api::to_c(list->devices[index], *info);
-    }
-    return checked;
-  });
+  return c_api::item_into(
+      kFunction, list, "list",
+      [&] { return c_api::require_struct(info, kFunction, "info", "uvc_stereo_device_info_t"); }, index, "devices",
+      [](const uvc_stereo_device_list_t& held) -> const auto& { return held.devices; },
+      [&](const DeviceInfo& item) { c_api::to_c(item, *info); });
 }
 
 void UVC_STEREO_CALL uvc_stereo_device_list_free(uvc_stereo_device_list_t* list) { delete list; }

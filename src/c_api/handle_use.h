@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <mutex>
 
+#include "c_api/boundary.h"
 #include "uvc_stereo/result.h"
 
 namespace tovanel::uvc_stereo::c_api {
@@ -80,5 +81,24 @@ template <typename Body>
   const HandleCall call(use, kind, function);
   return call.admission().ok() ? body() : call.admission();
 }
+
+// The one shape of a C function on a device handle: refuses a null `device`, then the first failed `checks`, then
+// runs `body` (returning a Status, or nothing when it cannot fail) as one call of `kind` admitted by the handle, all
+// under guarded().
+template <typename DeviceHandle, typename Checks, typename Body>
+uvc_stereo_error_t on_device(const char* function, DeviceHandle* device, HandleUse::Kind kind, Checks&& checks,
+                             Body&& body) {
+  return checked_call(
+      function,
+      [&] {
+        // The other checks may write the caller's outputs, so they wait until the device is known.
+        const Status present = require(device, function, "device");
+        return present.ok() ? checks() : present;
+      },
+      [&] { return run_admitted(device->use, kind, function, [&] { return status_of(body); }); });
+}
+
+// The `checks` of on_device for a call whose only argument is the device itself.
+[[nodiscard]] inline Status no_other_arguments() { return Status(); }
 
 }  // namespace tovanel::uvc_stereo::c_api

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <memory>
 
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
@@ -71,17 +70,13 @@ Status read_into(uvc_stereo_imu_stream_t& stream, uvc_stereo_imu_stream_sample_t
 extern "C" {
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_options_defaults(uvc_stereo_imu_stream_options_t* options) {
-  constexpr const char* kFunction = "uvc_stereo_imu_stream_options_defaults";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::require_struct(options, kFunction, "options", "uvc_stereo_imu_stream_options_t");
-    if (checked.ok()) {
-      const ImuStreamOptions defaults;
-      options->nominal_rate_hz = defaults.nominal_rate_hz;
-      options->reads_per_sample = defaults.reads_per_sample;
-      options->max_reads_per_second = defaults.max_reads_per_second;
-    }
-    return checked;
-  });
+  return c_api::write_struct("uvc_stereo_imu_stream_options_defaults", options, "options",
+                             "uvc_stereo_imu_stream_options_t", [](auto& out) {
+                               const ImuStreamOptions defaults;
+                               out.nominal_rate_hz = defaults.nominal_rate_hz;
+                               out.reads_per_sample = defaults.reads_per_sample;
+                               out.max_reads_per_second = defaults.max_reads_per_second;
+                             });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_open(uvc_stereo_device_t* device,
@@ -98,13 +93,8 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_open(uvc_stereo_device_
       return checked;
     }
     *stream = nullptr;
-    Result<ImuStream> opened =
-        ImuStream::open(device->device, options != nullptr ? from_c(*options) : ImuStreamOptions{});
-    if (!opened.ok()) {
-      return opened.status();
-    }
-    *stream = std::make_unique<uvc_stereo_imu_stream_t>(std::move(opened).value()).release();
-    return Status();
+    return c_api::hand_out(ImuStream::open(device->device, options != nullptr ? from_c(*options) : ImuStreamOptions{}),
+                           stream);
   });
 }
 
@@ -131,33 +121,34 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_read(uvc_stereo_imu_str
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_imu_stream_statistics(const uvc_stereo_imu_stream_t* stream,
                                                                     uvc_stereo_imu_stream_statistics_t* statistics) {
   constexpr const char* kFunction = "uvc_stereo_imu_stream_statistics";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::first_failure(
-        c_api::require(stream, kFunction, "stream"),
-        c_api::require_struct(statistics, kFunction, "statistics", "uvc_stereo_imu_stream_statistics_t"));
-    if (!checked.ok()) {
-      return checked;
-    }
-    const Result<ImuStreamStatistics> stats = stream->stream.statistics();
-    if (!stats.ok()) {
-      return stats.status();
-    }
-    const ImuStreamStatistics& in = stats.value();
-    statistics->samples_delivered = in.samples_delivered;
-    statistics->duplicate_reads = in.duplicate_reads;
-    statistics->samples_missed = in.samples_missed;
-    statistics->restarts = in.restarts;
-    statistics->reads = in.reads;
-    statistics->failed_reads = in.failed_reads;
-    statistics->rate_hz = in.rate_hz;
-    statistics->nominal_rate_hz = in.nominal_rate_hz;
-    statistics->clock_error_ppm = in.clock_error_ppm;
-    statistics->read_latency_min_ns = in.read_latency_min_ns;
-    statistics->read_latency_median_ns = in.read_latency_median_ns;
-    statistics->read_latency_p99_ns = in.read_latency_p99_ns;
-    statistics->read_latency_max_ns = in.read_latency_max_ns;
-    return Status();
-  });
+  return c_api::checked_call(
+      kFunction,
+      [&] {
+        return c_api::first_failure(
+            c_api::require(stream, kFunction, "stream"),
+            c_api::require_struct(statistics, kFunction, "statistics", "uvc_stereo_imu_stream_statistics_t"));
+      },
+      [&] {
+        const Result<ImuStreamStatistics> stats = stream->stream.statistics();
+        if (!stats.ok()) {
+          return stats.status();
+        }
+        const ImuStreamStatistics& in = stats.value();
+        statistics->samples_delivered = in.samples_delivered;
+        statistics->duplicate_reads = in.duplicate_reads;
+        statistics->samples_missed = in.samples_missed;
+        statistics->restarts = in.restarts;
+        statistics->reads = in.reads;
+        statistics->failed_reads = in.failed_reads;
+        statistics->rate_hz = in.rate_hz;
+        statistics->nominal_rate_hz = in.nominal_rate_hz;
+        statistics->clock_error_ppm = in.clock_error_ppm;
+        statistics->read_latency_min_ns = in.read_latency_min_ns;
+        statistics->read_latency_median_ns = in.read_latency_median_ns;
+        statistics->read_latency_p99_ns = in.read_latency_p99_ns;
+        statistics->read_latency_max_ns = in.read_latency_max_ns;
+        return Status();
+      });
 }
 
 void UVC_STEREO_CALL uvc_stereo_imu_stream_free(uvc_stereo_imu_stream_t* stream) { delete stream; }

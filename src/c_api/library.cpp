@@ -26,39 +26,31 @@ const char* UVC_STEREO_CALL uvc_stereo_version(void) { return UVC_STEREO_LIBRARY
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_crc32_ieee(const void* data, std::size_t length, std::uint32_t* crc) {
   constexpr const char* kFunction = "uvc_stereo_crc32_ieee";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::require(crc, kFunction, "crc");
-    if (checked.ok() && length != 0) {
-      checked = c_api::require(data, kFunction, "data");
-    }
-    if (!checked.ok()) {
-      return checked;
-    }
-    // The kernel crc32_ieee runs, straight on the caller's bytes rather than on a copy of them.
-    const detail::CrcKernel kernel = detail::active_crc_kernel(detail::CrcPolynomial::Ieee).run;
-    *crc = length == 0 ? 0 : kernel(0, static_cast<const std::uint8_t*>(data), length);
-    return Status();
-  });
+  return c_api::checked_call(
+      kFunction,
+      [&] {
+        return c_api::first_failure(c_api::require(crc, kFunction, "crc"),
+                                    c_api::require_items(data, length, kFunction, "data"));
+      },
+      [&] {
+        // The kernel crc32_ieee runs, straight on the caller's bytes rather than on a copy of them.
+        const detail::CrcKernel kernel = detail::active_crc_kernel(detail::CrcPolynomial::Ieee).run;
+        *crc = length == 0 ? 0 : kernel(0, static_cast<const std::uint8_t*>(data), length);
+      });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_minify_and_validate_json(const char* json, std::size_t json_length,
                                                                        char* out, std::size_t out_size,
                                                                        std::size_t* required_size) {
   constexpr const char* kFunction = "uvc_stereo_minify_and_validate_json";
-  return c_api::guarded(kFunction, [&] {
-    if (json_length != 0) {
-      Status present = c_api::require(json, kFunction, "json");
-      if (!present.ok()) {
-        return present;
-      }
-    }
-    Result<std::string> minified =
-        minify_and_validate_json(std::string_view(json_length == 0 ? "" : json, json_length));
-    if (!minified.ok()) {
-      return minified.status();
-    }
-    return c_api::copy_text(minified.value(), out, out_size, required_size, kFunction);
-  });
+  return c_api::checked_call(
+      kFunction, [&] { return c_api::require_items(json, json_length, kFunction, "json"); },
+      [&] {
+        Result<std::string> minified =
+            minify_and_validate_json(std::string_view(json_length == 0 ? "" : json, json_length));
+        return minified.ok() ? c_api::copy_text(minified.value(), out, out_size, required_size, kFunction)
+                             : minified.status();
+      });
 }
 
 const char* UVC_STEREO_CALL uvc_stereo_opencv_backend_name(std::int32_t backend) {

@@ -7,6 +7,7 @@
 #include "uvc_stereo/capability.h"
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/records.h"
+#include "uvc_stereo/result.h"
 #include "uvc_stereo/uvc_stereo_c.h"
 
 namespace tovanel::uvc_stereo::c_api {
@@ -31,5 +32,15 @@ void to_c(const ConvertedImuResult& sample, uvc_stereo_imu_converted_t& out) noe
 
 [[nodiscard]] DeviceScanFilter from_c(const uvc_stereo_scan_filter_t& filter) noexcept;
 [[nodiscard]] OpenDeviceOptions from_c(const uvc_stereo_open_options_t& options) noexcept;
+
+// What an operation answered, into the caller's struct: its failure, or its value written with to_c().
+template <typename Value, typename Struct>
+[[nodiscard]] Status deliver(const Result<Value>& answered, Struct& out) {
+  if (!answered.ok()) {
+    return answered.status();
+  }
+  to_c(answered.value(), out);
+  return Status();
+}
 
 }  // namespace tovanel::uvc_stereo::c_api

@@ -34,16 +34,18 @@ Status camera_arguments(const uvc_stereo_rig_t* rig, std::int32_t camera, const 
   return Status();
 }
 
+// Runs `body` once the rig, its camera and then the other arguments (`checks`) pass.
+template <typename Rig, typename Checks, typename Body>
+uvc_stereo_error_t on_camera(Rig* rig, std::int32_t camera, const char* function, Checks&& checks, Body&& body) {
+  return c_api::checked_call(
+      function, [&] { return c_api::first_failure(camera_arguments(rig, camera, function), checks()); }, body);
+}
+
 // Runs `change` on a camera of the rig once the arguments are checked.
 template <typename Change>
 uvc_stereo_error_t on_camera(uvc_stereo_rig_t* rig, std::int32_t camera, const char* function, Change&& change) {
-  return c_api::guarded(function, [&] {
-    Status checked = camera_arguments(rig, camera, function);
-    if (checked.ok()) {
-      change(rig->rig);
-    }
-    return checked;
-  });
+  return on_camera(
+      rig, camera, function, [] { return c_api::no_other_arguments(); }, [&] { change(rig->rig); });
 }
 
 }  // namespace
@@ -51,25 +53,15 @@ uvc_stereo_error_t on_camera(uvc_stereo_rig_t* rig, std::int32_t camera, const c
 extern "C" {
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_camera_defaults(uvc_stereo_rig_camera_t* camera) {
-  constexpr const char* kFunction = "uvc_stereo_rig_camera_defaults";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::require_struct(camera, kFunction, "camera", "uvc_stereo_rig_camera_t");
-    if (checked.ok()) {
-      c_api::write_defaults(*camera);
-    }
-    return checked;
-  });
+  return c_api::write_struct("uvc_stereo_rig_camera_defaults", camera, "camera", "uvc_stereo_rig_camera_t",
+                             [](auto& out) { c_api::write_defaults(out); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_create(uvc_stereo_rig_t** rig) {
   constexpr const char* kFunction = "uvc_stereo_rig_create";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::require(rig, kFunction, "rig");
-    if (checked.ok()) {
-      *rig = std::make_unique<uvc_stereo_rig_t>().release();
-    }
-    return checked;
-  });
+  return c_api::checked_call(
+      kFunction, [&] { return c_api::require(rig, kFunction, "rig"); },
+      [&] { *rig = std::make_unique<uvc_stereo_rig_t>().release(); });
 }
 
 void UVC_STEREO_CALL uvc_stereo_rig_destroy(uvc_stereo_rig_t* rig) { delete rig; }
@@ -78,34 +70,26 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_camera(uvc_stereo_rig_t* r
                                                              const uvc_stereo_rig_camera_t* camera,
                                                              std::int32_t* index) {
   constexpr const char* kFunction = "uvc_stereo_rig_add_camera";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(rig, kFunction, "rig"),
-                             c_api::require_struct(camera, kFunction, "camera", "uvc_stereo_rig_camera_t"));
-    if (checked.ok()) {
-      checked = c_api::check_node_access(*camera, kFunction);
-    }
-    if (!checked.ok()) {
-      return checked;
-    }
-    const int added = rig->rig.add_camera(c_api::from_c(*camera));
-    if (index != nullptr) {
-      *index = added;
-    }
-    return Status();
-  });
+  return c_api::checked_call(
+      kFunction,
+      [&] {
+        const Status checked =
+            c_api::first_failure(c_api::require(rig, kFunction, "rig"),
+                                 c_api::require_struct(camera, kFunction, "camera", "uvc_stereo_rig_camera_t"));
+        return checked.ok() ? c_api::check_node_access(*camera, kFunction) : checked;
+      },
+      [&] {
+        const int added = rig->rig.add_camera(c_api::from_c(*camera));
+        if (index != nullptr) {
+          *index = added;
+        }
+        return Status();
+      });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_camera_count(const uvc_stereo_rig_t* rig, std::size_t* count) {
-  constexpr const char* kFunction = "uvc_stereo_rig_camera_count";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(count, kFunction, "count"));
-    if (checked.ok()) {
-      *count = rig->rig.camera_count();
-    }
-    return checked;
-  });
+  return c_api::count_into("uvc_stereo_rig_camera_count", rig, "rig", count,
+                           [](const uvc_stereo_rig_t& held) { return held.rig.camera_count(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_unplug(uvc_stereo_rig_t* rig, std::int32_t camera) {
@@ -131,56 +115,46 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_flash(const uvc_stereo_rig_t* 
                                                         std::uint8_t* buffer, std::size_t buffer_size,
                                                         std::size_t* copied) {
   constexpr const char* kFunction = "uvc_stereo_rig_flash";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = camera_arguments(rig, camera, kFunction);
-    if (checked.ok() && length != 0) {
-      checked = c_api::require(buffer, kFunction, "buffer");
-    }
-    if (checked.ok() && buffer_size < length) {
-      checked = Status(ErrorCode::InvalidArgument, std::string(kFunction) + ": the buffer holds " +
-                                                       std::to_string(buffer_size) + " bytes, the range is " +
-                                                       std::to_string(length));
-    }
-    if (!checked.ok()) {
-      return checked;
-    }
-    const std::vector<std::uint8_t> bytes = rig->rig.flash(camera, address, length);
-    std::copy(bytes.begin(), bytes.end(), buffer);
-    if (copied != nullptr) {
-      *copied = bytes.size();
-    }
-    return Status();
-  });
+  return c_api::checked_call(
+      kFunction,
+      [&] {
+        Status checked = c_api::first_failure(camera_arguments(rig, camera, kFunction),
+                                              c_api::require_items(buffer, length, kFunction, "buffer"));
+        if (checked.ok() && buffer_size < length) {
+          checked = Status(ErrorCode::InvalidArgument, std::string(kFunction) + ": the buffer holds " +
+                                                           std::to_string(buffer_size) + " bytes, the range is " +
+                                                           std::to_string(length));
+        }
+        return checked;
+      },
+      [&] {
+        const std::vector<std::uint8_t> bytes = rig->rig.flash(camera, address, length);
+        std::copy(bytes.begin(), bytes.end(), buffer);
+        if (copied != nullptr) {
+          *copied = bytes.size();
+        }
+      });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_flash(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                             std::uint32_t address, const std::uint8_t* bytes,
                                                             std::size_t length) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_flash";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = camera_arguments(rig, camera, kFunction);
-    if (checked.ok() && length != 0) {
-      checked = c_api::require(bytes, kFunction, "bytes");
-    }
-    if (checked.ok()) {
-      rig->rig.set_flash(camera, address,
-                         length == 0 ? std::vector<std::uint8_t>() : std::vector<std::uint8_t>(bytes, bytes + length));
-    }
-    return checked;
-  });
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require_items(bytes, length, kFunction, "bytes"); },
+      [&] {
+        rig->rig.set_flash(
+            camera, address,
+            length == 0 ? std::vector<std::uint8_t>() : std::vector<std::uint8_t>(bytes, bytes + length));
+      });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_write_protected(const uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                   bool* is_protected) {
   constexpr const char* kFunction = "uvc_stereo_rig_write_protected";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                                          c_api::require(is_protected, kFunction, "is_protected"));
-    if (checked.ok()) {
-      *is_protected = rig->rig.write_protected(camera);
-    }
-    return checked;
-  });
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require(is_protected, kFunction, "is_protected"); },
+      [&] { *is_protected = rig->rig.write_protected(camera); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_cut_power_during_write(uvc_stereo_rig_t* rig, std::int32_t camera,
@@ -204,43 +178,30 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_stuck_zero_bits(uvc_stereo
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_report(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                         const uvc_stereo_capability_report_t* report) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_capability_report";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                             c_api::require_struct(report, kFunction, "report", "uvc_stereo_capability_report_t"));
-    if (checked.ok()) {
-      rig->rig.set_capability_report(camera, c_api::from_c(*report));
-    }
-    return checked;
-  });
+  return on_camera(
+      rig, camera, kFunction,
+      [&] { return c_api::require_struct(report, kFunction, "report", "uvc_stereo_capability_report_t"); },
+      [&] { rig->rig.set_capability_report(camera, c_api::from_c(*report)); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capability_bytes(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                        const std::uint8_t report[64]) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_capability_bytes";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(camera_arguments(rig, camera, kFunction), c_api::require(report, kFunction, "report"));
-    if (checked.ok()) {
-      std::array<std::uint8_t, 64> bytes{};
-      std::copy(report, report + bytes.size(), bytes.begin());
-      rig->rig.set_capability_report(camera, bytes);
-    }
-    return checked;
-  });
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require(report, kFunction, "report"); },
+      [&] {
+        std::array<std::uint8_t, 64> bytes{};
+        std::copy(report, report + bytes.size(), bytes.begin());
+        rig->rig.set_capability_report(camera, bytes);
+      });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                        const char* version) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_firmware_version";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(camera_arguments(rig, camera, kFunction), c_api::require(version, kFunction, "version"));
-    if (checked.ok()) {
-      rig->rig.set_firmware_version(camera, version);
-    }
-    return checked;
-  });
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require(version, kFunction, "version"); },
+      [&] { rig->rig.set_firmware_version(camera, version); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_rig_t* rig, std::int32_t camera,
@@ -252,14 +213,9 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_ri
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_next_imu_counter(const uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                    std::uint32_t* counter) {
   constexpr const char* kFunction = "uvc_stereo_rig_next_imu_counter";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(camera_arguments(rig, camera, kFunction), c_api::require(counter, kFunction, "counter"));
-    if (checked.ok()) {
-      *counter = rig->rig.next_imu_counter(camera);
-    }
-    return checked;
-  });
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::require(counter, kFunction, "counter"); },
+      [&] { *counter = rig->rig.next_imu_counter(camera); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capture_devices(uvc_stereo_rig_t* rig, std::int32_t backend,
@@ -297,20 +253,20 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_fault(uvc_stereo_rig_t* ri
                                                             std::uint32_t times, std::int32_t vendor_code,
                                                             bool error_code_query_fails) {
   constexpr const char* kFunction = "uvc_stereo_rig_add_fault";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(call, kFunction, "call"));
-    if (checked.ok()) {
-      sim::VendorFault fault;
-      fault.call = call;
-      fault.nth = nth;
-      fault.times = times;
-      fault.vendor_code = vendor_code;
-      fault.error_code_query_fails = error_code_query_fails;
-      rig->rig.add_fault(fault);
-    }
-    return checked;
-  });
+  return c_api::checked_call(
+      kFunction,
+      [&] {
+        return c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(call, kFunction, "call"));
+      },
+      [&] {
+        sim::VendorFault fault;
+        fault.call = call;
+        fault.nth = nth;
+        fault.times = times;
+        fault.vendor_code = vendor_code;
+        fault.error_code_query_fails = error_code_query_fails;
+        rig->rig.add_fault(fault);
+      });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_faults(uvc_stereo_rig_t* rig) {
@@ -339,36 +295,27 @@ sim::SimulatedImuTiming from_c(const uvc_stereo_rig_imu_timing_t& timing) noexce
 extern "C" {
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_imu_timing_defaults(uvc_stereo_rig_imu_timing_t* timing) {
-  constexpr const char* kFunction = "uvc_stereo_rig_imu_timing_defaults";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::require_struct(timing, kFunction, "timing", "uvc_stereo_rig_imu_timing_t");
-    if (checked.ok()) {
-      const sim::SimulatedImuTiming defaults;
-      timing->rate_hz = defaults.rate_hz;
-      timing->clock_error_ppm = defaults.clock_error_ppm;
-      timing->latency_min_ns = defaults.latency_min_ns;
-      timing->latency_max_ns = defaults.latency_max_ns;
-      timing->stall_probability = defaults.stall_probability;
-      timing->stall_min_ns = defaults.stall_min_ns;
-      timing->stall_max_ns = defaults.stall_max_ns;
-      timing->seed = defaults.seed;
-    }
-    return checked;
-  });
+  return c_api::write_struct("uvc_stereo_rig_imu_timing_defaults", timing, "timing", "uvc_stereo_rig_imu_timing_t",
+                             [](auto& out) {
+                               const sim::SimulatedImuTiming defaults;
+                               out.rate_hz = defaults.rate_hz;
+                               out.clock_error_ppm = defaults.clock_error_ppm;
+                               out.latency_min_ns = defaults.latency_min_ns;
+                               out.latency_max_ns = defaults.latency_max_ns;
+                               out.stall_probability = defaults.stall_probability;
+                               out.stall_min_ns = defaults.stall_min_ns;
+                               out.stall_max_ns = defaults.stall_max_ns;
+                               out.seed = defaults.seed;
+                             });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_imu_timing(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                  const uvc_stereo_rig_imu_timing_t* timing) {
   constexpr const char* kFunction = "uvc_stereo_rig_set_imu_timing";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(camera_arguments(rig, camera, kFunction),
-                             c_api::require_struct(timing, kFunction, "timing", "uvc_stereo_rig_imu_timing_t"));
-    if (checked.ok()) {
-      rig->rig.set_imu_timing(camera, from_c(*timing));
-    }
-    return checked;
-  });
+  return on_camera(
+      rig, camera, kFunction,
+      [&] { return c_api::require_struct(timing, kFunction, "timing", "uvc_stereo_rig_imu_timing_t"); },
+      [&] { rig->rig.set_imu_timing(camera, from_c(*timing)); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_restart_imu(uvc_stereo_rig_t* rig, std::int32_t camera) {
@@ -383,14 +330,12 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_use_virtual_time(uvc_stereo_ri
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_now_ns(const uvc_stereo_rig_t* rig, std::uint64_t* now_ns) {
   constexpr const char* kFunction = "uvc_stereo_rig_now_ns";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(now_ns, kFunction, "now_ns"));
-    if (checked.ok()) {
-      *now_ns = rig->rig.now_ns();
-    }
-    return checked;
-  });
+  return c_api::checked_call(
+      kFunction,
+      [&] {
+        return c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(now_ns, kFunction, "now_ns"));
+      },
+      [&] { *now_ns = rig->rig.now_ns(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_advance_time(uvc_stereo_rig_t* rig, std::uint64_t ns) {

@@ -12,13 +12,8 @@ namespace tovanel::uvc_stereo::c_api {
 // Runs `change` on the rig once it is known not to be null.
 template <typename Change>
 uvc_stereo_error_t on_rig(uvc_stereo_rig_t* rig, const char* function, Change&& change) {
-  return guarded(function, [&] {
-    Status checked = require(rig, function, "rig");
-    if (checked.ok()) {
-      change(rig->rig);
-    }
-    return checked;
-  });
+  return checked_call(
+      function, [&] { return require(rig, function, "rig"); }, [&] { change(rig->rig); });
 }
 
 }  // namespace tovanel::uvc_stereo::c_api

@@ -1,9 +1,5 @@
 // Simulated rigs kept in a directory, through the C interface.
 
-#include <memory>
-#include <string>
-#include <utility>
-
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -15,31 +11,21 @@ extern "C" {
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_create_in_directory(const char* directory, uvc_stereo_rig_t** rig) {
   constexpr const char* kFunction = "uvc_stereo_rig_create_in_directory";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(directory, kFunction, "directory"), c_api::require(rig, kFunction, "rig"));
-    if (!checked.ok()) {
-      return checked;
-    }
-    Result<std::unique_ptr<sim::SimulatedRig>> kept = sim::SimulatedRig::keep_in_directory(directory);
-    if (!kept.ok()) {
-      return kept.status();
-    }
-    *rig = std::make_unique<uvc_stereo_rig_t>(std::move(kept).value()).release();
-    return Status();
-  });
+  return c_api::checked_call(
+      kFunction,
+      [&] {
+        return c_api::first_failure(c_api::require(directory, kFunction, "directory"),
+                                    c_api::require(rig, kFunction, "rig"));
+      },
+      [&] { return c_api::hand_out(sim::SimulatedRig::keep_in_directory(directory), rig); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_directory(const uvc_stereo_rig_t* rig, char* buffer,
                                                             size_t buffer_size, size_t* required_size) {
   constexpr const char* kFunction = "uvc_stereo_rig_directory";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::require(rig, kFunction, "rig");
-    if (!checked.ok()) {
-      return checked;
-    }
-    return c_api::copy_text(rig->rig.directory(), buffer, buffer_size, required_size, kFunction);
-  });
+  return c_api::checked_call(
+      kFunction, [&] { return c_api::require(rig, kFunction, "rig"); },
+      [&] { return c_api::copy_text(rig->rig.directory(), buffer, buffer_size, required_size, kFunction); });
 }
 
 }  // extern "C"

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
@@ -14,48 +15,46 @@
 
 using namespace tovanel::uvc_stereo;
 
+namespace {
+
+// Hands the caller a new snapshot of what the rig saw, filled by `fill(rig, snapshot)`, to free with its own function.
+template <typename Snapshot, typename Fill>
+uvc_stereo_error_t snapshot(const uvc_stereo_rig_t* rig, const char* function, Snapshot** out, const char* out_name,
+                            Fill&& fill) {
+  return c_api::checked_call(
+      function,
+      [&] {
+        return c_api::first_failure(c_api::require(rig, function, "rig"), c_api::require(out, function, out_name));
+      },
+      [&] {
+        auto made = std::make_unique<Snapshot>();
+        fill(*rig, *made);
+        *out = made.release();
+      });
+}
+
+}  // namespace
+
 extern "C" {
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_calls(const uvc_stereo_rig_t* rig, uvc_stereo_rig_call_log_t** log) {
-  constexpr const char* kFunction = "uvc_stereo_rig_calls";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(log, kFunction, "log"));
-    if (checked.ok()) {
-      auto made = std::make_unique<uvc_stereo_rig_call_log_t>();
-      made->calls = rig->rig.calls();
-      *log = made.release();
-    }
-    return checked;
-  });
+  return snapshot(rig, "uvc_stereo_rig_calls", log, "log",
+                  [](const uvc_stereo_rig_t& held, uvc_stereo_rig_call_log_t& made) { made.calls = held.rig.calls(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_count(const uvc_stereo_rig_call_log_t* log,
                                                                  std::size_t* count) {
-  constexpr const char* kFunction = "uvc_stereo_rig_call_log_count";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(log, kFunction, "log"), c_api::require(count, kFunction, "count"));
-    if (checked.ok()) {
-      *count = log->calls.size();
-    }
-    return checked;
-  });
+  return c_api::count_into("uvc_stereo_rig_call_log_count", log, "log", count,
+                           [](const uvc_stereo_rig_call_log_t& held) { return held.calls.size(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_call_log_get(const uvc_stereo_rig_call_log_t* log, std::size_t index,
                                                                uvc_stereo_rig_call_t* call) {
   constexpr const char* kFunction = "uvc_stereo_rig_call_log_get";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::first_failure(c_api::require(log, kFunction, "log"),
-                                          c_api::require_struct(call, kFunction, "call", "uvc_stereo_rig_call_t"));
-    if (checked.ok()) {
-      checked = c_api::require_index(index, log->calls.size(), kFunction, "calls");
-    }
-    if (checked.ok()) {
-      c_api::to_c(log->calls[index], *call);
-    }
-    return checked;
-  });
+  return c_api::item_into(
+      kFunction, log, "log", [&] { return c_api::require_struct(call, kFunction, "call", "uvc_stereo_rig_call_t"); },
+      index, "calls", [](const uvc_stereo_rig_call_log_t& held) -> const auto& { return held.calls; },
+      [&](const sim::VendorCall& item) { c_api::to_c(item, *call); });
 }
 
 void UVC_STEREO_CALL uvc_stereo_rig_call_log_free(uvc_stereo_rig_call_log_t* log) { delete log; }
@@ -66,60 +65,37 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_clear_calls(uvc_stereo_rig_t* 
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_violations(const uvc_stereo_rig_t* rig,
                                                              uvc_stereo_string_list_t** violations) {
-  constexpr const char* kFunction = "uvc_stereo_rig_violations";
-  return c_api::guarded(kFunction, [&] {
-    Status checked = c_api::first_failure(c_api::require(rig, kFunction, "rig"),
-                                          c_api::require(violations, kFunction, "violations"));
-    if (checked.ok()) {
-      auto made = std::make_unique<uvc_stereo_string_list_t>();
-      made->texts = rig->rig.violations();
-      *violations = made.release();
-    }
-    return checked;
-  });
+  return snapshot(
+      rig, "uvc_stereo_rig_violations", violations, "violations",
+      [](const uvc_stereo_rig_t& held, uvc_stereo_string_list_t& made) { made.texts = held.rig.violations(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_count(const uvc_stereo_string_list_t* list,
                                                                 std::size_t* count) {
-  constexpr const char* kFunction = "uvc_stereo_string_list_count";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(list, kFunction, "list"), c_api::require(count, kFunction, "count"));
-    if (checked.ok()) {
-      *count = list->texts.size();
-    }
-    return checked;
-  });
+  return c_api::count_into("uvc_stereo_string_list_count", list, "list", count,
+                           [](const uvc_stereo_string_list_t& held) { return held.texts.size(); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_string_list_get(const uvc_stereo_string_list_t* list, std::size_t index,
                                                               const char** text) {
   constexpr const char* kFunction = "uvc_stereo_string_list_get";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(list, kFunction, "list"), c_api::require(text, kFunction, "text"));
-    if (checked.ok()) {
-      checked = c_api::require_index(index, list->texts.size(), kFunction, "texts");
-    }
-    if (checked.ok()) {
-      *text = list->texts[index].c_str();
-    }
-    return checked;
-  });
+  return c_api::item_into(
+      kFunction, list, "list", [&] { return c_api::require(text, kFunction, "text"); }, index, "texts",
+      [](const uvc_stereo_string_list_t& held) -> const auto& { return held.texts; },
+      [&](const std::string& item) { *text = item.c_str(); });
 }
 
 void UVC_STEREO_CALL uvc_stereo_string_list_free(uvc_stereo_string_list_t* list) { delete list; }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_open_sessions(const uvc_stereo_rig_t* rig, std::int32_t* sessions) {
   constexpr const char* kFunction = "uvc_stereo_rig_open_sessions";
-  return c_api::guarded(kFunction, [&] {
-    Status checked =
-        c_api::first_failure(c_api::require(rig, kFunction, "rig"), c_api::require(sessions, kFunction, "sessions"));
-    if (checked.ok()) {
-      *sessions = rig->rig.open_sessions();
-    }
-    return checked;
-  });
+  return c_api::checked_call(
+      kFunction,
+      [&] {
+        return c_api::first_failure(c_api::require(rig, kFunction, "rig"),
+                                    c_api::require(sessions, kFunction, "sessions"));
+      },
+      [&] { *sessions = rig->rig.open_sessions(); });
 }
 
 }  // extern "C"

@@ -2,12 +2,21 @@
 
 #include <cstdint>
 
-// Little-endian field access one byte at a time, so that records decode the same on
-// every host and from any alignment.
+// Little-endian (and, for the fields a device sends big-endian, big-endian) field access one byte at a time, so that
+// records decode the same on every host and from any alignment.
 namespace tovanel::uvc_stereo::detail {
 
 [[nodiscard]] constexpr std::uint16_t load_le16(const std::uint8_t* bytes) noexcept {
   return static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8));
+}
+
+[[nodiscard]] constexpr std::uint16_t load_be16(const std::uint8_t* bytes) noexcept {
+  return static_cast<std::uint16_t>((bytes[0] << 8) | bytes[1]);
+}
+
+constexpr void store_be16(std::uint8_t* bytes, std::uint16_t value) noexcept {
+  bytes[0] = static_cast<std::uint8_t>(value >> 8);
+  bytes[1] = static_cast<std::uint8_t>(value & 0xFFu);
 }
 
 [[nodiscard]] constexpr std::uint32_t load_le32(const std::uint8_t* bytes) noexcept {

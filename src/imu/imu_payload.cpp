@@ -1,5 +1,7 @@
 #include "imu/imu_payload.h"
 
+#include "core/byte_order.h"
+
 namespace tovanel::uvc_stereo::detail {
 namespace {
 
@@ -12,16 +14,13 @@ constexpr std::size_t kCounterLowOffset = 15;
 constexpr std::size_t kCounterHighOffset = 16;
 constexpr std::uint32_t kCounterMask = 0xFFFFF;
 
+// The device sends two's complement; the conversion is spelled out so it holds before C++20 too.
 std::int16_t load_be_i16(const std::uint8_t* bytes) {
-  const int raw = (bytes[0] << 8) | bytes[1];
+  const int raw = load_be16(bytes);
   return static_cast<std::int16_t>(raw >= 0x8000 ? raw - 0x10000 : raw);
 }
 
-void store_be_i16(std::uint8_t* bytes, std::int16_t value) {
-  const auto raw = static_cast<std::uint16_t>(value);
-  bytes[0] = static_cast<std::uint8_t>(raw >> 8);
-  bytes[1] = static_cast<std::uint8_t>(raw & 0xFFu);
-}
+void store_be_i16(std::uint8_t* bytes, std::int16_t value) { store_be16(bytes, static_cast<std::uint16_t>(value)); }
 
 }  // namespace
 

@@ -153,7 +153,7 @@ bool VendorCallScope::admit(bool needs_session) {
 }
 
 CameraState* VendorCallScope::admit_device() {
-  if (!admit(true)) {
+  if (!rig_active() || !admit(true)) {
     return nullptr;
   }
   CameraState* camera = named_camera();

@@ -47,7 +47,8 @@ class VendorCallScope {
   // The fault that lets this call answer and then fail, if one fired.
   [[nodiscard]] const std::optional<VendorFault>& answering_fault() const noexcept { return answering_fault_; }
   // admit(true), then the plugged camera the record names; null (already failed) when
-  // the record names no camera of this rig or an unplugged one.
+  // the record names no camera of this rig or an unplugged one, and null with nothing
+  // recorded when no rig is active.
   [[nodiscard]] CameraState* admit_device();
   // admit_device(), for a call that goes through the camera's video node: null (failed
   // with "ecGetKsControlFail", as the kernel's refusal reaches the library) when this

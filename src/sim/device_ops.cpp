@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "core/byte_order.h"
 #include "sim/backend_ops.h"
 #include "sim/call_scope.h"
 #include "sim/extension_unit.h"
@@ -32,20 +33,12 @@ const std::optional<std::string>* string_descriptor(const SimulatedCamera& camer
 }
 
 void write_vid_pid(const SimulatedCamera& camera, std::uint8_t* out) {
-  const auto vid_high = static_cast<std::uint8_t>(camera.vendor_id >> 8);
-  const auto vid_low = static_cast<std::uint8_t>(camera.vendor_id & 0xFFu);
-  const auto pid_high = static_cast<std::uint8_t>(camera.product_id >> 8);
-  const auto pid_low = static_cast<std::uint8_t>(camera.product_id & 0xFFu);
   if (camera.descriptor_order == DescriptorByteOrder::BigEndian) {
-    out[0] = vid_high;
-    out[1] = vid_low;
-    out[2] = pid_high;
-    out[3] = pid_low;
+    detail::store_be16(out, camera.vendor_id);
+    detail::store_be16(out + 2, camera.product_id);
   } else {
-    out[0] = vid_low;
-    out[1] = vid_high;
-    out[2] = pid_low;
-    out[3] = pid_high;
+    detail::store_le16(out, camera.vendor_id);
+    detail::store_le16(out + 2, camera.product_id);
   }
 }
 
@@ -55,9 +48,6 @@ enum class Path : std::uint8_t { Descriptors, VideoNode };
 // node this account may open, for a call through the node) and the buffer is there; null when the call has already
 // failed. Descriptors come from what the bus reported when the camera was plugged, which needs no node.
 CameraState* admit_with_buffer(VendorCallScope& call, const void* buffer, Path path) {
-  if (!call.rig_active()) {
-    return nullptr;
-  }
   CameraState* camera = path == Path::VideoNode ? call.admit_node() : call.admit_device();
   if (camera != nullptr && buffer == nullptr) {
     static_cast<void>(call.fail(SonixLib::ecGetKsControlFail));
@@ -94,7 +84,7 @@ bool sim_get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, std
 
 bool sim_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, const std::uint8_t guid[16]) {
   VendorCallScope call("SonixCam_SetNodeID", device, {node_id});
-  if (!call.rig_active() || call.admit_node() == nullptr) {
+  if (call.admit_node() == nullptr) {
     return false;
   }
   if (guid == nullptr || std::memcmp(guid, kExtensionUnitGuid, sizeof(kExtensionUnitGuid)) != 0) {
@@ -120,9 +110,6 @@ bool sim_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_
 
 bool sim_get_version(SonixLib::scDevice_t* device, char* buffer, std::uint32_t length, std::int32_t flags) {
   VendorCallScope call("SonixCam_GetVersion", device, {length, flags});
-  if (!call.rig_active()) {
-    return false;
-  }
   CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;

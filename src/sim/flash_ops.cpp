@@ -39,9 +39,6 @@ void check_user_space(VendorCallScope& call, const char* what, std::uint64_t sta
 
 bool sim_get_serial_flash_type(SonixLib::scDevice_t* device, SonixLib::SERIAL_FLASH_TYPE* type) {
   VendorCallScope call("SonixCam_GetSerialFlashType", device, {});
-  if (!call.rig_active()) {
-    return false;
-  }
   const CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
@@ -55,9 +52,6 @@ bool sim_get_serial_flash_type(SonixLib::scDevice_t* device, SonixLib::SERIAL_FL
 
 bool sim_read_flash(SonixLib::scDevice_t* device, std::uint32_t address, std::uint8_t* buffer, std::uint32_t length) {
   VendorCallScope call("SonixCam_CstmReadFromSF", device, {address, length});
-  if (!call.rig_active()) {
-    return false;
-  }
   const CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
@@ -123,9 +117,6 @@ bool sim_sector_erase(SonixLib::scDevice_t* device, std::uint32_t address, std::
 
 bool sim_set_write_protected(SonixLib::scDevice_t* device, std::uint8_t a, std::uint8_t b) {
   VendorCallScope call("SonixCam_SetWriteProtectedSF", device, {a, b});
-  if (!call.rig_active()) {
-    return false;
-  }
   CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
@@ -139,9 +130,6 @@ bool sim_set_write_protected(SonixLib::scDevice_t* device, std::uint8_t a, std::
 bool sim_set_status_reg_bit_wp(SonixLib::scDevice_t* device, std::uint8_t a, std::uint8_t b, std::uint8_t c,
                                std::uint8_t d, std::uint8_t e, std::uint8_t f) {
   VendorCallScope call("SonixCam_SetStatusRegBitWP", device, {a, b, c, d, e, f});
-  if (!call.rig_active()) {
-    return false;
-  }
   CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;

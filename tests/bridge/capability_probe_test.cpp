@@ -26,6 +26,7 @@ using sim::SimulatedCamera;
 using sim::VendorCall;
 using sim::VendorFault;
 using vendor_testing::BackendOverride;
+using vendor_testing::expect_session_ended;
 using vendor_testing::rig_backend;
 using xu_testing::calls_named;
 using xu_testing::info_of;
@@ -147,9 +148,7 @@ bool recording_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, c
 
 TEST_F(CapabilityProbe, SelectsTheExtensionUnitByItsGuidInLibraryByteOrder) {
   const DeviceInfo camera = plug(2, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  BackendOverride override;
-  override.table().set_node_id = recording_set_node_id;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::set_node_id, recording_set_node_id);
   g_seen_node = -1;
   g_seen_guid = {};
 
@@ -178,9 +177,7 @@ bool checking_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::u
 
 TEST_F(CapabilityProbe, HandsTheLibraryAZeroFilledBuffer) {
   const DeviceInfo camera = plug(0, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  BackendOverride override;
-  override.table().xu_read = checking_xu_read;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::xu_read, checking_xu_read);
   g_buffer_was_zero = false;
   g_read_length = -1;
 
@@ -195,9 +192,7 @@ bool silent_xu_read(SonixLib::scDevice_t*, std::uint8_t*, std::uint8_t, std::uin
 
 TEST_F(CapabilityProbe, LibraryThatWritesNothingGivesTheAllZeroOutcome) {
   const DeviceInfo camera = plug(0, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  BackendOverride override;
-  override.table().xu_read = silent_xu_read;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::xu_read, silent_xu_read);
 
   expect_failed_probe(probe_xu_capability(camera), ErrorCode::BadMagic, "capability XU returned an all-zero report");
 }
@@ -346,27 +341,19 @@ bool throwing_set_node_id(SonixLib::scDevice_t*, std::uint8_t, const std::uint8_
 
 TEST_F(CapabilityProbe, StandardExceptionBecomesInternalErrorWithItsOwnText) {
   const DeviceInfo camera = plug(0, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  BackendOverride override;
-  override.table().xu_read = throwing_xu_read;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::xu_read, throwing_xu_read);
 
   expect_failed_probe(probe_xu_capability(camera), ErrorCode::InternalError, "extension unit went away");
-  EXPECT_EQ(rig_.calls().back().name, "SonixCam_UnInit");
-  EXPECT_EQ(rig_.open_sessions(), 0);
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  expect_session_ended(rig_);
 }
 
 TEST_F(CapabilityProbe, OtherExceptionBecomesInternalErrorWithTheFixedText) {
   const DeviceInfo camera = plug(0, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  BackendOverride override;
-  override.table().set_node_id = throwing_set_node_id;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::set_node_id, throwing_set_node_id);
 
   expect_failed_probe(probe_xu_capability(camera), ErrorCode::InternalError,
                       "unknown exception during Windows capability XU read");
-  EXPECT_EQ(rig_.calls().back().name, "SonixCam_UnInit");
-  EXPECT_EQ(rig_.open_sessions(), 0);
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  expect_session_ended(rig_);
 }
 
 TEST_F(CapabilityProbe, EveryProbeReadsTheCameraAfresh) {

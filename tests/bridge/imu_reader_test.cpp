@@ -32,6 +32,7 @@ using sim::VendorCall;
 using sim::VendorFault;
 using test_support::AllocationCount;
 using vendor_testing::BackendOverride;
+using vendor_testing::expect_session_ended;
 using vendor_testing::rig_backend;
 using xu_testing::calls_named;
 using xu_testing::info_of;
@@ -360,9 +361,7 @@ bool slow_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8
 TEST_F(ImuReaderTest, TimestampIsTheMiddleOfTheTransfer) {
   const DeviceInfo camera = plug(0, "ONLY");
   ImuReader reader = open(camera);
-  BackendOverride override;
-  override.table().xu_read = slow_xu_read;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::xu_read, slow_xu_read);
 
   const std::uint64_t before = now_ns();
   const Result<ReadImuResult> sample = reader.read();
@@ -390,9 +389,7 @@ bool zero_checking_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, s
 TEST_F(ImuReaderTest, BufferIsZeroedBeforeEveryRead) {
   const DeviceInfo camera = plug(0, "ONLY", 0x12345);
   ImuReader reader = open(camera);
-  BackendOverride override;
-  override.table().xu_read = zero_checking_xu_read;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::xu_read, zero_checking_xu_read);
   g_buffers_arrived_zeroed = true;
   g_checked_reads = 0;
 
@@ -562,41 +559,31 @@ bool strangely_throwing_set_node_id(SonixLib::scDevice_t*, std::uint8_t, const s
 
 TEST_F(ImuReaderTest, StandardExceptionDuringOpenBecomesInternalErrorAndEndsTheSession) {
   const DeviceInfo camera = plug(0, "ONLY");
-  BackendOverride override;
-  override.table().set_node_id = throwing_set_node_id;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::set_node_id, throwing_set_node_id);
 
   const Result<ImuReader> reader = open_imu_platform(camera, ImuTransportConfig{});
 
   ASSERT_FALSE(reader.ok());
   EXPECT_EQ(reader.status().code(), ErrorCode::InternalError);
   EXPECT_EQ(reader.status().message(), "node table corrupted");
-  EXPECT_EQ(rig_.calls().back().name, "SonixCam_UnInit");
-  EXPECT_EQ(rig_.open_sessions(), 0);
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  expect_session_ended(rig_);
 }
 
 TEST_F(ImuReaderTest, OtherExceptionDuringOpenBecomesInternalErrorWithTheFixedText) {
   const DeviceInfo camera = plug(0, "ONLY");
-  BackendOverride override;
-  override.table().set_node_id = strangely_throwing_set_node_id;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::set_node_id, strangely_throwing_set_node_id);
 
   const Result<ImuReader> reader = open_imu_platform(camera, ImuTransportConfig{});
 
   ASSERT_FALSE(reader.ok());
   EXPECT_EQ(reader.status().code(), ErrorCode::InternalError);
   EXPECT_EQ(reader.status().message(), "unknown exception during Windows IMU open");
-  EXPECT_EQ(rig_.calls().back().name, "SonixCam_UnInit");
-  EXPECT_EQ(rig_.open_sessions(), 0);
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  expect_session_ended(rig_);
 }
 
 TEST_F(ImuReaderTest, ExceptionFromInitLeavesNothingToUninitialise) {
   const DeviceInfo camera = plug(0, "ONLY");
-  BackendOverride override;
-  override.table().init = throwing_init;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::init, throwing_init);
 
   const Result<ImuReader> reader = open_imu_platform(camera, ImuTransportConfig{});
 
@@ -617,9 +604,7 @@ bool uncounted_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::
 TEST_F(ImuReaderTest, SuccessfulReadsAllocateNothing) {
   const DeviceInfo camera = plug(0, "ONLY");
   ImuReader reader = open(camera);
-  BackendOverride override;
-  override.table().xu_read = uncounted_xu_read;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::xu_read, uncounted_xu_read);
   ASSERT_TRUE(reader.read().ok());
 
   int successes = 0;
@@ -637,9 +622,7 @@ TEST_F(ImuReaderTest, SuccessfulReadsAllocateNothing) {
 TEST_F(ImuReaderTest, AllocationCountSeesTheMessageOfAFailedRead) {
   const DeviceInfo camera = plug(0, "ONLY");
   ImuReader reader = open(camera);
-  BackendOverride override;
-  override.table().xu_read = uncounted_xu_read;
-  override.install();
+  const BackendOverride override(&vendor::VendorBackend::xu_read, uncounted_xu_read);
   ASSERT_TRUE(reader.read().ok());
   rig_.add_fault(VendorFault{"SonixCam_XuRead", 1, 1, 8, false});
 

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <optional>
 
 #include "bridge/platform.h"
+#include "bridge/process_lock.h"
 #include "bridge/vendor_backend.h"
+#include "uvc_stereo/simulated_rig.h"
 
 // Lets a test change single vendor operations of the simulated rig (to throw, to look at the arguments, to stall)
 // while every other operation still reaches the rig.
@@ -28,6 +32,12 @@ class BackendOverride {
     installed_.reset();
     overridden_backend() = nullptr;
   }
+  // Replaces the one entry `entry` with `replacement` and installs the table at once.
+  template <typename Entry>
+  BackendOverride(Entry vendor::VendorBackend::*entry, Entry replacement) : BackendOverride() {
+    table_.*entry = replacement;
+    install();
+  }
   BackendOverride(const BackendOverride&) = delete;
   BackendOverride& operator=(const BackendOverride&) = delete;
 
@@ -39,5 +49,13 @@ class BackendOverride {
   vendor::VendorBackend table_;
   std::optional<vendor::PlatformOverride> installed_;
 };
+
+// After a vendor call threw inside a session: the session was ended (SonixCam_UnInit is the last call), none is left
+// open, and the process-wide lock is free again.
+inline void expect_session_ended(const sim::SimulatedRig& rig) {
+  EXPECT_EQ(rig.calls().back().name, "SonixCam_UnInit");
+  EXPECT_EQ(rig.open_sessions(), 0);
+  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+}
 
 }  // namespace tovanel::uvc_stereo::vendor_testing

@@ -7,21 +7,13 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "interlock/interlock_records.h"
-#include "support/rig_cameras.h"
-#include "support/scanned_device.h"
-#include "support/temporary_directory.h"
-#include "uvc_stereo/device.h"
-#include "uvc_stereo/simulated_rig.h"
+#include "interlock/interlock_programs.h"
 
 extern char** environ;
 
@@ -32,10 +24,8 @@ namespace tovanel::uvc_stereo {
 namespace {
 
 using interlock_testing::is_written_record;
+using interlock_testing::number_after;
 using interlock_testing::record_json;
-using test_support::TemporaryDirectory;
-
-constexpr char kSerial[] = "SN-MULTI-0001";
 
 // One helper process, its standard output kept in a file.
 class Helper {
@@ -77,12 +67,7 @@ class Helper {
     const int status = wait();
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
   }
-  [[nodiscard]] std::string output() const {
-    std::ifstream file(output_);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-  }
+  [[nodiscard]] std::string output() const { return interlock_testing::file_text(output_); }
 
  private:
   std::string output_;
@@ -91,53 +76,16 @@ class Helper {
   bool reaped_ = false;
 };
 
-int number_after(const std::string& text, const std::string& name) {
-  const std::size_t at = text.find(name + "=");
-  return at == std::string::npos ? -1 : std::atoi(text.c_str() + at + name.size() + 1);
-}
-
-class InterlockAcrossPrograms : public ::testing::Test {
+class InterlockAcrossPrograms : public interlock_testing::InterlockPrograms<Helper> {
  protected:
-  void SetUp() override {
-    Result<std::unique_ptr<sim::SimulatedRig>> rig = sim::SimulatedRig::keep_in_directory(rig_directory());
-    ASSERT_TRUE(rig.ok()) << rig.status().message();
-    rig_ = std::move(rig).value();
-    // The first model has a firmware rule, so every IMU opening also reads the firmware version.
-    rig_->add_camera(test_support::supported_camera(0, kSerial));
-    write_here(record_json(1, 0));
-  }
-
   void TearDown() override {
     if (rig_ != nullptr) {
       EXPECT_TRUE(rig_->violations().empty());
     }
   }
 
-  [[nodiscard]] std::string rig_directory() const { return directory_ / "rig"; }
-
-  void write_here(const std::string& json) {
-    Result<Device> device = open_device(test_support::scanned_device(kSerial));
-    ASSERT_TRUE(device.ok()) << device.status().message();
-    const Status written = device.value().write_json(json);
-    ASSERT_TRUE(written.ok()) << written.message();
-  }
-
-  std::unique_ptr<Helper> start(const std::string& name, std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin() + 1, {rig_directory(), kSerial});
-    auto helper = std::make_unique<Helper>(directory_ / (name + ".out"), std::move(arguments));
-    EXPECT_TRUE(helper->spawned()) << name;
-    return helper;
-  }
-
   // What one fresh program reads, with no wait for the camera.
-  std::string read_once() {
-    std::unique_ptr<Helper> reader = start("read-once", {"read-once", "0", "1"});
-    EXPECT_TRUE(reader->exited_cleanly());
-    return reader->output();
-  }
-
-  TemporaryDirectory directory_;
-  std::unique_ptr<sim::SimulatedRig> rig_;
+  std::string read_once() { return read_once_output(); }
 };
 
 TEST_F(InterlockAcrossPrograms, AWriterAReaderAndAnImuStreamerKeepEveryRecordWhole) {
@@ -160,9 +108,7 @@ TEST_F(InterlockAcrossPrograms, AWriterAReaderAndAnImuStreamerKeepEveryRecordWho
 TEST_F(InterlockAcrossPrograms, AWriteWhileAnotherProgramStreamsTheImuWaitsThenFailsNamingItAndTouchesNothing) {
   const std::string marker = directory_ / "imu-open";
   std::unique_ptr<Helper> streamer = start("streamer", {"imu-hold", "0", "3000", marker});
-  for (int poll = 0; poll < 2000 && !std::filesystem::exists(marker); ++poll) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  wait_for(marker, 2000);
   ASSERT_TRUE(std::filesystem::exists(marker)) << streamer->output();
 
   const auto started = std::chrono::steady_clock::now();
@@ -184,9 +130,7 @@ TEST_F(InterlockAcrossPrograms, AWriteWhileAnotherProgramStreamsTheImuWaitsThenF
 TEST_F(InterlockAcrossPrograms, AProgramKilledWithItsImuOpenFreesTheCameraAtOnce) {
   const std::string marker = directory_ / "imu-open";
   std::unique_ptr<Helper> streamer = start("streamer", {"imu-hold", "0", "60000", marker});
-  for (int poll = 0; poll < 2000 && !std::filesystem::exists(marker); ++poll) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  wait_for(marker, 2000);
   ASSERT_TRUE(std::filesystem::exists(marker));
   ASSERT_EQ(::kill(streamer->pid(), SIGKILL), 0);
   static_cast<void>(streamer->wait());

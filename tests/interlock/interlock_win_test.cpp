@@ -5,17 +5,10 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "interlock/interlock_records.h"
-#include "support/rig_cameras.h"
-#include "support/scanned_device.h"
-#include "support/temporary_directory.h"
-#include "uvc_stereo/device.h"
-#include "uvc_stereo/simulated_rig.h"
+#include "interlock/interlock_programs.h"
 
 // Several programs on one simulated camera kept in a directory, each a separate process
 // running interlock_helper, meeting through the camera's named kernel objects.
@@ -23,10 +16,8 @@ namespace tovanel::uvc_stereo {
 namespace {
 
 using interlock_testing::is_written_record;
+using interlock_testing::number_after;
 using interlock_testing::record_json;
-using test_support::TemporaryDirectory;
-
-constexpr char kSerial[] = "SN-MULTI-0001";
 
 // One helper process, its standard output kept in a file.
 class Helper {
@@ -71,12 +62,7 @@ class Helper {
     GetExitCodeProcess(process_.hProcess, &code);
     return code == 0;
   }
-  [[nodiscard]] std::string output() const {
-    std::ifstream file(output_);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-  }
+  [[nodiscard]] std::string output() const { return interlock_testing::file_text(output_); }
 
  private:
   std::string output_;
@@ -84,54 +70,13 @@ class Helper {
   bool spawned_ = false;
 };
 
-int number_after(const std::string& text, const std::string& name) {
-  const std::size_t at = text.find(name + "=");
-  return at == std::string::npos ? -1 : std::atoi(text.c_str() + at + name.size() + 1);
-}
-
 // Lines may end in "\r\n" on Windows.
 std::string first_line(const std::string& text) { return text.substr(0, text.find_first_of("\r\n")); }
 
-class InterlockAcrossPrograms : public ::testing::Test {
+class InterlockAcrossPrograms : public interlock_testing::InterlockPrograms<Helper> {
  protected:
-  void SetUp() override {
-    Result<std::unique_ptr<sim::SimulatedRig>> rig = sim::SimulatedRig::keep_in_directory(rig_directory());
-    ASSERT_TRUE(rig.ok()) << rig.status().message();
-    rig_ = std::move(rig).value();
-    rig_->add_camera(test_support::supported_camera(0, kSerial));
-    write_here(record_json(1, 0));
-  }
-
-  [[nodiscard]] std::string rig_directory() const { return directory_ / "rig"; }
-
-  void write_here(const std::string& json) {
-    Result<Device> device = open_device(test_support::scanned_device(kSerial));
-    ASSERT_TRUE(device.ok()) << device.status().message();
-    const Status written = device.value().write_json(json);
-    ASSERT_TRUE(written.ok()) << written.message();
-  }
-
-  std::unique_ptr<Helper> start(const std::string& name, std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin() + 1, {rig_directory(), kSerial});
-    auto helper = std::make_unique<Helper>(directory_ / (name + ".out"), arguments);
-    EXPECT_TRUE(helper->spawned()) << name;
-    return helper;
-  }
-
-  std::string read_once() {
-    std::unique_ptr<Helper> reader = start("read-once", {"read-once", "0", "1"});
-    EXPECT_TRUE(reader->exited_cleanly());
-    return first_line(reader->output());
-  }
-
-  void wait_for(const std::string& marker) {
-    for (int poll = 0; poll < 4000 && !std::filesystem::exists(marker); ++poll) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-  }
-
-  TemporaryDirectory directory_;
-  std::unique_ptr<sim::SimulatedRig> rig_;
+  std::string read_once() { return first_line(read_once_output()); }
+  void wait_for(const std::string& marker) { InterlockPrograms::wait_for(marker, 4000); }
 };
 
 TEST_F(InterlockAcrossPrograms, AWriterAReaderAndAnImuStreamerKeepEveryRecordWhole) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/byte_order.h"
+
 namespace tovanel::uvc_stereo::vendor {
 namespace {
 
@@ -20,10 +22,6 @@ constexpr std::size_t kExtensionUnitMinimumLength = 22;
 constexpr std::size_t kExtensionUnitIdOffset = 3;
 constexpr std::size_t kExtensionUnitGuidOffset = 4;
 
-std::uint16_t le16(const std::uint8_t* bytes) noexcept {
-  return static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8));
-}
-
 }  // namespace
 
 std::optional<UsbDeviceDescriptor> parse_usb_device_descriptor(const std::uint8_t* data, std::size_t size) noexcept {
@@ -32,8 +30,8 @@ std::optional<UsbDeviceDescriptor> parse_usb_device_descriptor(const std::uint8_
     return std::nullopt;
   }
   UsbDeviceDescriptor descriptor;
-  descriptor.vendor_id = le16(data + 8);
-  descriptor.product_id = le16(data + 10);
+  descriptor.vendor_id = detail::load_le16(data + 8);
+  descriptor.product_id = detail::load_le16(data + 10);
   descriptor.manufacturer_index = data[14];
   descriptor.product_index = data[15];
   descriptor.serial_number_index = data[16];
