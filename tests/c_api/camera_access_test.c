@@ -23,16 +23,24 @@ static size_t problem_count(uvc_stereo_camera_access_list_t* list) {
   return count;
 }
 
+/* Plugs a camera of `model_index` whose node access is `access` into `rig` and looks for the cameras this account
+   cannot open; *camera keeps the camera's strings. */
+static uvc_stereo_camera_access_list_t* look_with_camera(uvc_stereo_rig_t* rig, test_camera* camera,
+                                                         unsigned model_index, const char* serial, int32_t access) {
+  uvc_stereo_camera_access_list_t* list = NULL;
+  test_camera_init(camera, model_index, serial);
+  camera->camera.node_access = access;
+  CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera->camera, NULL));
+  CHECK_OK(uvc_stereo_find_camera_access_problems(&list));
+  CHECK(list != NULL);
+  return list;
+}
+
 static void a_camera_whose_node_opens_leaves_the_list_empty(void) {
   uvc_stereo_rig_t* rig = test_rig();
   test_camera camera;
-  uvc_stereo_camera_access_list_t* list = NULL;
+  uvc_stereo_camera_access_list_t* list = look_with_camera(rig, &camera, 2, "SN0002", UVC_STEREO_NODE_ACCESS_ALLOWED);
   uvc_stereo_camera_access_problem_t problem = problem_struct();
-  test_camera_init(&camera, 2, "SN0002");
-  CHECK_EQ(camera.camera.node_access, UVC_STEREO_NODE_ACCESS_ALLOWED);
-  CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
-  CHECK_OK(uvc_stereo_find_camera_access_problems(&list));
-  CHECK(list != NULL);
   CHECK_EQ(problem_count(list), 0);
   CHECK_FAILS(uvc_stereo_camera_access_list_get(list, 0, &problem), UVC_STEREO_ERROR_INVALID_ARGUMENT,
               "uvc_stereo_camera_access_list_get: index 0 is out of range (0 problems)");
@@ -43,12 +51,9 @@ static void a_camera_whose_node_opens_leaves_the_list_empty(void) {
 static void a_camera_without_permission_is_named_with_the_fix(void) {
   uvc_stereo_rig_t* rig = test_rig();
   test_camera camera;
-  uvc_stereo_camera_access_list_t* list = NULL;
+  uvc_stereo_camera_access_list_t* list =
+      look_with_camera(rig, &camera, 0, "SN-REFUSED", UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED);
   uvc_stereo_camera_access_problem_t problem = problem_struct();
-  test_camera_init(&camera, 0, "SN-REFUSED");
-  camera.camera.node_access = UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED;
-  CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
-  CHECK_OK(uvc_stereo_find_camera_access_problems(&list));
   CHECK_EQ(problem_count(list), 2); /* the capture node and the metadata node */
   CHECK_OK(uvc_stereo_camera_access_list_get(list, 0, &problem));
   CHECK_EQ(problem.system_error, EACCES);
@@ -67,12 +72,8 @@ static void a_camera_without_permission_is_named_with_the_fix(void) {
 static void a_busy_camera_asks_to_close_the_other_program(void) {
   uvc_stereo_rig_t* rig = test_rig();
   test_camera camera;
-  uvc_stereo_camera_access_list_t* list = NULL;
+  uvc_stereo_camera_access_list_t* list = look_with_camera(rig, &camera, 1, "SN-BUSY", UVC_STEREO_NODE_ACCESS_BUSY);
   uvc_stereo_camera_access_problem_t problem = problem_struct();
-  test_camera_init(&camera, 1, "SN-BUSY");
-  camera.camera.node_access = UVC_STEREO_NODE_ACCESS_BUSY;
-  CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
-  CHECK_OK(uvc_stereo_find_camera_access_problems(&list));
   CHECK_EQ(problem_count(list), 2);
   CHECK_OK(uvc_stereo_camera_access_list_get(list, 0, &problem));
   CHECK_EQ(problem.system_error, EBUSY);
@@ -86,12 +87,9 @@ static void a_busy_camera_asks_to_close_the_other_program(void) {
 static void the_problems_strings_live_as_long_as_the_list(void) {
   uvc_stereo_rig_t* rig = test_rig();
   test_camera camera;
-  uvc_stereo_camera_access_list_t* list = NULL;
+  uvc_stereo_camera_access_list_t* list =
+      look_with_camera(rig, &camera, 0, "SN-KEPT", UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED);
   uvc_stereo_camera_access_problem_t problem = problem_struct();
-  test_camera_init(&camera, 0, "SN-KEPT");
-  camera.camera.node_access = UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED;
-  CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
-  CHECK_OK(uvc_stereo_find_camera_access_problems(&list));
   finish_rig(rig);
   CHECK_OK(uvc_stereo_camera_access_list_get(list, 1, &problem));
   CHECK_TEXT(problem.node, "/dev/video1");
