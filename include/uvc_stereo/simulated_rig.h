@@ -210,6 +210,9 @@ class UVC_STEREO_API SimulatedRig {
   void set_capability_report(int camera, const CapabilityReport& report);
   /// The firmware version text the camera reports from now on.
   void set_firmware_version(int camera, const std::string& version);
+  /// Whether this account may open the camera's video nodes from now on (as after joining
+  /// the node's group, or another program letting go of it).
+  void set_node_access(int camera, SimulatedNodeAccess access);
   /// The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order.
   void queue_imu_status(int camera, std::uint8_t status_byte);
   /// The counter the next IMU sample will carry (for a timed IMU: the newest sample's, now).

@@ -696,6 +696,11 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_
                                                                                         int32_t camera,
                                                                                         const char* version);
 
+/** Whether this account may open the camera's video nodes from now on:
+ * UVC_STEREO_NODE_ACCESS_*; any other value is refused. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_node_access(uvc_stereo_rig_t* rig,
+                                                                                   int32_t camera, int32_t access);
+
 /** The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_rig_t* rig,
                                                                                     int32_t camera,

@@ -58,6 +58,15 @@ def test_the_node_access_takes_the_enums_numbers_and_refuses_others(rig):
     assert rig.camera_count() == 1
 
 
+def test_given_access_the_camera_is_no_problem_any_more(rig):
+    camera = rig.add_camera(**supported_camera(node_access=sim.SimulatedNodeAccess.PermissionDenied))
+    assert len(uvc.find_camera_access_problems()) == 2
+    rig.set_node_access(camera, sim.SimulatedNodeAccess.Allowed)
+    assert uvc.find_camera_access_problems() == []
+    with pytest.raises(ValueError):
+        rig.set_node_access(camera, 9)
+
+
 def test_a_refused_camera_opens_but_its_flash_and_imu_fail_as_on_linux(rig):
     rig.add_camera(**supported_camera(node_access=sim.SimulatedNodeAccess.PermissionDenied))
     with uvc.open_device(uvc.scan_devices()[0]) as device:

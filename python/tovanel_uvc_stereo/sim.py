@@ -420,6 +420,14 @@ class SimulatedRig(OwnedHandle):
             )
         )
 
+    def set_node_access(self, camera: int, access: SimulatedNodeAccess) -> None:
+        """Whether this account may open the camera's video nodes from now on."""
+        _c.check(
+            self._lib.uvc_stereo_rig_set_node_access(
+                self._live(), _convert.checked_int32("camera", camera), SimulatedNodeAccess(access)
+            )
+        )
+
     def queue_imu_status(self, camera: int, status_byte: int) -> None:
         """The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order."""
         _c.check(

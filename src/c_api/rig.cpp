@@ -204,6 +204,14 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stere
       [&] { rig->rig.set_firmware_version(camera, version); });
 }
 
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_node_access(uvc_stereo_rig_t* rig, std::int32_t camera,
+                                                                  std::int32_t access) {
+  constexpr const char* kFunction = "uvc_stereo_rig_set_node_access";
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::check_node_access(access, kFunction, "access"); },
+      [&] { rig->rig.set_node_access(camera, static_cast<sim::SimulatedNodeAccess>(access)); });
+}
+
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_rig_t* rig, std::int32_t camera,
                                                                    std::uint8_t status_byte) {
   return on_camera(rig, camera, "uvc_stereo_rig_queue_imu_status",

@@ -60,13 +60,16 @@ sim::SimulatedCamera from_c(const uvc_stereo_rig_camera_t& camera) {
   return out;
 }
 
-Status check_node_access(const uvc_stereo_rig_camera_t& camera, const char* function) {
-  if (!has_node_access(camera) ||
-      (camera.node_access >= UVC_STEREO_NODE_ACCESS_ALLOWED && camera.node_access <= UVC_STEREO_NODE_ACCESS_BUSY)) {
+Status check_node_access(std::int32_t access, const char* function, const char* name) {
+  if (access >= UVC_STEREO_NODE_ACCESS_ALLOWED && access <= UVC_STEREO_NODE_ACCESS_BUSY) {
     return Status();
   }
   return Status(ErrorCode::InvalidArgument,
-                std::string(function) + ": camera.node_access is not a UVC_STEREO_NODE_ACCESS_* value");
+                std::string(function) + ": " + name + " is not a UVC_STEREO_NODE_ACCESS_* value");
+}
+
+Status check_node_access(const uvc_stereo_rig_camera_t& camera, const char* function) {
+  return has_node_access(camera) ? check_node_access(camera.node_access, function, "camera.node_access") : Status();
 }
 
 void write_defaults(uvc_stereo_rig_camera_t& camera) {

@@ -101,6 +101,8 @@ static void null_handles_and_out_pointers_are_refused(void) {
   CHECK_NULL(uvc_stereo_rig_set_capability_report(NULL, 0, &report), "uvc_stereo_rig_set_capability_report", "rig");
   CHECK_NULL(uvc_stereo_rig_set_capability_bytes(NULL, 0, bytes), "uvc_stereo_rig_set_capability_bytes", "rig");
   CHECK_NULL(uvc_stereo_rig_set_firmware_version(NULL, 0, "V1"), "uvc_stereo_rig_set_firmware_version", "rig");
+  CHECK_NULL(uvc_stereo_rig_set_node_access(NULL, 0, UVC_STEREO_NODE_ACCESS_BUSY), "uvc_stereo_rig_set_node_access",
+             "rig");
   CHECK_NULL(uvc_stereo_rig_queue_imu_status(NULL, 0, 0xF1), "uvc_stereo_rig_queue_imu_status", "rig");
   CHECK_NULL(uvc_stereo_rig_next_imu_counter(NULL, 0, &value), "uvc_stereo_rig_next_imu_counter", "rig");
   CHECK_NULL(uvc_stereo_rig_set_capture_devices(NULL, UVC_STEREO_BACKEND_MSMF, NULL, 0),

@@ -132,6 +132,31 @@ static void a_node_access_no_constant_names_is_refused(void) {
   finish_rig(rig);
 }
 
+/* As after joining the node's group: the problem is gone and the IMU opens. */
+static void a_camera_given_access_is_no_problem_any_more(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_camera_access_list_t* list =
+      look_with_camera(rig, &camera, 0, "SN-FIXED", UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED);
+  uvc_stereo_device_list_t* devices = NULL;
+  uvc_stereo_device_t* device = NULL;
+  CHECK_EQ(problem_count(list), 2);
+  uvc_stereo_camera_access_list_free(list);
+  CHECK_FAILS(uvc_stereo_rig_set_node_access(rig, 0, 7), UVC_STEREO_ERROR_INVALID_ARGUMENT,
+              "uvc_stereo_rig_set_node_access: access is not a UVC_STEREO_NODE_ACCESS_* value");
+  CHECK_OK(uvc_stereo_rig_set_node_access(rig, 0, UVC_STEREO_NODE_ACCESS_ALLOWED));
+  CHECK_OK(uvc_stereo_find_camera_access_problems(&list));
+  CHECK_EQ(problem_count(list), 0);
+  uvc_stereo_camera_access_list_free(list);
+  devices = scan_all();
+  CHECK_OK(uvc_stereo_open_device(devices, 0, NULL, &device));
+  uvc_stereo_device_list_free(devices);
+  CHECK_OK(uvc_stereo_device_open_imu(device));
+  CHECK_OK(uvc_stereo_device_close_imu(device));
+  uvc_stereo_device_close(device);
+  finish_rig(rig);
+}
+
 static void missing_arguments_are_named(void) {
   uvc_stereo_rig_t* rig = test_rig();
   uvc_stereo_camera_access_list_t* list = NULL;
@@ -162,5 +187,6 @@ void camera_access_tests(void) {
   the_problems_strings_live_as_long_as_the_list();
   the_refused_cameras_flash_and_imu_fail_as_on_linux();
   a_node_access_no_constant_names_is_refused();
+  a_camera_given_access_is_no_problem_any_more();
   missing_arguments_are_named();
 }

@@ -83,6 +83,20 @@ TEST_F(RefusedNodeDevice, OpeningTheImuFailsAsOnLinux) {
   EXPECT_EQ(imu.message(), std::string("SonixCam_SetNodeID failed: ") + kRefused);
 }
 
+TEST_F(RefusedNodeDevice, OnceGivenAccessTheSameDeviceReadsItsRecordAndImu) {
+  const DeviceInfo info = plug_and_scan(reporting_camera("SN-REFUSED", sim::SimulatedNodeAccess::PermissionDenied));
+  Result<Device> device = open_device(info);
+  ASSERT_TRUE(device.ok()) << device.status().message();
+  ASSERT_FALSE(device.value().read_json().ok());
+  rig_.set_node_access(0, sim::SimulatedNodeAccess::Allowed);
+  ASSERT_TRUE(device.value().write_json(R"({"a":1})").ok());
+  const Result<ReadJsonResult> read = device.value().read_json();
+  ASSERT_TRUE(read.ok()) << read.status().message();
+  EXPECT_EQ(read.value().json, R"({"a":1})");
+  EXPECT_TRUE(device.value().open_imu().ok());
+  EXPECT_TRUE(device.value().close_imu().ok());
+}
+
 TEST_F(RefusedNodeDevice, TheProblemNamesTheDeviceTheScanLists) {
   const DeviceInfo info = plug_and_scan(reporting_camera("SN-REFUSED", sim::SimulatedNodeAccess::PermissionDenied));
   const Result<std::vector<CameraAccessProblem>> problems = find_camera_access_problems();

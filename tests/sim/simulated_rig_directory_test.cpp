@@ -226,6 +226,14 @@ TEST(SimulatedRigDirectory, ARefusedCameraStaysRefusedForTheNextProgram) {
   ASSERT_EQ(problems.value().size(), 2u);
   EXPECT_EQ(problems.value()[0].device_path, camera.device_path);
   EXPECT_EQ(problems.value()[0].reason, "Permission denied");
+  // Access given in one program is the next one's too.
+  rig->set_node_access(0, SimulatedNodeAccess::Allowed);
+  rig.reset();
+  rig = keep_in(directory.path());
+  ASSERT_NE(rig, nullptr);
+  const Result<std::vector<CameraAccessProblem>> after = find_camera_access_problems();
+  ASSERT_TRUE(after.ok());
+  EXPECT_TRUE(after.value().empty());
 }
 
 TEST(SimulatedCameraFile, RefusesTextThatIsNoCameraFileOrOutOfRange) {

@@ -142,6 +142,17 @@ TEST_F(RefusedNodeLook, TheLookMakesNoVendorCallAndBreaksNoRule) {
   EXPECT_TRUE(rig_.violations().empty());
 }
 
+TEST_F(RefusedNodeLook, GivenAccessTheCameraIsNoProblemAndItsNodeAnswers) {
+  const int camera = rig_.add_camera(refused_camera("SN1", SimulatedNodeAccess::PermissionDenied));
+  ASSERT_EQ(problems().size(), 2u);
+  rig_.set_node_access(camera, SimulatedNodeAccess::Allowed);
+  EXPECT_TRUE(problems().empty());
+  rig_.set_node_access(camera, SimulatedNodeAccess::Busy);
+  const std::vector<CameraAccessProblem> found = problems();
+  ASSERT_EQ(found.size(), 2u);
+  EXPECT_EQ(found[0].system_error, EBUSY);
+}
+
 TEST_F(RefusedNodeLook, TheKernelListingStaysTheKernelsOwn) {
   rig_.add_camera(refused_camera("SN1", SimulatedNodeAccess::PermissionDenied));
   const Result<KernelVideoListing> listing = list_kernel_video_devices();
