@@ -342,6 +342,50 @@ Table json_table(const std::string& title, std::string (*make)(std::size_t), con
   return t;
 }
 
+// The UTF-8-heavy text four ways, each call going through every document of a set in turn: one document of 64 KiB,
+// 256 copies of it (16 MiB of memory holding one text over and over), 256 different documents of the same kind and
+// size, and one document of 16 MiB. The copies cost what the memory costs; the different documents add what a text
+// that keeps changing costs; the single large one adds what a 16 MiB output costs.
+Table json_spread_table(int rounds, double batch_ns) {
+  Table t{"JSON: UTF-8-heavy text as one 64 KiB document, 256 copies of it, 256 different ones, one of 16 MiB",
+          {},
+          {},
+          {},
+          {},
+          "minify_and_validate_json (SDK)"};
+  auto parser = std::make_shared<simdjson::dom::parser>();
+  const std::string one = bench::utf8_heavy_document(64 << 10);
+  std::vector<std::string> others;
+  for (std::size_t i = 0; i < 256; ++i) others.push_back(bench::utf8_heavy_document((64 << 10) + 64 * i));
+  std::pair<const char*, std::vector<std::string>> sets[] = {
+      {"one 64 KiB", {one}},
+      {"256 copies", std::vector<std::string>(256, one)},
+      {"256 others", std::move(others)},
+      {"one 16 MiB", {bench::utf8_heavy_document(16 << 20)}},
+  };
+  for (auto& [label, documents] : sets) {
+    const auto texts = std::make_shared<std::vector<std::string>>(std::move(documents));
+    const auto padded = std::make_shared<std::vector<simdjson::padded_string>>();
+    std::size_t bytes = 0;
+    for (const std::string& text : *texts) {
+      padded->emplace_back(text);
+      bytes += text.size();
+      if (!sdk::minify_and_validate_json(text).ok()) disagree("the SDK refused its own benchmark document");
+      if (parser->parse(padded->back()).error() != simdjson::SUCCESS) disagree("simdjson refused the document");
+    }
+    std::vector<Contender> row = {
+        {"minify_and_validate_json (SDK)", batch_of([texts] {
+           for (const std::string& text : *texts) keep(sdk::minify_and_validate_json(text).value().size());
+         })},
+        {"simdjson DOM parse", batch_of([padded, parser] {
+           for (const simdjson::padded_string& text : *padded) keep(parser->parse(text).error());
+         })},
+    };
+    add_measured_row(t, row, label, bytes, rounds, batch_ns);
+  }
+  return t;
+}
+
 std::string cpu_model() {
   std::ifstream info("/proc/cpuinfo");
   std::string line;
@@ -417,6 +461,8 @@ int main(int argc, char** argv) {
     json_tables.push_back(json_table(kind.first.first, kind.first.second, sizes, rounds, batch_ns));
     print_table(json_tables.back());
   }
+
+  print_table(json_spread_table(rounds, batch_ns));
 
   std::printf("\nTargets (ratio ours / anchor in this run)\n");
   verdict("crc32_ieee at 64 KiB >= 0.8x ISA-L crc32_gzip_refl", ratio_at(ieee, "ISA-L crc32_gzip_refl", "64 KiB"), 0.8);

@@ -377,6 +377,115 @@ TEST_P(JsonMinifierVariantTest, AgreesOnNumbersAndLiteralsAfterLongProseAndAfter
   }
 }
 
+// Documents of thousands of tokens, with few tokens per block or a token on every byte of a block: a grammar error
+// thousands of tokens in is refused with the scalar scanner's offset, at every position around it.
+TEST_P(JsonMinifierVariantTest, AgreesOnGrammarErrorsThousandsOfTokensIntoADocument) {
+  struct Shape {
+    const char* value;   // one element of the top-level array, with its comma
+    std::size_t tokens;  // how many tokens it holds
+  };
+  const Shape shapes[] = {{"1,", 2}, {"[],", 3}, {"{\"k\":[]},", 6}, {"\"\xe4\xb8\xad\xe6\x96\x87\",", 2}};
+  const std::string breaks[] = {":", "]", "}", ",,", "1", "\"\"", "[", "x"};
+  for (const Shape& shape : shapes) {
+    std::string text = "[";
+    while (text.size() < 3 * 4096 * std::string_view(shape.value).size() / shape.tokens) {
+      text += shape.value;
+    }
+    text += "0]";
+    ASSERT_TRUE(vouches(text)) << shape.value;
+    const std::size_t element = std::string_view(shape.value).size();
+    for (std::size_t token = 4096; token <= 2 * 4096; token += 4096) {
+      // The element holding that token, and a few on each side.
+      const std::size_t middle = 1 + (token / shape.tokens) * element;
+      for (std::size_t at = middle - 3 * element; at <= middle + 3 * element; ++at) {
+        for (const std::string& wrong : breaks) {
+          std::string broken = text;
+          broken.insert(at, wrong);
+          ASSERT_TRUE(agrees(broken)) << shape.value << " with " << wrong << " at " << at;
+        }
+      }
+    }
+  }
+}
+
+// Hundreds of numbers that run into the next block, each read where it starts: a bad one among them is refused
+// with the scalar scanner's offset wherever it falls.
+TEST_P(JsonMinifierVariantTest, AgreesOnBadNumbersAmongHundredsRunningIntoTheNextBlock) {
+  const std::string good = "1" + std::string(60, '0') + ".5e-7";
+  const std::string bad[] = {"0" + std::string(65, '1'), "1." + std::string(64, '2') + ".",
+                             "-" + std::string(64, '3') + "e", std::string(62, '4') + "ex",
+                             "tru" + std::string(62, 'e')};
+  for (const std::string& separator : {std::string(","), std::string(", ")}) {
+    for (std::size_t wrong = 240; wrong < 780; wrong += wrong < 280 || (wrong >= 500 && wrong < 530) ? 1 : 50) {
+      for (const std::string& number : bad) {
+        std::string text = "[";
+        for (std::size_t i = 0; i < 800; ++i) {
+          text += (i == wrong ? number : good) + separator;
+        }
+        text += "0]";
+        ASSERT_TRUE(agrees(text)) << "bad number " << number << " at " << wrong;
+      }
+    }
+    std::string text = "[";
+    for (std::size_t i = 0; i < 800; ++i) {
+      text += good + separator;
+    }
+    ASSERT_TRUE(vouches(text + "0]"));
+  }
+}
+
+// Bytes above 0x7F pass through strings unchanged, whether or not they spell UTF-8: overlong forms, surrogates,
+// code points above U+10FFFF, stray continuation bytes and sequences cut short, also where the text ends. Every form
+// keeps them, at every offset of a block and across block boundaries, and refuses them outside strings at the
+// same offset as the scalar scanner.
+TEST_P(JsonMinifierVariantTest, PassesMalformedUtf8ThroughStringsUnchangedAtEveryOffset) {
+  const std::string malformed[] = {"\xc0\xaf",
+                                   "\xe0\x80\xaf",
+                                   "\xf0\x80\x80\xaf",
+                                   "\xed\xa0\x80",
+                                   "\xed\xbf\xbf",
+                                   "\xf4\x90\x80\x80",
+                                   "\xf7\xbf\xbf\xbf",
+                                   "\xf8\x88\x80\x80\x80",
+                                   "\x80",
+                                   "\xbf\xbf",
+                                   "\xc3",
+                                   "\xe4\xb8",
+                                   "\xf0\x9f\x98",
+                                   "\xfe\xff",
+                                   "\xed\xa0\x80\xed\xb0\x80"};
+  for (std::size_t offset = 0; offset < 140; ++offset) {
+    const std::string pad(offset, 'a');
+    for (const std::string& bytes : malformed) {
+      for (const std::string& text : {"\"" + pad + bytes + "\"", "[\"" + pad + bytes + "\",\"" + bytes + "\"]",
+                                      "{\"" + pad + bytes + "\":\"" + bytes + pad + "\"}"}) {
+        ASSERT_TRUE(vouches(text)) << "offset " << offset;
+        ASSERT_EQ(detail::minify_and_validate_json_with(variant(), text).value(), text) << "offset " << offset;
+      }
+      // Cut short where the document ends, inside its string or right after it.
+      ASSERT_TRUE(agrees("\"" + pad + bytes)) << "offset " << offset;
+      ASSERT_TRUE(agrees(pad + "\"" + bytes + "\"")) << "offset " << offset;
+      // Outside a string such a byte is no token at all.
+      ASSERT_TRUE(agrees(pad + "[1," + bytes + "]")) << "offset " << offset;
+      ASSERT_TRUE(agrees(pad + bytes)) << "offset " << offset;
+    }
+  }
+}
+
+// Documents of many blocks, as large configurations are: the output is the scalar one, and
+// an error planted anywhere in them is refused with the scalar scanner's offset.
+TEST_P(JsonMinifierVariantTest, AgreesOnLargeEscapeAndUtf8HeavyDocumentsAndTheirMutants) {
+  RandomJson random(kSeed + 6, json_test::StringStyle::Prose);
+  for (int i = 0; i < 3; ++i) {
+    const std::string document = long_document(random, 1500);
+    ASSERT_GT(document.size(), std::size_t{64} << 10);
+    ASSERT_TRUE(vouches(document)) << "document " << i;
+    for (int m = 0; m < 40; ++m) {
+      ASSERT_TRUE(agrees(random.mutate(document))) << "document " << i << ", mutant " << m;
+    }
+  }
+}
+
 // Beyond the depth the fast path tracks, the scalar scanner takes over with the same result.
 TEST_P(JsonMinifierVariantTest, AgreesOnNestingDeeperThanTheFastPathTracks) {
   for (const std::size_t depth : {std::size_t{1023}, std::size_t{1024}, std::size_t{1025}, std::size_t{5000}}) {
