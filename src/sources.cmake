@@ -141,6 +141,7 @@ list(APPEND UVC_STEREO_SOURCES
   sim/flash_ops.cpp
   sim/imu.cpp
   sim/imu_timing.cpp
+  sim/node_listing.cpp
   sim/registry.cpp
   sim/rig.cpp
   sim/rig_clock.cpp

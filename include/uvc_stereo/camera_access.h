@@ -31,10 +31,11 @@ struct CameraAccessProblem {
 
 /// Every video node of every supported camera the kernel lists that this account cannot
 /// open, each opened the way the SDK opens it (and closed at once), in node order. Empty
-/// where the platform has no such notion (Windows) and while a backend other than the
-/// platform's own serves the cameras (a simulated rig). Takes the process-wide vendor lock
-/// for the duration, makes no vendor call and starts no session. Fails only with
-/// InternalError (memory ran out).
+/// where the platform has no such notion (Windows). While a simulated rig serves the
+/// cameras, on any platform, its plugged cameras whose node access is not Allowed
+/// (sim::SimulatedCamera::node_access) are named instead, with the reasons and fixes Linux
+/// gives. Takes the process-wide vendor lock for the duration, makes no vendor call and
+/// starts no session. Fails only with InternalError (memory ran out).
 [[nodiscard]] UVC_STEREO_API Result<std::vector<CameraAccessProblem>> find_camera_access_problems();
 
 /// One video node as the kernel shows it, and whether this account may open it.

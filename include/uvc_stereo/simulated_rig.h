@@ -66,6 +66,17 @@ struct SimulatedImuSampleTruth {
   std::uint64_t taken_ns = 0;       ///< when it was taken, on the host clock the SDK stamps samples with
 };
 
+/// Whether this account may open the camera's video node, as the Linux kernel decides. A
+/// camera whose node is refused is listed by a scan (its descriptors need no node) and
+/// opens without its capability report, but every call that needs the node (the extension
+/// unit, the firmware version, the flash) fails with "ecGetKsControlFail", and
+/// find_camera_access_problems() names its nodes with the fix, as on Linux.
+enum class SimulatedNodeAccess : std::uint8_t {
+  Allowed,           ///< the node opens
+  PermissionDenied,  ///< the node belongs to a group this account is not in (EACCES)
+  Busy,              ///< another program holds the node (EBUSY)
+};
+
 /// One camera on the rig.
 struct SimulatedCamera {
   std::uint16_t vendor_id = 0x0C45;   ///< USB vendor id (a supported model by default)
@@ -96,6 +107,9 @@ struct SimulatedCamera {
   std::uint8_t imu_selector = 10;  ///< control selector of the IMU control
   std::uint8_t imu_length = 17;    ///< bytes the IMU read needs, at least 17
   SimulatedImu imu;                ///< what the IMU does
+  /// Whether this account may open the camera's video nodes ("/dev/video<2 * rig index>"
+  /// for capture, the next number for metadata).
+  SimulatedNodeAccess node_access = SimulatedNodeAccess::Allowed;
 };
 
 /// One device a capture backend lists.
@@ -196,6 +210,9 @@ class UVC_STEREO_API SimulatedRig {
   void set_capability_report(int camera, const CapabilityReport& report);
   /// The firmware version text the camera reports from now on.
   void set_firmware_version(int camera, const std::string& version);
+  /// Whether this account may open the camera's video nodes from now on (as after joining
+  /// the node's group, or another program letting go of it).
+  void set_node_access(int camera, SimulatedNodeAccess access);
   /// The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order.
   void queue_imu_status(int camera, std::uint8_t status_byte);
   /// The counter the next IMU sample will carry (for a timed IMU: the newest sample's, now).

@@ -421,8 +421,10 @@ typedef struct uvc_stereo_camera_access_list_t uvc_stereo_camera_access_list_t;
 
 /** Opens each video node of every supported camera the kernel lists (and closes it at
  * once) and lists those this account cannot open, with the system's reason and the fix.
- * Empty on Windows and while a simulated rig serves the cameras. On success *list is a
- * new list, freed with uvc_stereo_camera_access_list_free. */
+ * Empty on Windows. While a simulated rig serves the cameras, on any platform, its plugged
+ * cameras whose node_access is not UVC_STEREO_NODE_ACCESS_ALLOWED are listed instead, with
+ * the reasons and fixes Linux gives. On success *list is a new list, freed with
+ * uvc_stereo_camera_access_list_free. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL
 uvc_stereo_find_camera_access_problems(uvc_stereo_camera_access_list_t** list);
 
@@ -567,6 +569,15 @@ enum {
   UVC_STEREO_IMU_MOVING = 1   /**< slow swaying */
 };
 
+/** Whether this account may open a simulated camera's video nodes, as the Linux kernel
+ * decides. A refused camera is still listed, but every call through its node fails
+ * ("ecGetKsControlFail") and uvc_stereo_find_camera_access_problems names its nodes. */
+enum {
+  UVC_STEREO_NODE_ACCESS_ALLOWED = 0,           /**< the node opens */
+  UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED = 1, /**< a group this account is not in owns it (EACCES) */
+  UVC_STEREO_NODE_ACCESS_BUSY = 2               /**< another program holds it (EBUSY) */
+};
+
 /** One camera to add to a rig. Fill it with uvc_stereo_rig_camera_defaults first. The
  * strings are copied when the camera is added. For the optional strings (product_string,
  * descriptor_3, serial_number) null means the descriptor is absent (reading it fails);
@@ -600,6 +611,8 @@ typedef struct uvc_stereo_rig_camera_t {
   uint32_t imu_counter_step;     /**< counter increment per read; larger values model missed samples */
   double imu_temperature_c;      /**< die temperature */
   uint32_t imu_seed;             /**< noise seed, so runs are repeatable */
+  /** UVC_STEREO_NODE_ACCESS_*; a struct_size that ends before it reads as ALLOWED. */
+  int32_t node_access;
 } uvc_stereo_rig_camera_t;
 
 /** Fills a camera with the C++ defaults (a supported model, 1 MiB flash, user space
@@ -682,6 +695,11 @@ UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_capabilit
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stereo_rig_t* rig,
                                                                                         int32_t camera,
                                                                                         const char* version);
+
+/** Whether this account may open the camera's video nodes from now on:
+ * UVC_STEREO_NODE_ACCESS_*; any other value is refused. */
+UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_node_access(uvc_stereo_rig_t* rig,
+                                                                                   int32_t camera, int32_t access);
 
 /** The next IMU reads answer with these status bytes (0xF1 init failure, 0xF2 read failure), in order. */
 UVC_STEREO_C_API uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_rig_t* rig,

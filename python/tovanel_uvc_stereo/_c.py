@@ -273,6 +273,7 @@ class rig_camera_t(Sized):
         ("imu_counter_step", c_uint32),
         ("imu_temperature_c", c_double),
         ("imu_seed", c_uint32),
+        ("node_access", c_int32),
     ]
 
 
@@ -378,6 +379,7 @@ _PROTOTYPES = {
     "uvc_stereo_rig_set_capability_report": (error_t, [handle_t, c_int32, P(capability_report_t)]),
     "uvc_stereo_rig_set_capability_bytes": (error_t, [handle_t, c_int32, c_char_p]),
     "uvc_stereo_rig_set_firmware_version": (error_t, [handle_t, c_int32, c_char_p]),
+    "uvc_stereo_rig_set_node_access": (error_t, [handle_t, c_int32, c_int32]),
     "uvc_stereo_rig_queue_imu_status": (error_t, [handle_t, c_int32, c_uint8]),
     "uvc_stereo_rig_next_imu_counter": (error_t, [handle_t, c_int32, P(c_uint32)]),
     "uvc_stereo_rig_set_capture_devices": (error_t, [handle_t, c_int32, P(rig_capture_device_t), c_size_t]),

@@ -91,7 +91,9 @@ def find_camera_access_problems() -> List[CameraAccessProblem]:
     """Every video node of every supported camera the kernel lists that this account cannot
     open, with the system's reason and the fix, in node order: such a camera is listed and
     opens, but its IMU and capability report cannot be read until the fix is applied. Empty on
-    Windows and while a simulated rig serves the cameras."""
+    Windows. While a simulated rig serves the cameras, on any platform, its plugged cameras
+    added with a ``node_access`` other than ``sim.SimulatedNodeAccess.Allowed`` are named
+    instead, with the reasons and fixes Linux gives."""
     problem_list = _c.handle_t()
     _c.check(_c.lib().uvc_stereo_find_camera_access_problems(byref(problem_list)))
     return _list_records(

@@ -30,6 +30,7 @@ from ._records import CapabilityReport
 __all__ = [
     "DescriptorByteOrder",
     "ImuMotion",
+    "SimulatedNodeAccess",
     "SimulatedImu",
     "SimulatedImuTiming",
     "SimulatedImuSampleTruth",
@@ -51,6 +52,19 @@ class ImuMotion(enum.IntEnum):
 
     AtRest = 0  #: gravity on +z, small sensor noise, no rotation
     Moving = 1  #: slow swaying
+
+
+class SimulatedNodeAccess(enum.IntEnum):
+    """Whether this account may open a simulated camera's video nodes, as the Linux kernel decides.
+
+    A refused camera is still listed by a scan, but every call through its node fails
+    ("ecGetKsControlFail") and :func:`~tovanel_uvc_stereo.find_camera_access_problems`
+    names its nodes with the fix.
+    """
+
+    Allowed = 0  #: the node opens
+    PermissionDenied = 1  #: a group this account is not in owns it (EACCES)
+    Busy = 2  #: another program holds it (EBUSY)
 
 
 @dataclass
@@ -136,6 +150,7 @@ _CAMERA_FIELDS = (
     "imu_selector",
     "imu_length",
     "imu",
+    "node_access",
 )
 _UINT_FIELDS = {
     "vendor_id": "uint16",
@@ -252,8 +267,8 @@ class SimulatedRig(OwnedHandle):
         absent), ``firmware_version``, ``flash_type``, ``flash_size``, ``flash_sector_size``,
         ``user_space_address``, ``user_space_size``, ``capability`` (a
         :class:`~tovanel_uvc_stereo.CapabilityReport`) or ``capability_report`` (64 raw
-        bytes), ``imu_unit``, ``imu_selector``, ``imu_length`` and ``imu`` (a :class:`SimulatedImu`).
-        Those not given keep the SDK's defaults.
+        bytes), ``imu_unit``, ``imu_selector``, ``imu_length``, ``imu`` (a :class:`SimulatedImu`)
+        and ``node_access`` (a :class:`SimulatedNodeAccess`). Those not given keep the SDK's defaults.
         """
         unknown = sorted(set(camera) - set(_CAMERA_FIELDS))
         if unknown:
@@ -285,6 +300,8 @@ class SimulatedRig(OwnedHandle):
                 ctypes.memmove(record.capability_report, _report_bytes(name, value), 64)
             elif name == "imu":
                 self._set_imu(record, value)
+            elif name == "node_access":
+                record.node_access = SimulatedNodeAccess(value)
         index = c_int32()
         _c.check(self._lib.uvc_stereo_rig_add_camera(self._live(), byref(record), byref(index)))
         return index.value
@@ -400,6 +417,14 @@ class SimulatedRig(OwnedHandle):
         _c.check(
             self._lib.uvc_stereo_rig_set_firmware_version(
                 self._live(), _convert.checked_int32("camera", camera), _c.encode("version", version)
+            )
+        )
+
+    def set_node_access(self, camera: int, access: SimulatedNodeAccess) -> None:
+        """Whether this account may open the camera's video nodes from now on."""
+        _c.check(
+            self._lib.uvc_stereo_rig_set_node_access(
+                self._live(), _convert.checked_int32("camera", camera), SimulatedNodeAccess(access)
             )
         )
 

@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "bridge/kernel_video_listing.h"
+#include "bridge/vendor_backend.h"
 #include "core/guard.h"
+#include "uvc_stereo/vendor_lock.h"
 
 namespace tovanel::uvc_stereo {
 namespace {
@@ -55,12 +57,23 @@ std::string access_fix(const KernelVideoNode& node, const std::vector<std::strin
   }
 }
 
+// The nodes that tell which cameras this account may not use: the simulated ones of a backend that stands in for
+// the kernel too, else what the kernel shows.
+KernelVideoListing camera_node_listing() {
+  const vendor::VendorBackend& backend = vendor::active_vendor_backend();
+  if (backend.simulated_node_listing != nullptr) {
+    const win_detail::SonixGlobalLock lock;
+    return backend.simulated_node_listing();
+  }
+  return vendor::kernel_video_listing();
+}
+
 }  // namespace
 
 Result<std::vector<CameraAccessProblem>> find_camera_access_problems() {
   return detail::guard_operation(
       "unknown exception while looking at the cameras' nodes", []() -> Result<std::vector<CameraAccessProblem>> {
-        const KernelVideoListing listing = vendor::kernel_video_listing();
+        const KernelVideoListing listing = camera_node_listing();
         std::vector<CameraAccessProblem> problems;
         for (const KernelVideoDevice& device : listing.devices) {
           if (!device.supported) {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "bridge/sonix_camera.h"
+#include "uvc_stereo/camera_access.h"
 
 namespace tovanel::uvc_stereo::vendor {
 
@@ -91,6 +92,11 @@ struct VendorBackend {
   /// Linux UVC backend), whose listing then tells which cameras this account may not open. Tables filled in
   /// order may leave it out.
   bool serves_kernel_nodes = false;
+
+  /// Not a vendor operation: for a backend that stands in for the kernel as well (the simulated rig), what the
+  /// kernel would show of its cameras' video nodes, and so which of them this account may not open. Called with the
+  /// vendor lock held; null for a backend without such nodes.
+  KernelVideoListing (*simulated_node_listing)() = nullptr;
 };
 
 /// True when every entry of `backend` is set, its name included: what a backend's table must be before it is used.

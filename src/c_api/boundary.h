@@ -85,6 +85,10 @@ template <>
 struct FirstReleasedSize<uvc_stereo_flash_config_t> {
   static constexpr std::size_t value = offsetof(uvc_stereo_flash_config_t, busy_wait_ms);
 };
+template <>
+struct FirstReleasedSize<uvc_stereo_rig_camera_t> {
+  static constexpr std::size_t value = offsetof(uvc_stereo_rig_camera_t, node_access);
+};
 
 // Whether the caller's struct reaches past the member that ends `end` bytes into it.
 template <typename Struct>

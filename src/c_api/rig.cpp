@@ -73,8 +73,10 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_add_camera(uvc_stereo_rig_t* r
   return c_api::checked_call(
       kFunction,
       [&] {
-        return c_api::first_failure(c_api::require(rig, kFunction, "rig"),
-                                    c_api::require_struct(camera, kFunction, "camera", "uvc_stereo_rig_camera_t"));
+        const Status checked =
+            c_api::first_failure(c_api::require(rig, kFunction, "rig"),
+                                 c_api::require_struct(camera, kFunction, "camera", "uvc_stereo_rig_camera_t"));
+        return checked.ok() ? c_api::check_node_access(*camera, kFunction) : checked;
       },
       [&] {
         const int added = rig->rig.add_camera(c_api::from_c(*camera));
@@ -200,6 +202,14 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_firmware_version(uvc_stere
   return on_camera(
       rig, camera, kFunction, [&] { return c_api::require(version, kFunction, "version"); },
       [&] { rig->rig.set_firmware_version(camera, version); });
+}
+
+uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_set_node_access(uvc_stereo_rig_t* rig, std::int32_t camera,
+                                                                  std::int32_t access) {
+  constexpr const char* kFunction = "uvc_stereo_rig_set_node_access";
+  return on_camera(
+      rig, camera, kFunction, [&] { return c_api::check_node_access(access, kFunction, "access"); },
+      [&] { rig->rig.set_node_access(camera, static_cast<sim::SimulatedNodeAccess>(access)); });
 }
 
 uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_rig_queue_imu_status(uvc_stereo_rig_t* rig, std::int32_t camera,

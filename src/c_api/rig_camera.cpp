@@ -3,6 +3,7 @@
 #include "c_api/rig_camera.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -17,6 +18,11 @@ std::optional<std::string> optional_text(const char* text) {
 }
 
 const char* optional_pointer(const std::optional<std::string>& text) noexcept { return text ? text->c_str() : nullptr; }
+
+// Whether the caller's camera reaches node_access (added after the first release).
+bool has_node_access(const uvc_stereo_rig_camera_t& camera) noexcept {
+  return covers(camera, offsetof(uvc_stereo_rig_camera_t, node_access) + sizeof(camera.node_access));
+}
 
 }  // namespace
 
@@ -48,7 +54,22 @@ sim::SimulatedCamera from_c(const uvc_stereo_rig_camera_t& camera) {
   out.imu.counter_step = camera.imu_counter_step;
   out.imu.temperature_c = camera.imu_temperature_c;
   out.imu.seed = camera.imu_seed;
+  if (has_node_access(camera)) {
+    out.node_access = static_cast<sim::SimulatedNodeAccess>(camera.node_access);
+  }
   return out;
+}
+
+Status check_node_access(std::int32_t access, const char* function, const char* name) {
+  if (access >= UVC_STEREO_NODE_ACCESS_ALLOWED && access <= UVC_STEREO_NODE_ACCESS_BUSY) {
+    return Status();
+  }
+  return Status(ErrorCode::InvalidArgument,
+                std::string(function) + ": " + name + " is not a UVC_STEREO_NODE_ACCESS_* value");
+}
+
+Status check_node_access(const uvc_stereo_rig_camera_t& camera, const char* function) {
+  return has_node_access(camera) ? check_node_access(camera.node_access, function, "camera.node_access") : Status();
 }
 
 void write_defaults(uvc_stereo_rig_camera_t& camera) {
@@ -87,6 +108,9 @@ void write_defaults(uvc_stereo_rig_camera_t& camera) {
   camera.imu_counter_step = defaults.imu.counter_step;
   camera.imu_temperature_c = defaults.imu.temperature_c;
   camera.imu_seed = defaults.imu.seed;
+  if (has_node_access(camera)) {
+    camera.node_access = static_cast<std::int32_t>(defaults.node_access);
+  }
 }
 
 }  // namespace tovanel::uvc_stereo::c_api

@@ -22,6 +22,7 @@ constexpr vendor::VendorBackend simulated_backend() {
   table.sector_erase = sim_sector_erase;
   table.set_write_protected = sim_set_write_protected;
   table.set_status_reg_bit_wp = sim_set_status_reg_bit_wp;
+  table.simulated_node_listing = sim_node_listing;
   return table;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bridge/sonix_camera.h"
+#include "uvc_stereo/camera_access.h"
 
 // The simulated rig's answer to each vendor operation, each of the shape of the operation it
 // answers (see bridge/sonix_camera.h for the arguments); backend.cpp puts them in the backend
@@ -26,5 +27,8 @@ decltype(SonixCam_WriteToSF) sim_write_flash;
 decltype(SonixCam_SectorEraseSF) sim_sector_erase;
 decltype(SonixCam_SetWriteProtectedSF) sim_set_write_protected;
 decltype(SonixCam_SetStatusRegBitWP) sim_set_status_reg_bit_wp;
+
+// Not a vendor operation: the video nodes the kernel would show for the rig's plugged cameras.
+[[nodiscard]] KernelVideoListing sim_node_listing();
 
 }  // namespace tovanel::uvc_stereo::sim

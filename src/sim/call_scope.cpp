@@ -168,6 +168,15 @@ CameraState* VendorCallScope::admit_device() {
   return camera;
 }
 
+CameraState* VendorCallScope::admit_node() {
+  CameraState* camera = admit_device();
+  if (camera != nullptr && camera->config.node_access != SimulatedNodeAccess::Allowed) {
+    fail(SonixLib::ecGetKsControlFail);
+    return nullptr;
+  }
+  return camera;
+}
+
 bool VendorCallScope::fail(std::int32_t vendor_code, bool error_code_query_fails) noexcept {
   record_.succeeded = false;
   // The error code left behind belongs to the call that ran the hook.

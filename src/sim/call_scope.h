@@ -50,6 +50,10 @@ class VendorCallScope {
   // the record names no camera of this rig or an unplugged one, and null with nothing
   // recorded when no rig is active.
   [[nodiscard]] CameraState* admit_device();
+  // admit_device(), for a call that goes through the camera's video node: null (failed
+  // with "ecGetKsControlFail", as the kernel's refusal reaches the library) when this
+  // account may not open it.
+  [[nodiscard]] CameraState* admit_node();
 
   // Ends the call as failed, leaving `vendor_code` for SonixCam_GetErrorCode.
   bool fail(std::int32_t vendor_code, bool error_code_query_fails = false) noexcept;

@@ -150,6 +150,37 @@ class Fields {
   Status failure_;
 };
 
+// The node access by name, so that a person editing a camera file reads and writes words.
+constexpr std::pair<SimulatedNodeAccess, const char*> kNodeAccessNames[] = {
+    {SimulatedNodeAccess::Allowed, "allowed"},
+    {SimulatedNodeAccess::PermissionDenied, "permission_denied"},
+    {SimulatedNodeAccess::Busy, "busy"},
+};
+
+const char* node_access_name(SimulatedNodeAccess access) {
+  for (const auto& [value, name] : kNodeAccessNames) {
+    if (value == access) {
+      return name;
+    }
+  }
+  return "allowed";
+}
+
+// Files written before cameras had a node access name none: their nodes open.
+SimulatedNodeAccess node_access_of(Fields& fields) {
+  const std::optional<std::string> text = fields.optional_text("node_access");
+  if (!text) {
+    return SimulatedNodeAccess::Allowed;
+  }
+  for (const auto& [value, name] : kNodeAccessNames) {
+    if (*text == name) {
+      return value;
+    }
+  }
+  fields.fail("node_access is none of allowed, permission_denied, busy: " + *text);
+  return SimulatedNodeAccess::Allowed;
+}
+
 }  // namespace
 
 std::string camera_file_text(const StoredCamera& stored) {
@@ -187,6 +218,7 @@ std::string camera_file_text(const StoredCamera& stored) {
   out << "imu_counter_step=" << c.imu.counter_step << '\n';
   out << "imu_temperature_c=" << c.imu.temperature_c << '\n';
   out << "imu_seed=" << c.imu.seed << '\n';
+  out << "node_access=" << node_access_name(c.node_access) << '\n';
   return out.str();
 }
 
@@ -242,6 +274,7 @@ Result<StoredCamera> parse_camera_file(const std::string& text, const std::strin
   c.imu.counter_step = fields.integer<std::uint32_t>("imu_counter_step");
   c.imu.temperature_c = fields.real("imu_temperature_c");
   c.imu.seed = fields.integer<std::uint32_t>("imu_seed");
+  c.node_access = node_access_of(fields);
   if (!fields.failure().ok()) {
     return fields.failure();
   }

@@ -42,10 +42,13 @@ void write_vid_pid(const SimulatedCamera& camera, std::uint8_t* out) {
   }
 }
 
-// The camera a call that fills `buffer` is for, once the rig is active, the record names a plugged camera and the
-// buffer is there; null when the call has already failed.
-CameraState* admit_with_buffer(VendorCallScope& call, const void* buffer) {
-  CameraState* camera = call.admit_device();
+enum class Path : std::uint8_t { Descriptors, VideoNode };
+
+// The camera a call that fills `buffer` is for, once the rig is active, the record names a plugged camera (whose
+// node this account may open, for a call through the node) and the buffer is there; null when the call has already
+// failed. Descriptors come from what the bus reported when the camera was plugged, which needs no node.
+CameraState* admit_with_buffer(VendorCallScope& call, const void* buffer, Path path) {
+  CameraState* camera = path == Path::VideoNode ? call.admit_node() : call.admit_device();
   if (camera != nullptr && buffer == nullptr) {
     static_cast<void>(call.fail(SonixLib::ecGetKsControlFail));
     return nullptr;
@@ -58,7 +61,7 @@ CameraState* admit_with_buffer(VendorCallScope& call, const void* buffer) {
 bool sim_get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, std::uint8_t* buffer, std::uint32_t length,
                             std::int32_t reserved_a, std::int32_t reserved_b) {
   VendorCallScope call("SonixCam_GetDevDescriptor", device, {type, length, reserved_a, reserved_b});
-  CameraState* camera = admit_with_buffer(call, buffer);
+  CameraState* camera = admit_with_buffer(call, buffer, Path::Descriptors);
   if (camera == nullptr) {
     return false;
   }
@@ -81,7 +84,7 @@ bool sim_get_dev_descriptor(SonixLib::scDevice_t* device, std::uint8_t type, std
 
 bool sim_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, const std::uint8_t guid[16]) {
   VendorCallScope call("SonixCam_SetNodeID", device, {node_id});
-  if (call.admit_device() == nullptr) {
+  if (call.admit_node() == nullptr) {
     return false;
   }
   if (guid == nullptr || std::memcmp(guid, kExtensionUnitGuid, sizeof(kExtensionUnitGuid)) != 0) {
@@ -93,7 +96,7 @@ bool sim_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, const s
 bool sim_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
                  std::uint8_t unit_id) {
   VendorCallScope call("SonixCam_XuRead", device, {length, selector, unit_id});
-  CameraState* camera = admit_with_buffer(call, buffer);
+  CameraState* camera = admit_with_buffer(call, buffer, Path::VideoNode);
   if (camera == nullptr) {
     return false;
   }
@@ -107,7 +110,7 @@ bool sim_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_
 
 bool sim_get_version(SonixLib::scDevice_t* device, char* buffer, std::uint32_t length, std::int32_t flags) {
   VendorCallScope call("SonixCam_GetVersion", device, {length, flags});
-  CameraState* camera = call.admit_device();
+  CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }

@@ -39,7 +39,7 @@ void check_user_space(VendorCallScope& call, const char* what, std::uint64_t sta
 
 bool sim_get_serial_flash_type(SonixLib::scDevice_t* device, SonixLib::SERIAL_FLASH_TYPE* type) {
   VendorCallScope call("SonixCam_GetSerialFlashType", device, {});
-  const CameraState* camera = call.admit_device();
+  const CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -52,7 +52,7 @@ bool sim_get_serial_flash_type(SonixLib::scDevice_t* device, SonixLib::SERIAL_FL
 
 bool sim_read_flash(SonixLib::scDevice_t* device, std::uint32_t address, std::uint8_t* buffer, std::uint32_t length) {
   VendorCallScope call("SonixCam_CstmReadFromSF", device, {address, length});
-  const CameraState* camera = call.admit_device();
+  const CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -70,7 +70,7 @@ bool sim_write_flash(SonixLib::scDevice_t* device, std::uint32_t address, const 
     return false;
   }
   check_user_space(call, "SonixCam_WriteToSF", address, length);
-  CameraState* camera = call.admit_device();
+  CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -95,7 +95,7 @@ bool sim_sector_erase(SonixLib::scDevice_t* device, std::uint32_t address, std::
   if (const CameraState* named = call.named_camera()) {
     check_user_space(call, "SonixCam_SectorEraseSF", named->flash.sector_start(address), named->flash.sector_size());
   }
-  CameraState* camera = call.admit_device();
+  CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -117,7 +117,7 @@ bool sim_sector_erase(SonixLib::scDevice_t* device, std::uint32_t address, std::
 
 bool sim_set_write_protected(SonixLib::scDevice_t* device, std::uint8_t a, std::uint8_t b) {
   VendorCallScope call("SonixCam_SetWriteProtectedSF", device, {a, b});
-  CameraState* camera = call.admit_device();
+  CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }
@@ -130,7 +130,7 @@ bool sim_set_write_protected(SonixLib::scDevice_t* device, std::uint8_t a, std::
 bool sim_set_status_reg_bit_wp(SonixLib::scDevice_t* device, std::uint8_t a, std::uint8_t b, std::uint8_t c,
                                std::uint8_t d, std::uint8_t e, std::uint8_t f) {
   VendorCallScope call("SonixCam_SetStatusRegBitWP", device, {a, b, c, d, e, f});
-  CameraState* camera = call.admit_device();
+  CameraState* camera = call.admit_node();
   if (camera == nullptr) {
     return false;
   }

@@ -219,6 +219,14 @@ void SimulatedRig::set_firmware_version(int camera, const std::string& version) 
   }
 }
 
+void SimulatedRig::set_node_access(int camera, SimulatedNodeAccess access) {
+  const Guard guard(state_->mutex);
+  if (CameraState* target = state_->camera(camera)) {
+    target->config.node_access = access;
+    persist(*state_, camera);
+  }
+}
+
 void SimulatedRig::queue_imu_status(int camera, std::uint8_t status_byte) {
   const Guard guard(state_->mutex);
   if (CameraState* target = state_->camera(camera)) {

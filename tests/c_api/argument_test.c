@@ -101,6 +101,8 @@ static void null_handles_and_out_pointers_are_refused(void) {
   CHECK_NULL(uvc_stereo_rig_set_capability_report(NULL, 0, &report), "uvc_stereo_rig_set_capability_report", "rig");
   CHECK_NULL(uvc_stereo_rig_set_capability_bytes(NULL, 0, bytes), "uvc_stereo_rig_set_capability_bytes", "rig");
   CHECK_NULL(uvc_stereo_rig_set_firmware_version(NULL, 0, "V1"), "uvc_stereo_rig_set_firmware_version", "rig");
+  CHECK_NULL(uvc_stereo_rig_set_node_access(NULL, 0, UVC_STEREO_NODE_ACCESS_BUSY), "uvc_stereo_rig_set_node_access",
+             "rig");
   CHECK_NULL(uvc_stereo_rig_queue_imu_status(NULL, 0, 0xF1), "uvc_stereo_rig_queue_imu_status", "rig");
   CHECK_NULL(uvc_stereo_rig_next_imu_counter(NULL, 0, &value), "uvc_stereo_rig_next_imu_counter", "rig");
   CHECK_NULL(uvc_stereo_rig_set_capture_devices(NULL, UVC_STEREO_BACKEND_MSMF, NULL, 0),
@@ -241,10 +243,11 @@ static void structs_smaller_than_their_first_layout_are_refused(void) {
   CHECK_OK(uvc_stereo_imu_conversion_options_defaults(&conversion));
 
   test_camera_init(&camera, 0, "SN-SIZES");
-  CHECK_TOO_SMALL(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL), "uvc_stereo_rig_add_camera", "camera",
-                  uvc_stereo_rig_camera_t, camera.camera);
-  CHECK_TOO_SMALL(uvc_stereo_rig_camera_defaults(&camera.camera), "uvc_stereo_rig_camera_defaults", "camera",
-                  uvc_stereo_rig_camera_t, camera.camera);
+  /* A rig camera grew a node_access after its first layout. */
+  CHECK_SMALLER_THAN_FIRST(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL), "uvc_stereo_rig_add_camera", "camera",
+                           uvc_stereo_rig_camera_t, camera.camera, offsetof(uvc_stereo_rig_camera_t, node_access));
+  CHECK_SMALLER_THAN_FIRST(uvc_stereo_rig_camera_defaults(&camera.camera), "uvc_stereo_rig_camera_defaults", "camera",
+                           uvc_stereo_rig_camera_t, camera.camera, offsetof(uvc_stereo_rig_camera_t, node_access));
   CHECK_OK(uvc_stereo_rig_camera_count(rig, &count));
   CHECK_EQ(count, 0);
   CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
@@ -324,9 +327,23 @@ static void structs_of_the_first_layout_are_taken_and_their_later_fields_left_al
   uvc_stereo_open_options_t options;
   uvc_stereo_flash_config_t flash;
   uvc_stereo_flash_config_t full;
+  uvc_stereo_camera_access_list_t* problems = NULL;
+  size_t problem_count = 1;
 
   test_camera_init(&camera, 0, "SN-FIRST-LAYOUT");
+  /* A rig camera of the first layout has no node access: its nodes open, whatever lies after it. */
+  camera.camera.struct_size = (uint32_t)offsetof(uvc_stereo_rig_camera_t, node_access);
+  camera.camera.node_access = UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED;
+  CHECK_OK(uvc_stereo_rig_camera_defaults(&camera.camera));
+  CHECK_EQ(camera.camera.node_access, UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED);
+  test_camera_init(&camera, 0, "SN-FIRST-LAYOUT");
+  camera.camera.struct_size = (uint32_t)offsetof(uvc_stereo_rig_camera_t, node_access);
+  camera.camera.node_access = UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED;
   CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
+  CHECK_OK(uvc_stereo_find_camera_access_problems(&problems));
+  CHECK_OK(uvc_stereo_camera_access_list_count(problems, &problem_count));
+  CHECK_EQ(problem_count, 0);
+  uvc_stereo_camera_access_list_free(problems);
   list = scan_all();
   memset(&options, 0, sizeof(options));
   options.struct_size = (uint32_t)offsetof(uvc_stereo_open_options_t, busy_wait_ms);

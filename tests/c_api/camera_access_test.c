@@ -1,7 +1,14 @@
-/* The cameras this account cannot open, through the C interface: a list handle like the scan's. */
+/* The cameras this account cannot open, through the C interface: a list handle like the scan's, over a rig camera
+   whose video node is refused. */
+#include <errno.h>
 #include <string.h>
 
 #include "check.h"
+
+static const char kPermissionFix[] =
+    "add this account to the group video: sudo usermod -aG video $USER, then log in again; if that is not enough, "
+    "install the SDK's udev rule 70-tovanel-uvc-stereo.rules (its package puts it in /usr/lib/udev/rules.d), then "
+    "unplug and replug the camera";
 
 static uvc_stereo_camera_access_problem_t problem_struct(void) {
   uvc_stereo_camera_access_problem_t problem;
@@ -10,21 +17,143 @@ static uvc_stereo_camera_access_problem_t problem_struct(void) {
   return problem;
 }
 
-static void a_simulated_rig_leaves_the_list_empty(void) {
-  uvc_stereo_rig_t* rig = test_rig();
-  test_camera camera;
-  uvc_stereo_camera_access_list_t* list = NULL;
-  uvc_stereo_camera_access_problem_t problem = problem_struct();
+static size_t problem_count(uvc_stereo_camera_access_list_t* list) {
   size_t count = 12345;
-  test_camera_init(&camera, 2, "SN0002");
-  CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL));
+  CHECK_OK(uvc_stereo_camera_access_list_count(list, &count));
+  return count;
+}
+
+/* Plugs a camera of `model_index` whose node access is `access` into `rig` and looks for the cameras this account
+   cannot open; *camera keeps the camera's strings. */
+static uvc_stereo_camera_access_list_t* look_with_camera(uvc_stereo_rig_t* rig, test_camera* camera,
+                                                         unsigned model_index, const char* serial, int32_t access) {
+  uvc_stereo_camera_access_list_t* list = NULL;
+  test_camera_init(camera, model_index, serial);
+  camera->camera.node_access = access;
+  CHECK_OK(uvc_stereo_rig_add_camera(rig, &camera->camera, NULL));
   CHECK_OK(uvc_stereo_find_camera_access_problems(&list));
   CHECK(list != NULL);
-  CHECK_OK(uvc_stereo_camera_access_list_count(list, &count));
-  CHECK_EQ(count, 0);
+  return list;
+}
+
+static void a_camera_whose_node_opens_leaves_the_list_empty(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_camera_access_list_t* list = look_with_camera(rig, &camera, 2, "SN0002", UVC_STEREO_NODE_ACCESS_ALLOWED);
+  uvc_stereo_camera_access_problem_t problem = problem_struct();
+  CHECK_EQ(problem_count(list), 0);
   CHECK_FAILS(uvc_stereo_camera_access_list_get(list, 0, &problem), UVC_STEREO_ERROR_INVALID_ARGUMENT,
               "uvc_stereo_camera_access_list_get: index 0 is out of range (0 problems)");
   uvc_stereo_camera_access_list_free(list);
+  finish_rig(rig);
+}
+
+static void a_camera_without_permission_is_named_with_the_fix(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_camera_access_list_t* list =
+      look_with_camera(rig, &camera, 0, "SN-REFUSED", UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED);
+  uvc_stereo_camera_access_problem_t problem = problem_struct();
+  CHECK_EQ(problem_count(list), 2); /* the capture node and the metadata node */
+  CHECK_OK(uvc_stereo_camera_access_list_get(list, 0, &problem));
+  CHECK_EQ(problem.system_error, EACCES);
+  CHECK_TEXT(problem.device_path, camera.device_path);
+  CHECK_TEXT(problem.node, "/dev/video0");
+  CHECK_TEXT(problem.reason, "Permission denied");
+  CHECK_TEXT(problem.fix, kPermissionFix);
+  CHECK_OK(uvc_stereo_camera_access_list_get(list, 1, &problem));
+  CHECK_TEXT(problem.node, "/dev/video1");
+  CHECK_FAILS(uvc_stereo_camera_access_list_get(list, 2, &problem), UVC_STEREO_ERROR_INVALID_ARGUMENT,
+              "uvc_stereo_camera_access_list_get: index 2 is out of range (2 problems)");
+  uvc_stereo_camera_access_list_free(list);
+  finish_rig(rig);
+}
+
+static void a_busy_camera_asks_to_close_the_other_program(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_camera_access_list_t* list = look_with_camera(rig, &camera, 1, "SN-BUSY", UVC_STEREO_NODE_ACCESS_BUSY);
+  uvc_stereo_camera_access_problem_t problem = problem_struct();
+  CHECK_EQ(problem_count(list), 2);
+  CHECK_OK(uvc_stereo_camera_access_list_get(list, 0, &problem));
+  CHECK_EQ(problem.system_error, EBUSY);
+  CHECK_TEXT(problem.reason, "Device or resource busy");
+  CHECK_TEXT(problem.fix, "another program holds the node: close it and retry");
+  uvc_stereo_camera_access_list_free(list);
+  finish_rig(rig);
+}
+
+/* The list owns its strings: they outlive the rig and a later look. */
+static void the_problems_strings_live_as_long_as_the_list(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_camera_access_list_t* list =
+      look_with_camera(rig, &camera, 0, "SN-KEPT", UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED);
+  uvc_stereo_camera_access_problem_t problem = problem_struct();
+  finish_rig(rig);
+  CHECK_OK(uvc_stereo_camera_access_list_get(list, 1, &problem));
+  CHECK_TEXT(problem.node, "/dev/video1");
+  CHECK_TEXT(problem.fix, kPermissionFix);
+  uvc_stereo_camera_access_list_free(list);
+}
+
+static void the_refused_cameras_flash_and_imu_fail_as_on_linux(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_device_t* device = NULL;
+  char json[64];
+  size_t required = 0;
+  uint16_t format_version = 0;
+  test_camera_init(&camera, 0, "SN-REFUSED");
+  camera.camera.node_access = UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED;
+  device = plug_and_open(rig, &camera, 0);
+  CHECK_FAILS(uvc_stereo_device_read_json(device, json, sizeof(json), &required, &format_version),
+              UVC_STEREO_ERROR_DEVICE_UNAVAILABLE,
+              "SonixCam_GetSerialFlashType failed: vendor_code=ecGetKsControlFail(5)");
+  CHECK_FAILS(uvc_stereo_device_open_imu(device), UVC_STEREO_ERROR_PLATFORM_ERROR,
+              "SonixCam_SetNodeID failed: vendor_code=ecGetKsControlFail(5)");
+  uvc_stereo_device_close(device);
+  finish_rig(rig);
+}
+
+static void a_node_access_no_constant_names_is_refused(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  size_t count = 1;
+  test_camera_init(&camera, 0, "SN-ODD");
+  camera.camera.node_access = 3;
+  CHECK_FAILS(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL), UVC_STEREO_ERROR_INVALID_ARGUMENT,
+              "uvc_stereo_rig_add_camera: camera.node_access is not a UVC_STEREO_NODE_ACCESS_* value");
+  camera.camera.node_access = -1;
+  CHECK_FAILS(uvc_stereo_rig_add_camera(rig, &camera.camera, NULL), UVC_STEREO_ERROR_INVALID_ARGUMENT,
+              "uvc_stereo_rig_add_camera: camera.node_access is not a UVC_STEREO_NODE_ACCESS_* value");
+  CHECK_OK(uvc_stereo_rig_camera_count(rig, &count));
+  CHECK_EQ(count, 0);
+  finish_rig(rig);
+}
+
+/* As after joining the node's group: the problem is gone and the IMU opens. */
+static void a_camera_given_access_is_no_problem_any_more(void) {
+  uvc_stereo_rig_t* rig = test_rig();
+  test_camera camera;
+  uvc_stereo_camera_access_list_t* list =
+      look_with_camera(rig, &camera, 0, "SN-FIXED", UVC_STEREO_NODE_ACCESS_PERMISSION_DENIED);
+  uvc_stereo_device_list_t* devices = NULL;
+  uvc_stereo_device_t* device = NULL;
+  CHECK_EQ(problem_count(list), 2);
+  uvc_stereo_camera_access_list_free(list);
+  CHECK_FAILS(uvc_stereo_rig_set_node_access(rig, 0, 7), UVC_STEREO_ERROR_INVALID_ARGUMENT,
+              "uvc_stereo_rig_set_node_access: access is not a UVC_STEREO_NODE_ACCESS_* value");
+  CHECK_OK(uvc_stereo_rig_set_node_access(rig, 0, UVC_STEREO_NODE_ACCESS_ALLOWED));
+  CHECK_OK(uvc_stereo_find_camera_access_problems(&list));
+  CHECK_EQ(problem_count(list), 0);
+  uvc_stereo_camera_access_list_free(list);
+  devices = scan_all();
+  CHECK_OK(uvc_stereo_open_device(devices, 0, NULL, &device));
+  uvc_stereo_device_list_free(devices);
+  CHECK_OK(uvc_stereo_device_open_imu(device));
+  CHECK_OK(uvc_stereo_device_close_imu(device));
+  uvc_stereo_device_close(device);
   finish_rig(rig);
 }
 
@@ -52,6 +181,12 @@ static void missing_arguments_are_named(void) {
 }
 
 void camera_access_tests(void) {
-  a_simulated_rig_leaves_the_list_empty();
+  a_camera_whose_node_opens_leaves_the_list_empty();
+  a_camera_without_permission_is_named_with_the_fix();
+  a_busy_camera_asks_to_close_the_other_program();
+  the_problems_strings_live_as_long_as_the_list();
+  the_refused_cameras_flash_and_imu_fail_as_on_linux();
+  a_node_access_no_constant_names_is_refused();
+  a_camera_given_access_is_no_problem_any_more();
   missing_arguments_are_named();
 }

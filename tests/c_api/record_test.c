@@ -110,6 +110,7 @@ static void a_rig_camera_defaults_to_a_supported_model_without_descriptors(void)
   CHECK_EQ(camera.imu_counter_step, 1);
   CHECK(near(camera.imu_temperature_c, 31.5));
   CHECK_EQ(camera.imu_seed, 1);
+  CHECK_EQ(camera.node_access, UVC_STEREO_NODE_ACCESS_ALLOWED);
 }
 
 void record_tests(void) {

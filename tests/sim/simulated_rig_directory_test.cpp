@@ -12,6 +12,7 @@
 #include "support/rig_cameras.h"
 #include "support/scanned_device.h"
 #include "support/temporary_directory.h"
+#include "uvc_stereo/camera_access.h"
 #include "uvc_stereo/device.h"
 #include "uvc_stereo/flash.h"
 #include "uvc_stereo/simulated_rig.h"
@@ -161,6 +162,7 @@ TEST(SimulatedCameraFile, KeepsEveryFieldOfTheCamera) {
   camera.imu.counter_step = 3;
   camera.imu.temperature_c = -12.345678901234;
   camera.imu.seed = 4000000000u;
+  camera.node_access = SimulatedNodeAccess::Busy;
 
   const Result<StoredCamera> parsed = parse_camera_file(camera_file_text(stored), "camera.txt");
   ASSERT_TRUE(parsed.ok()) << parsed.status().message();
@@ -174,6 +176,64 @@ TEST(SimulatedCameraFile, KeepsEveryFieldOfTheCamera) {
   EXPECT_EQ(back.camera.firmware_version, "V1\r2");
   EXPECT_EQ(back.camera.imu.temperature_c, camera.imu.temperature_c);
   EXPECT_EQ(back.camera.capability_report, camera.capability_report);
+  EXPECT_EQ(back.camera.node_access, SimulatedNodeAccess::Busy);
+}
+
+TEST(SimulatedCameraFile, NamesTheNodeAccessInWordsAPersonCanEdit) {
+  StoredCamera stored;
+  stored.camera.node_access = SimulatedNodeAccess::PermissionDenied;
+  const std::string text = camera_file_text(stored);
+  EXPECT_NE(text.find("\nnode_access=permission_denied\n"), std::string::npos) << text;
+  std::string edited = text;
+  edited.replace(edited.find("permission_denied"), 17, "busy");
+  const Result<StoredCamera> parsed = parse_camera_file(edited, "x.txt");
+  ASSERT_TRUE(parsed.ok()) << parsed.status().message();
+  EXPECT_EQ(parsed.value().camera.node_access, SimulatedNodeAccess::Busy);
+}
+
+TEST(SimulatedCameraFile, AFileWrittenBeforeNodeAccessLetsItsNodesOpen) {
+  StoredCamera stored;
+  stored.camera.node_access = SimulatedNodeAccess::PermissionDenied;
+  std::string text = camera_file_text(stored);
+  const std::string line = "node_access=permission_denied\n";
+  ASSERT_NE(text.find(line), std::string::npos);
+  text.erase(text.find(line), line.size());
+  const Result<StoredCamera> parsed = parse_camera_file(text, "x.txt");
+  ASSERT_TRUE(parsed.ok()) << parsed.status().message();
+  EXPECT_EQ(parsed.value().camera.node_access, SimulatedNodeAccess::Allowed);
+}
+
+TEST(SimulatedCameraFile, RefusesANodeAccessItDoesNotKnow) {
+  std::string text = camera_file_text(StoredCamera{});
+  text.replace(text.find("node_access=allowed"), 19, "node_access=denied");
+  EXPECT_EQ(parse_camera_file(text, "x.txt").status().message(),
+            "x.txt: node_access is none of allowed, permission_denied, busy: denied");
+}
+
+TEST(SimulatedRigDirectory, ARefusedCameraStaysRefusedForTheNextProgram) {
+  const TemporaryDirectory directory;
+  SimulatedCamera camera = test_support::supported_camera(0, "SN-DIR-REFUSED");
+  camera.node_access = SimulatedNodeAccess::PermissionDenied;
+  {
+    std::unique_ptr<SimulatedRig> rig = keep_in(directory.path());
+    ASSERT_NE(rig, nullptr);
+    rig->add_camera(camera);
+  }
+  std::unique_ptr<SimulatedRig> rig = keep_in(directory.path());
+  ASSERT_NE(rig, nullptr);
+  const Result<std::vector<CameraAccessProblem>> problems = find_camera_access_problems();
+  ASSERT_TRUE(problems.ok());
+  ASSERT_EQ(problems.value().size(), 2u);
+  EXPECT_EQ(problems.value()[0].device_path, camera.device_path);
+  EXPECT_EQ(problems.value()[0].reason, "Permission denied");
+  // Access given in one program is the next one's too.
+  rig->set_node_access(0, SimulatedNodeAccess::Allowed);
+  rig.reset();
+  rig = keep_in(directory.path());
+  ASSERT_NE(rig, nullptr);
+  const Result<std::vector<CameraAccessProblem>> after = find_camera_access_problems();
+  ASSERT_TRUE(after.ok());
+  EXPECT_TRUE(after.value().empty());
 }
 
 TEST(SimulatedCameraFile, RefusesTextThatIsNoCameraFileOrOutOfRange) {
