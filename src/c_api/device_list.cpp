@@ -1,8 +1,6 @@
 // The scanning family of the C interface: a scan and the list of cameras it found.
 
 #include <cstddef>
-#include <memory>
-#include <vector>
 
 #include "c_api/boundary.h"
 #include "c_api/handles.h"
@@ -24,15 +22,7 @@ uvc_stereo_error_t UVC_STEREO_CALL uvc_stereo_scan_devices(const uvc_stereo_scan
                                     c_api::require(list, kFunction, "list"));
       },
       [&] {
-        Result<std::vector<DeviceInfo>> scanned =
-            scan_devices(filter == nullptr ? DeviceScanFilter{} : c_api::from_c(*filter));
-        if (!scanned.ok()) {
-          return scanned.status();
-        }
-        auto made = std::make_unique<uvc_stereo_device_list_t>();
-        made->devices = std::move(scanned).value();
-        *list = made.release();
-        return Status();
+        return c_api::hand_out(scan_devices(filter == nullptr ? DeviceScanFilter{} : c_api::from_c(*filter)), list);
       });
 }
 

@@ -20,10 +20,14 @@
 #include "uvc_stereo/uvc_stereo_c.h"
 
 struct uvc_stereo_camera_access_list_t {
+  explicit uvc_stereo_camera_access_list_t(std::vector<tovanel::uvc_stereo::CameraAccessProblem>&& found)
+      : problems(std::move(found)) {}
   std::vector<tovanel::uvc_stereo::CameraAccessProblem> problems;
 };
 
 struct uvc_stereo_device_list_t {
+  explicit uvc_stereo_device_list_t(std::vector<tovanel::uvc_stereo::DeviceInfo>&& scanned)
+      : devices(std::move(scanned)) {}
   std::vector<tovanel::uvc_stereo::DeviceInfo> devices;
 };
 
