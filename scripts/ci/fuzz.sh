@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds every fuzz target as a libFuzzer binary with clang under AddressSanitizer and UndefinedBehaviorSanitizer
-# and runs each for a bounded time (UVC_STEREO_FUZZ_SECONDS, default 60), as many at once as there are cores.
+# and runs each for a bounded time (UVC_STEREO_FUZZ_SECONDS, default 30: the whole test command keeps within half
+# an hour on two cores; longer runs are for a developer's machine), as many at once as there are cores.
 # Each run starts from a scratch copy of the target's seeds plus its regression inputs, so the checked-in corpus
 # never grows; a crash, a broken property, a leak or a hang fails the stage and leaves the input in the run's
 # artifacts folder.
@@ -11,7 +12,7 @@ source "$root/scripts/lib/packages.sh"
 
 ensure_packages cmake ninja-build clang-14 libclang-rt-14-dev llvm-14 "${UVC_STEREO_TOOL_PACKAGES[@]}"
 
-seconds=${UVC_STEREO_FUZZ_SECONDS:-60}
+seconds=${UVC_STEREO_FUZZ_SECONDS:-30}
 targets=(json_minifier flash_record capability_report windows_path imu_payload tool_json tool_arguments linux_descriptors
   linux_sysfs)
 build="$root/build/ci-fuzz"

@@ -14,18 +14,21 @@ build="$root/build/ci-sanitizers"
 rm -rf "$build"
 jobs=$(nproc)
 
-# Configures one sanitized tree with exactly the given flags (no build type adds its own). Assertions stay on,
+# Configures one sanitized tree with exactly the given flags (no build type adds its own) and any further options. Assertions stay on,
 # and the optimisation is light: GCC's instrumented -O2 builds take four times as long to compile and the suites
 # run in seconds anyway.
 configure() {
   local dir=$1 flags=$2
+  shift 2
   cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE= -DUVC_STEREO_BUILD_TESTS=ON \
     -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="$flags" \
-    -DCMAKE_SHARED_LINKER_FLAGS="$flags"
+    -DCMAKE_SHARED_LINKER_FLAGS="$flags" "$@"
 }
 
 echo "--- AddressSanitizer + UndefinedBehaviorSanitizer: every test program"
-configure "$build/asan" "-Og -g -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer"
+# One ctest entry per program: a sanitized process is slow to start, and one per test case costs minutes.
+configure "$build/asan" "-Og -g -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer" \
+  -DUVC_STEREO_TEST_EACH_CASE=OFF
 cmake --build "$build/asan" --parallel "$jobs"
 # exported_interface is left to the optimised builds of the linux and windows stages: which template
 # instantiations the shared library emits, and so exports, depends on what the optimiser inlines.
