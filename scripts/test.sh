@@ -22,7 +22,7 @@ stages=(
 )
 
 start=$SECONDS
-start_run_compiler_cache "$root/build/ci-ccache"
+start_run_compiler_cache "$root/build/ci-ccache" "$root"
 for stage in "${stages[@]}"; do
   echo "=== stage: $stage"
   stage_start=$SECONDS
