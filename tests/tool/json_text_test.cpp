@@ -84,6 +84,27 @@ TEST(OffsetInMessage, ReadsTheOffsetOfAJsonFailure) {
   EXPECT_FALSE(offset_in_message("at offset x", offset));
 }
 
+TEST(PositionOfOffset, AnOffsetPastTheEndPointsJustPastTheText) {
+  const TextPosition past = position_of_offset("ab\ncd\n", 99);
+  EXPECT_EQ(past.line, 3u);
+  EXPECT_EQ(past.column, 1u);
+}
+
+TEST(OffsetInMessage, TakesOnlyPlainDigitsThatEndTheMessage) {
+  std::size_t offset = 7;
+  for (const char* message :
+       {"invalid JSON value at offset ", "invalid JSON value at offset +5", "invalid JSON value at offset -5",
+        "invalid JSON value at offset 5 ", "invalid JSON value at offset  5", "invalid JSON value at offset 5x",
+        "invalid JSON value at offset 1234567890123456789"}) {
+    EXPECT_FALSE(offset_in_message(message, offset)) << message;
+  }
+  EXPECT_EQ(offset, 7u) << "a refused message leaves the offset alone";
+  ASSERT_TRUE(offset_in_message("invalid JSON value at offset 000000000000000042", offset));
+  EXPECT_EQ(offset, 42u);
+  ASSERT_TRUE(offset_in_message("invalid JSON value at offset 999999999999999999", offset));
+  EXPECT_EQ(offset, 999999999999999999u);
+}
+
 TEST(PrettyPrintJson, KeepsEveryNumberAndEscapeAsSpelled) {
   // A configuration printed for editing and written back must not lose a digit: these numbers
   // do not fit a double or a 64-bit integer, and the escapes are the user's own.

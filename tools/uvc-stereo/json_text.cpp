@@ -1,6 +1,7 @@
 #include "uvc-stereo/json_text.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
@@ -218,17 +219,9 @@ std::string pretty_print_json(std::string_view minified) {
 }
 
 TextPosition position_of_offset(std::string_view text, std::size_t offset) {
-  TextPosition position;
-  const std::size_t limit = offset < text.size() ? offset : text.size();
-  for (std::size_t i = 0; i < limit; ++i) {
-    if (text[i] == '\n') {
-      ++position.line;
-      position.column = 1;
-    } else {
-      ++position.column;
-    }
-  }
-  return position;
+  const std::string_view before = text.substr(0, offset);
+  const std::size_t line_start = before.rfind('\n') + 1;  // 0 on the first line: npos + 1 wraps to it
+  return {static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1, before.size() - line_start + 1};
 }
 
 bool offset_in_message(std::string_view message, std::size_t& offset) {
@@ -238,15 +231,11 @@ bool offset_in_message(std::string_view message, std::size_t& offset) {
     return false;
   }
   const std::string_view digits = message.substr(marker + kMarker.size());
-  if (digits.empty() || digits.size() > 18) {
-    return false;
-  }
+  // Up to 18 digits, which every size_t holds; std::from_chars takes no sign and no spaces.
   std::size_t value = 0;
-  for (char c : digits) {
-    if (c < '0' || c > '9') {
-      return false;
-    }
-    value = value * 10 + static_cast<std::size_t>(c - '0');
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+  if (digits.size() > 18 || error != std::errc() || end != digits.data() + digits.size()) {
+    return false;
   }
   offset = value;
   return true;
