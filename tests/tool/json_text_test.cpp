@@ -84,10 +84,12 @@ TEST(OffsetInMessage, ReadsTheOffsetOfAJsonFailure) {
   EXPECT_FALSE(offset_in_message("at offset x", offset));
 }
 
-TEST(PositionOfOffset, AnOffsetPastTheEndPointsJustPastTheText) {
-  const TextPosition past = position_of_offset("ab\ncd\n", 99);
-  EXPECT_EQ(past.line, 3u);
-  EXPECT_EQ(past.column, 1u);
+TEST(PositionOfOffset, AnOffsetAtOrPastTheEndCountsTheWholeText) {
+  for (const std::size_t offset : {std::size_t{6}, std::size_t{7}, std::size_t{99}}) {
+    const TextPosition past = position_of_offset("ab\ncd\n", offset);
+    EXPECT_EQ(past.line, 3u) << offset;
+    EXPECT_EQ(past.column, 1u) << offset;
+  }
 }
 
 TEST(OffsetInMessage, TakesOnlyPlainDigitsThatEndTheMessage) {
