@@ -73,6 +73,28 @@ TEST(Cli, SdkErrorsExitWithTenPlusTheirCode) {
   EXPECT_EQ(cli::exit_status_for(ErrorCode::Ok), 0);
 }
 
+TEST(Cli, TheExitStatusTableNamesEverySdkErrorInThreeColumns) {
+  EXPECT_EQ(cli::exit_status_help(),
+            "Exit statuses:\n"
+            "  0   success\n"
+            "  1   unexpected failure inside the tool\n"
+            "  2   usage error (bad command line, or several cameras and no selector)\n"
+            "  3   a file could not be read or written\n"
+            "  4   the camera vendor library cannot start on this machine (try --simulate)\n"
+            "  11  InvalidArgument       12  PlatformError      13  DeviceUnavailable\n"
+            "  14  ReadFailed            15  WriteFailed        16  EraseFailed\n"
+            "  17  BadMagic              18  UnsupportedVersion 19  InvalidHeader\n"
+            "  20  InvalidLength         21  ChecksumMismatch   22  InvalidJson\n"
+            "  23  InternalError         24  NotSupported\n"
+            "  (an SDK error exits with 10 + its error code)\n");
+  const std::string overview = run_tool({"--help"}).out;
+  for (int code = 1; code <= static_cast<int>(kLastErrorCode); ++code) {
+    const std::string entry = std::to_string(cli::exit_status_for(static_cast<ErrorCode>(code))) + "  " +
+                              std::string(error_code_name(static_cast<ErrorCode>(code)));
+    EXPECT_NE(overview.find(entry), std::string::npos) << entry;
+  }
+}
+
 TEST(Cli, ErrorLinesNameTheError) {
   std::ostringstream out;
   std::ostringstream err;

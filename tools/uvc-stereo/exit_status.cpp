@@ -1,5 +1,6 @@
 #include "uvc-stereo/exit_status.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -87,19 +88,28 @@ int finish_output(int status, Console& console) {
   return report_output_failure({}, console);
 }
 
-std::string_view exit_status_help() {
-  return "Exit statuses:\n"
-         "  0   success\n"
-         "  1   unexpected failure inside the tool\n"
-         "  2   usage error (bad command line, or several cameras and no selector)\n"
-         "  3   a file could not be read or written\n"
-         "  4   the camera vendor library cannot start on this machine (try --simulate)\n"
-         "  11  InvalidArgument       12  PlatformError      13  DeviceUnavailable\n"
-         "  14  ReadFailed            15  WriteFailed        16  EraseFailed\n"
-         "  17  BadMagic              18  UnsupportedVersion 19  InvalidHeader\n"
-         "  20  InvalidLength         21  ChecksumMismatch   22  InvalidJson\n"
-         "  23  InternalError         24  NotSupported\n"
-         "  (an SDK error exits with 10 + its error code)\n";
+std::string exit_status_help() {
+  std::string help =
+      "Exit statuses:\n"
+      "  0   success\n"
+      "  1   unexpected failure inside the tool\n"
+      "  2   usage error (bad command line, or several cameras and no selector)\n"
+      "  3   a file could not be read or written\n"
+      "  4   the camera vendor library cannot start on this machine (try --simulate)\n";
+  // Every SDK error by the name its error line starts with, three to a line.
+  constexpr std::size_t kColumns = 3;
+  constexpr std::size_t kNameWidths[kColumns - 1] = {22, 19};
+  const auto last = static_cast<std::size_t>(kLastErrorCode);
+  for (std::size_t code = 1; code <= last; ++code) {
+    const std::size_t column = (code - 1) % kColumns;
+    std::string name(error_code_name(static_cast<ErrorCode>(code)));
+    if (column + 1 < kColumns && code < last) {
+      name.resize(std::max(name.size() + 1, kNameWidths[column]), ' ');
+    }
+    help += (column == 0 ? "  " : "") + std::to_string(kExitSdkErrorBase + static_cast<int>(code)) + "  " + name +
+            (column + 1 == kColumns || code == last ? "\n" : "");
+  }
+  return help + "  (an SDK error exits with 10 + its error code)\n";
 }
 
 }  // namespace tovanel::uvc_stereo::cli

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "uvc-stereo/console.h"
@@ -47,7 +48,7 @@ inline constexpr int kExitSdkErrorBase = 10;         ///< an SDK error exits wit
 // reports it and returns kExitFileError. A command that failed already keeps its status.
 [[nodiscard]] int finish_output(int status, Console& console);
 
-// The help text's table of exit statuses.
-[[nodiscard]] std::string_view exit_status_help();
+// The help text's table of exit statuses, the SDK's errors by their names.
+[[nodiscard]] std::string exit_status_help();
 
 }  // namespace tovanel::uvc_stereo::cli
