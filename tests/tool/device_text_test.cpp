@@ -4,6 +4,7 @@
 
 #include "tool/tool_test_support.h"
 #include "uvc-stereo/camera_selection.h"
+#include "uvc-stereo/device_output.h"
 #include "uvc-stereo/terminal_text.h"
 
 // What a camera says about itself reaches a terminal as text only: a serial number or name that
@@ -45,6 +46,15 @@ TEST(TerminalSafe, EscapesC1ControlsAndBytesThatAreNotUtf8ButKeepsOtherText) {
   EXPECT_EQ(cli::terminal_safe("\xc3"), "\\xc3");
   EXPECT_EQ(cli::terminal_safe("\xed\xa0\x80"), "\\xed\\xa0\\x80") << "a surrogate is not UTF-8";
   EXPECT_EQ(cli::terminal_safe("C:\\cams\\left"), "C:\\cams\\left") << "backslashes of paths stay as they are";
+}
+
+TEST(HexText, WritesAtLeastTheDigitsAskedForInLowerCase) {
+  EXPECT_EQ(cli::hex_text(0x60000, 8), "0x00060000");
+  EXPECT_EQ(cli::hex_text(0x8000, 1), "0x8000");
+  EXPECT_EQ(cli::hex_text(0x3, 2), "0x03");
+  EXPECT_EQ(cli::hex_text(0xDEADBEEF, 8), "0xdeadbeef");
+  EXPECT_EQ(cli::hex_text(0, 8), "0x00000000");
+  EXPECT_EQ(cli::hex_text(UINT64_MAX, 8), "0xffffffffffffffff");
 }
 
 TEST(QuotedForShell, WritesControlCharactersAsAnsiCQuotedPieces) {

@@ -1,5 +1,7 @@
 #include "uvc-stereo/device_output.h"
 
+#include <cstdio>
+
 #include "uvc-stereo/camera_selection.h"
 
 namespace tovanel::uvc_stereo::cli {
@@ -37,6 +39,12 @@ void write_device_fields(JsonWriter& json, const DeviceInfo& info, std::size_t i
     json.end_object();
   }
   json.end_array();
+}
+
+std::string hex_text(std::uint64_t value, int digits) {
+  char text[32];
+  std::snprintf(text, sizeof(text), "0x%0*llx", digits, static_cast<unsigned long long>(value));
+  return text;
 }
 
 }  // namespace tovanel::uvc_stereo::cli

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "uvc-stereo/json_writer.h"
@@ -13,6 +14,9 @@ namespace tovanel::uvc_stereo::cli {
 
 // The scan record of one camera as the members of a JSON object (the caller opens and closes it).
 void write_device_fields(JsonWriter& json, const DeviceInfo& info, std::size_t index);
+
+// `value` as "0x" and at least `digits` lowercase hexadecimal digits ("0x00060000", "0x8000").
+[[nodiscard]] std::string hex_text(std::uint64_t value, int digits);
 
 // `text`, or "-" when it is empty, so that table cells and listings never look blank.
 [[nodiscard]] std::string or_dash(const std::string& text);

@@ -164,15 +164,6 @@ std::string failure_text(const Status& status) {
   return std::string(error_code_name(status.code())) + ": " + status.message();
 }
 
-std::string hex32(std::uint32_t value) {
-  static const char kDigits[] = "0123456789abcdef";
-  std::string text = "0x";
-  for (int shift = 28; shift >= 0; shift -= 4) {
-    text += kDigits[(value >> shift) & 0xFu];
-  }
-  return text;
-}
-
 void write_text(const FieldReport& report, std::ostream& out) {
   out << "uvc-stereo field report\n"
       << "\n"
@@ -218,7 +209,7 @@ void write_text(const FieldReport& report, std::ostream& out) {
     if (camera.record.failure) {
       out << "  record           not read: " << terminal_safe(failure_text(*camera.record.failure)) << "\n";
     } else {
-      out << "  record           crc32 " << hex32(camera.record.crc32) << ", " << camera.record.payload_length
+      out << "  record           crc32 " << hex_text(camera.record.crc32, 8) << ", " << camera.record.payload_length
           << " bytes of JSON, format version " << camera.record.format_version << "\n";
     }
     if (!camera.imu) {
@@ -287,7 +278,7 @@ void write_json(const FieldReport& report, std::ostream& out) {
       json.key("failure");
       write_failure(json, *camera.record.failure);
     } else {
-      json.key("crc32").string(hex32(camera.record.crc32));
+      json.key("crc32").string(hex_text(camera.record.crc32, 8));
       json.key("payload_length").number(static_cast<std::uint64_t>(camera.record.payload_length));
       json.key("format_version").number(static_cast<std::uint64_t>(camera.record.format_version));
     }

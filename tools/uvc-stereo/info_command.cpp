@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
@@ -72,12 +71,6 @@ TransportProof prove_transports(const DeviceInfo& info, const DeviceCapabilityIn
   return proof;
 }
 
-std::string hex(std::uint64_t value, int digits) {
-  char text[32];
-  std::snprintf(text, sizeof(text), "0x%0*llx", digits, static_cast<unsigned long long>(value));
-  return text;
-}
-
 std::string failure_text(const Status& status) {
   return std::string(error_code_name(status.code())) + ": " + status.message();
 }
@@ -102,7 +95,7 @@ std::string capability_bits_text(std::uint64_t bits) {
   if ((bits & kCapabilityImu) != 0) {
     names += names.empty() ? "IMU" : ", IMU";
   }
-  return hex(bits, 2) + (names.empty() ? "" : " (" + names + ")");
+  return hex_text(bits, 2) + (names.empty() ? "" : " (" + names + ")");
 }
 
 std::string transport_flags_text(std::uint32_t flags) {
@@ -117,7 +110,7 @@ std::string transport_flags_text(std::uint32_t flags) {
   if ((flags & kTransportFlashJson) != 0) {
     add("flash JSON");
   }
-  return hex(flags, 2) + (names.empty() ? " (none proven)" : " (" + names + ")");
+  return hex_text(flags, 2) + (names.empty() ? " (none proven)" : " (" + names + ")");
 }
 
 std::string proof_text(bool declared, const std::optional<Status>& failure) {
@@ -161,7 +154,7 @@ void print_text(const SelectedCamera& camera, const Device& device, const Firmwa
     row("capability bits", capability_bits_text(r.capability_bits));
     if (r.flash_user_space) {
       row("report flash",
-          hex(r.flash_user_space->start, 8) + ", " + std::to_string(r.flash_user_space->size) + " bytes");
+          hex_text(r.flash_user_space->start, 8) + ", " + std::to_string(r.flash_user_space->size) + " bytes");
     }
     if (r.imu) {
       row("report IMU", or_dash(r.imu->model) + ": unit " + std::to_string(r.imu->xu_unit) + ", selector " +
@@ -171,8 +164,8 @@ void print_text(const SelectedCamera& camera, const Device& device, const Firmwa
   }
 
   console.out << "Flash user space\n";
-  row("address", hex(flash.user_space_address, 8));
-  row("size", std::to_string(flash.user_space_size) + " bytes (" + hex(flash.user_space_size, 1) + ")");
+  row("address", hex_text(flash.user_space_address, 8));
+  row("size", std::to_string(flash.user_space_size) + " bytes (" + hex_text(flash.user_space_size, 1) + ")");
   row("erase sector", std::to_string(flash.erase_sector_size) + " bytes");
   row("selected by", "vidpid " + or_dash(flash.vidpid) + ", serial " + or_dash(flash.serial_number));
 
