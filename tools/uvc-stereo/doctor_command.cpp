@@ -160,10 +160,6 @@ std::string capability_source_text(const DeviceCapabilityInfo& capability) {
   return "not determined";
 }
 
-std::string failure_text(const Status& status) {
-  return std::string(error_code_name(status.code())) + ": " + status.message();
-}
-
 void write_text(const FieldReport& report, std::ostream& out) {
   out << "uvc-stereo field report\n"
       << "\n"

@@ -27,6 +27,10 @@ bool is_vendor_library_missing(const Status& status) {
   return !status.ok() && status.message().find(kLibInitFail) != std::string::npos;
 }
 
+std::string failure_text(const Status& status) {
+  return std::string(error_code_name(status.code())) + ": " + status.message();
+}
+
 int report_sdk_error(const Status& status, Console& console) { return report_sdk_error(status, {}, console); }
 
 int report_sdk_error(const Status& status, std::string_view context, Console& console) {

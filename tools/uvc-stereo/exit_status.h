@@ -23,6 +23,10 @@ inline constexpr int kExitSdkErrorBase = 10;         ///< an SDK error exits wit
 // without the camera driver: then no camera can be reached at all.
 [[nodiscard]] bool is_vendor_library_missing(const Status& status);
 
+// The failure as the tool names it in reports: the code's name and the message
+// ("NotFound: no supported camera found").
+[[nodiscard]] std::string failure_text(const Status& status);
+
 // Prints the one-line report of an SDK failure and returns its exit status. A missing
 // vendor library gets its own line, which suggests --simulate.
 [[nodiscard]] int report_sdk_error(const Status& status, Console& console);

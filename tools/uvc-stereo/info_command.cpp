@@ -71,10 +71,6 @@ TransportProof prove_transports(const DeviceInfo& info, const DeviceCapabilityIn
   return proof;
 }
 
-std::string failure_text(const Status& status) {
-  return std::string(error_code_name(status.code())) + ": " + status.message();
-}
-
 std::string source_name(CapabilitySource source) {
   switch (source) {
     case CapabilitySource::Reported:
