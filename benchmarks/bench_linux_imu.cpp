@@ -27,7 +27,7 @@
 namespace {
 
 namespace sdk = tovanel::uvc_stereo;
-namespace vendor = tovanel::uvc_stereo::vendor;
+namespace bridge = tovanel::uvc_stereo::detail::bridge;
 namespace fake = tovanel::uvc_stereo::linux_testing;
 
 constexpr std::uint8_t kImuUnit = 4;
@@ -35,12 +35,12 @@ constexpr std::uint8_t kImuSelector = 10;
 constexpr std::uint16_t kImuLength = 17;
 
 void no_pause(std::chrono::milliseconds, void*) {}
-constexpr sdk::detail::PauseHook kNoPause = {no_pause, nullptr};
+constexpr bridge::PauseHook kNoPause = {no_pause, nullptr};
 
-sdk::detail::PlatformTable linux_platform(const fake::FakeKernel& kernel) {
-  sdk::detail::PlatformTable table;
+bridge::PlatformTable linux_platform(const fake::FakeKernel& kernel) {
+  bridge::PlatformTable table;
   table.pause = &kNoPause;
-  table.vendor_backend = &vendor::linux_vendor_backend();
+  table.vendor_backend = &bridge::linux_vendor_backend();
   table.linux_kernel = &kernel.table();
   return table;
 }
@@ -72,7 +72,7 @@ class LinuxCamera {
 
  private:
   fake::FakeKernel kernel_;
-  std::optional<vendor::PlatformOverride> platform_;
+  std::optional<bridge::PlatformOverride> platform_;
   std::optional<sdk::Device> device_;
   std::string failure_;
 };
@@ -109,7 +109,7 @@ void BM_BareControlQuery(benchmark::State& state) {
   if (sdk::bench::skipped_for(state, camera.failure())) {
     return;
   }
-  const vendor::LinuxKernel& kernel = camera.kernel().table();
+  const bridge::LinuxKernel& kernel = camera.kernel().table();
   const int fd = kernel.open_node(camera.kernel().dev_node(0).c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) {
     state.SkipWithError("cannot open the fake capture node");

@@ -48,8 +48,8 @@ class RigCamera {
 
  private:
   static void no_pause(std::chrono::milliseconds, void*) {}
-  static constexpr detail::PauseHook kNoPause = {no_pause, nullptr};
-  const vendor::PlatformOverride no_pauses_{vendor::replacing_pauses(kNoPause)};
+  static constexpr detail::bridge::PauseHook kNoPause = {no_pause, nullptr};
+  const detail::bridge::PlatformOverride no_pauses_{detail::bridge::replacing_pauses(kNoPause)};
   sim::SimulatedRig rig_;
   DeviceInfo info_;
   std::optional<Device> device_;

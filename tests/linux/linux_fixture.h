@@ -29,7 +29,7 @@ struct AuditedCall {
 };
 
 // The Linux backend's operations, each recorded on its way through.
-[[nodiscard]] const vendor::VendorBackend& audited_linux_backend() noexcept;
+[[nodiscard]] const detail::bridge::VendorBackend& audited_linux_backend() noexcept;
 [[nodiscard]] std::vector<AuditedCall> audited_calls();
 void clear_audited_calls();
 // Runs `action` once, just before the backend receives the next call named `name` (to change the camera at that
@@ -55,7 +55,7 @@ class LinuxBackendTest : public ::testing::Test {
  private:
   static void collect(const char* text, void* context);
 
-  std::optional<vendor::PlatformOverride> override_;
+  std::optional<detail::bridge::PlatformOverride> override_;
   mutable std::mutex diagnostics_mutex_;
   std::string diagnostic_text_;
 };
