@@ -17,10 +17,10 @@
 
 #include "bench_open_imu.h"
 #include "bench_report.h"
-#include "bridge/backends/linux_backend.h"
 #include "bridge/platform.h"
 #include "linux/fake_cameras.h"
 #include "linux/fake_kernel.h"
+#include "linux/fake_kernel_platform.h"
 #include "support/allocation_counter.h"
 #include "uvc_stereo/device.h"
 
@@ -34,23 +34,12 @@ constexpr std::uint8_t kImuUnit = 4;
 constexpr std::uint8_t kImuSelector = 10;
 constexpr std::uint16_t kImuLength = 17;
 
-void no_pause(std::chrono::milliseconds, void*) {}
-constexpr bridge::PauseHook kNoPause = {no_pause, nullptr};
-
-bridge::PlatformTable linux_platform(const fake::FakeKernel& kernel) {
-  bridge::PlatformTable table;
-  table.pause = &kNoPause;
-  table.vendor_backend = &bridge::linux_vendor_backend();
-  table.linux_kernel = &kernel.table();
-  return table;
-}
-
 // One camera on the fake kernel, opened through the Linux backend with its IMU open.
 class LinuxCamera {
  public:
   LinuxCamera() {
     kernel_.add_camera(fake::supported_camera("SN-BENCH", "1-2", 0));
-    platform_.emplace(linux_platform(kernel_));
+    platform_.emplace(fake::fake_kernel_platform(kernel_.table()));
     sdk::DeviceInfo info;
     device_ = sdk::bench::open_only_camera_with_imu(failure_, info);
     // The fake's own log of accesses would grow with every read; the counters remain.

@@ -159,22 +159,17 @@ std::vector<std::string> audit_violations() {
   return violations;
 }
 
-namespace {
-
-// The camera's pauses are observed, not spent.
-void no_pause(std::chrono::milliseconds, void*) {}
-constexpr detail::bridge::PauseHook kNoPause = {no_pause, nullptr};
-
-}  // namespace
-
 void LinuxBackendTest::SetUp() {
   clear_audited_calls();
-  detail::bridge::PlatformTable replacements;
-  replacements.pause = &kNoPause;
-  replacements.vendor_backend = &audited_linux_backend();
-  replacements.linux_kernel = &kernel_.table();
-  override_.emplace(replacements);
+  override_.emplace(fake_kernel_platform(kernel_.table(), audited_linux_backend()));
   set_diagnostic_callback(collect, this);
+}
+
+DeviceInfo LinuxBackendTest::only_camera() {
+  const Result<std::vector<DeviceInfo>> scan = scan_devices();
+  EXPECT_TRUE(scan.ok()) << scan.status().message();
+  EXPECT_EQ(scan.ok() ? scan.value().size() : 0u, 1u);
+  return scan.ok() && !scan.value().empty() ? scan.value()[0] : DeviceInfo();
 }
 
 void LinuxBackendTest::TearDown() {

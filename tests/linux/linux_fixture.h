@@ -14,6 +14,8 @@
 #include "bridge/process_lock.h"
 #include "linux/fake_cameras.h"
 #include "linux/fake_kernel.h"
+#include "linux/fake_kernel_platform.h"
+#include "uvc_stereo/device.h"
 #include "uvc_stereo/diagnostics.h"
 #include "uvc_stereo/simulated_rig.h"
 
@@ -49,6 +51,9 @@ class LinuxBackendTest : public ::testing::Test {
   [[nodiscard]] bool diagnosed(const std::string& a, const std::string& b) const;
   // The names of the vendor calls made so far.
   [[nodiscard]] std::vector<std::string> call_names() const;
+  // The one camera a scan finds; a failed scan, or one that finds none or several, fails the test and gives an
+  // empty record, which no camera answers to.
+  [[nodiscard]] static DeviceInfo only_camera();
 
   FakeKernel kernel_;
 

@@ -8,6 +8,7 @@
 #include "bridge/platform.h"
 #include "bridge/vendor_status.h"
 #include "linux/fake_kernel.h"
+#include "linux/fake_kernel_platform.h"
 #include "linux/linux_fixture.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
@@ -30,11 +31,7 @@ TEST(LinuxPlatformBackend, ASimulatedRigStillReplacesIt) {
 
 class LinuxSessionStart : public ::testing::Test {
  protected:
-  void install(const detail::bridge::LinuxKernel& kernel) {
-    detail::bridge::PlatformTable replacements;
-    replacements.linux_kernel = &kernel;
-    override_.emplace(replacements);
-  }
+  void install(const detail::bridge::LinuxKernel& kernel) { override_.emplace(fake_kernel_platform(kernel)); }
   [[nodiscard]] static std::string init_failure() {
     const win_detail::SonixGlobalLock lock;
     if (SonixCam_Init()) {
