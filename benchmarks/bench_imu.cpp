@@ -32,7 +32,7 @@
 namespace {
 
 namespace sdk = tovanel::uvc_stereo;
-namespace vendor = tovanel::uvc_stereo::vendor;
+namespace bridge = tovanel::uvc_stereo::detail::bridge;
 
 std::array<std::uint8_t, sdk::detail::kImuPayloadSize> fixed_sample() {
   sdk::ReadImuResult sample;
@@ -73,7 +73,7 @@ class OpenImu : public sdk::bench::RigCamera {
   }
 
  private:
-  std::optional<vendor::InstantExtensionUnit> instant_in_force_;
+  std::optional<bridge::InstantExtensionUnit> instant_in_force_;
 };
 
 // Device::read_imu, the public operation.
@@ -117,10 +117,10 @@ void ImuStreamPerSample(benchmark::State& state) {
   }
   open.use_instant(true);
   WaitlessClock clock;
-  const sdk::detail::HostClock host_clock{waitless_now, waitless_sleep_until, &clock};
-  sdk::detail::PlatformTable entries;
+  const bridge::HostClock host_clock{waitless_now, waitless_sleep_until, &clock};
+  bridge::PlatformTable entries;
   entries.host_clock = &host_clock;
-  const vendor::PlatformOverride waitless(entries);
+  const bridge::PlatformOverride waitless(entries);
   sdk::Result<sdk::ImuStream> stream = sdk::ImuStream::open(open.device());
   if (!stream.ok()) {
     state.SkipWithError(stream.status().message().c_str());
@@ -183,7 +183,7 @@ void VendorXuReadAlone(benchmark::State& state) {
   std::array<std::uint8_t, 17> buffer{};
   const sdk::win_detail::SonixGlobalLock lock;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(vendor::InstantExtensionUnit::read_through_dispatch(buffer.data(), 17, 10, 4));
+    benchmark::DoNotOptimize(bridge::InstantExtensionUnit::read_through_dispatch(buffer.data(), 17, 10, 4));
     benchmark::ClobberMemory();
   }
 }
@@ -192,7 +192,7 @@ BENCHMARK(VendorXuReadAlone);
 // The pieces of a read, each alone.
 void HostClock(benchmark::State& state) {
   for (auto _ : state) {
-    benchmark::DoNotOptimize(sdk::detail::now_ns());
+    benchmark::DoNotOptimize(bridge::now_ns());
   }
 }
 BENCHMARK(HostClock);

@@ -16,7 +16,7 @@
 namespace {
 
 namespace sdk = tovanel::uvc_stereo;
-namespace vendor = tovanel::uvc_stereo::vendor;
+namespace bridge = tovanel::uvc_stereo::detail::bridge;
 
 // One camera of a rig in memory, opened, with the settling pauses skipped.
 using OpenCamera = sdk::bench::RigCamera;
@@ -24,18 +24,18 @@ using OpenCamera = sdk::bench::RigCamera;
 // One uncontended hold of a camera, taken and released: what each flash operation (Flash)
 // and each IMU opening (Imu) pays for the interlock.
 void CameraLockTakeAndRelease(benchmark::State& state) {
-  const auto use = state.range(0) == 0 ? vendor::CameraUse::Flash : vendor::CameraUse::Imu;
-  const vendor::CameraLockPlace place = vendor::make_private_camera_lock_place();
-  const std::string key = vendor::camera_lock_key("\\\\?\\usb#vid_0c45&pid_6368#bench", 0, 0, "");
+  const auto use = state.range(0) == 0 ? bridge::CameraUse::Flash : bridge::CameraUse::Imu;
+  const bridge::CameraLockPlace place = bridge::make_private_camera_lock_place();
+  const std::string key = bridge::camera_lock_key("\\\\?\\usb#vid_0c45&pid_6368#bench", 0, 0, "");
   for (auto _ : state) {
-    sdk::Result<vendor::CameraLock> held = vendor::CameraLock::take(place, key, use, std::chrono::milliseconds(0));
+    sdk::Result<bridge::CameraLock> held = bridge::CameraLock::take(place, key, use, std::chrono::milliseconds(0));
     if (!held.ok()) {
       state.SkipWithError(held.status().message().c_str());
       break;
     }
     benchmark::DoNotOptimize(held);
   }
-  vendor::remove_private_camera_lock_place(place);
+  bridge::remove_private_camera_lock_place(place);
 }
 BENCHMARK(CameraLockTakeAndRelease)->Arg(0)->Arg(1)->ArgName("imu");
 

@@ -17,40 +17,29 @@
 
 #include "bench_open_imu.h"
 #include "bench_report.h"
-#include "bridge/backends/linux_backend.h"
 #include "bridge/platform.h"
 #include "linux/fake_cameras.h"
 #include "linux/fake_kernel.h"
+#include "linux/fake_kernel_platform.h"
 #include "support/allocation_counter.h"
 #include "uvc_stereo/device.h"
 
 namespace {
 
 namespace sdk = tovanel::uvc_stereo;
-namespace vendor = tovanel::uvc_stereo::vendor;
+namespace bridge = tovanel::uvc_stereo::detail::bridge;
 namespace fake = tovanel::uvc_stereo::linux_testing;
 
 constexpr std::uint8_t kImuUnit = 4;
 constexpr std::uint8_t kImuSelector = 10;
 constexpr std::uint16_t kImuLength = 17;
 
-void no_pause(std::chrono::milliseconds, void*) {}
-constexpr sdk::detail::PauseHook kNoPause = {no_pause, nullptr};
-
-sdk::detail::PlatformTable linux_platform(const fake::FakeKernel& kernel) {
-  sdk::detail::PlatformTable table;
-  table.pause = &kNoPause;
-  table.vendor_backend = &vendor::linux_vendor_backend();
-  table.linux_kernel = &kernel.table();
-  return table;
-}
-
 // One camera on the fake kernel, opened through the Linux backend with its IMU open.
 class LinuxCamera {
  public:
   LinuxCamera() {
     kernel_.add_camera(fake::supported_camera("SN-BENCH", "1-2", 0));
-    platform_.emplace(linux_platform(kernel_));
+    platform_.emplace(fake::fake_kernel_platform(kernel_.table()));
     sdk::DeviceInfo info;
     device_ = sdk::bench::open_only_camera_with_imu(failure_, info);
     // The fake's own log of accesses would grow with every read; the counters remain.
@@ -72,7 +61,7 @@ class LinuxCamera {
 
  private:
   fake::FakeKernel kernel_;
-  std::optional<vendor::PlatformOverride> platform_;
+  std::optional<bridge::PlatformOverride> platform_;
   std::optional<sdk::Device> device_;
   std::string failure_;
 };
@@ -109,7 +98,7 @@ void BM_BareControlQuery(benchmark::State& state) {
   if (sdk::bench::skipped_for(state, camera.failure())) {
     return;
   }
-  const vendor::LinuxKernel& kernel = camera.kernel().table();
+  const bridge::LinuxKernel& kernel = camera.kernel().table();
   const int fd = kernel.open_node(camera.kernel().dev_node(0).c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) {
     state.SkipWithError("cannot open the fake capture node");

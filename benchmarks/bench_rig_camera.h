@@ -1,37 +1,27 @@
 #pragma once
 
 #include <chrono>
-#include <cstdio>
 #include <optional>
 #include <string>
 
 #include "bench_open_imu.h"
 #include "bridge/platform.h"
-#include "imu/model_table.h"
+#include "simulated_camera.h"
 #include "uvc_stereo/device.h"
+#include "uvc_stereo/models.h"
 #include "uvc_stereo/simulated_rig.h"
 
 namespace tovanel::uvc_stereo::bench {
 
 // One camera of the third supported model in a rig in memory, opened as an application opens it (with its IMU
-// when asked), the settling pauses skipped so that a benchmark times only the operation it names.
+// when asked), the settling pauses skipped so that a benchmark times only the operation it names. The camera is
+// the one the examples simulate (examples/simulated_camera.h), with its IMU at rest.
 class RigCamera {
  public:
   enum class Imu : bool { Closed, Open };
 
   explicit RigCamera(Imu imu) {
-    const detail::SupportedModel& model = detail::supported_models().at(2);
-    sim::SimulatedCamera camera;
-    camera.vendor_id = model.vendor_id;
-    camera.product_id = model.product_id;
-    char path[192];
-    std::snprintf(path, sizeof(path),
-                  "\\\\?\\usb#vid_%04x&pid_%04x&mi_00#7&3a5c2e1f&0&0000#{65e8773d-8f56-11d0-a3b9-00a0c9223196}\\global",
-                  static_cast<unsigned>(model.vendor_id), static_cast<unsigned>(model.product_id));
-    camera.device_path = path;
-    camera.device_name = "Tovanel Stereo Camera";
-    camera.serial_number = "SN-BENCH";
-    rig_.add_camera(camera);
+    rig_.add_camera(examples::simulated_camera(supported_camera_models().at(2), "SN-BENCH"));
     device_ = imu == Imu::Open ? open_only_camera_with_imu(failure_, info_) : open_only_camera(failure_, info_);
   }
   RigCamera(const RigCamera&) = delete;
@@ -48,8 +38,8 @@ class RigCamera {
 
  private:
   static void no_pause(std::chrono::milliseconds, void*) {}
-  static constexpr detail::PauseHook kNoPause = {no_pause, nullptr};
-  const vendor::PlatformOverride no_pauses_{vendor::replacing_pauses(kNoPause)};
+  static constexpr detail::bridge::PauseHook kNoPause = {no_pause, nullptr};
+  const detail::bridge::PlatformOverride no_pauses_{detail::bridge::replacing_pauses(kNoPause)};
   sim::SimulatedRig rig_;
   DeviceInfo info_;
   std::optional<Device> device_;

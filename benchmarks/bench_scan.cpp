@@ -21,7 +21,7 @@
 namespace {
 
 namespace sdk = tovanel::uvc_stereo;
-namespace vendor = tovanel::uvc_stereo::vendor;
+namespace bridge = tovanel::uvc_stereo::detail::bridge;
 namespace win = tovanel::uvc_stereo::win_detail;
 
 // What the capture listings answer: prepared once per camera count.
@@ -48,10 +48,10 @@ const sdk::detail::SupportedModel& model_of(int camera) {
   return models[static_cast<std::size_t>(camera) % models.size()];
 }
 
-std::vector<vendor::StandInCamera> cameras_of(int cameras) {
-  std::vector<vendor::StandInCamera> listed;
+std::vector<bridge::StandInCamera> cameras_of(int cameras) {
+  std::vector<bridge::StandInCamera> listed;
   for (int i = 0; i < cameras; ++i) {
-    vendor::StandInCamera camera;
+    bridge::StandInCamera camera;
     camera.vendor_id = model_of(i).vendor_id;
     camera.product_id = model_of(i).product_id;
     camera.device_path = camera_path(model_of(i), i, kVideoClass);
@@ -82,7 +82,7 @@ sdk::Result<std::vector<win::WinOpenCvCameraCandidate>> list(sdk::OpenCvBackend 
   return backend == sdk::OpenCvBackend::Dshow ? g_listings.dshow : g_listings.msmf;
 }
 
-const win::CaptureListingSource kInstantListing = {list};
+const bridge::CaptureListingSource kInstantListing = {list};
 
 // The bridge's instant library listing the cameras, and the instant capture listings, while it lives.
 class InstantScene {
@@ -95,15 +95,15 @@ class InstantScene {
 
  private:
   // Prepares the listings the stand-in answers from, then names it.
-  static sdk::detail::PlatformTable listings_for(int cameras) {
+  static bridge::PlatformTable listings_for(int cameras) {
     build_listings(cameras);
-    sdk::detail::PlatformTable table;
+    bridge::PlatformTable table;
     table.capture_listing = &kInstantListing;
     return table;
   }
 
-  vendor::InstantCameras cameras_;
-  const vendor::PlatformOverride listings_;
+  bridge::InstantCameras cameras_;
+  const bridge::PlatformOverride listings_;
 };
 
 void ScanDevices(benchmark::State& state) {

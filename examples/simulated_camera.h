@@ -12,12 +12,11 @@
 
 namespace examples {
 
-// While the returned rig lives, every SDK call talks to its camera instead of real hardware.
-inline std::unique_ptr<tovanel::uvc_stereo::sim::SimulatedRig> simulated_camera_rig() {
-  namespace uvc = tovanel::uvc_stereo;
-  auto rig = std::make_unique<uvc::sim::SimulatedRig>();
-  const uvc::CameraModelId model = uvc::supported_camera_models().front();
-  uvc::sim::SimulatedCamera camera;
+// A simulated camera of `model` with serial number `serial`, named and found as Windows
+// would show it.
+inline tovanel::uvc_stereo::sim::SimulatedCamera simulated_camera(const tovanel::uvc_stereo::CameraModelId& model,
+                                                                  const char* serial) {
+  tovanel::uvc_stereo::sim::SimulatedCamera camera;
   camera.vendor_id = model.vendor_id;
   camera.product_id = model.product_id;
   char path[160];
@@ -27,7 +26,15 @@ inline std::unique_ptr<tovanel::uvc_stereo::sim::SimulatedRig> simulated_camera_
   camera.device_path = path;
   camera.device_name = "Tovanel Stereo Camera";
   camera.product_string = "Tovanel Stereo Camera";
-  camera.serial_number = "EXAMPLE-0001";
+  camera.serial_number = serial;
+  return camera;
+}
+
+// While the returned rig lives, every SDK call talks to its camera instead of real hardware.
+inline std::unique_ptr<tovanel::uvc_stereo::sim::SimulatedRig> simulated_camera_rig() {
+  namespace uvc = tovanel::uvc_stereo;
+  auto rig = std::make_unique<uvc::sim::SimulatedRig>();
+  uvc::sim::SimulatedCamera camera = simulated_camera(uvc::supported_camera_models().front(), "EXAMPLE-0001");
   camera.imu.motion = uvc::sim::ImuMotion::Moving;
   rig->add_camera(camera);
   // Media Foundation lists the camera first: it is capture index 0 there.

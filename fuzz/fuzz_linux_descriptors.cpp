@@ -14,7 +14,7 @@
 
 namespace {
 
-namespace vendor = tovanel::uvc_stereo::vendor;
+namespace bridge = tovanel::uvc_stereo::detail::bridge;
 using uvc_stereo_fuzz::ExactText;
 
 struct Piece {
@@ -30,7 +30,7 @@ struct Expected {
   std::uint8_t product = 0;
   std::uint8_t serial = 0;
   bool has_video_control = false;
-  std::vector<vendor::UvcExtensionUnit> units;
+  std::vector<bridge::UvcExtensionUnit> units;
   std::vector<std::size_t> boundaries;  ///< where each descriptor after the device descriptor ends
 };
 
@@ -75,7 +75,7 @@ Expected restate(const std::uint8_t* data, std::size_t size) {
         expected.has_video_control = true;
       }
     } else if (video_control && d[1] == 0x24 && piece.length >= 22 && d[2] == 6) {
-      vendor::UvcExtensionUnit unit;
+      bridge::UvcExtensionUnit unit;
       unit.unit_id = d[3];
       for (std::size_t i = 0; i < 16; ++i) {
         unit.guid[i] = d[4 + i];
@@ -87,14 +87,14 @@ Expected restate(const std::uint8_t* data, std::size_t size) {
   return expected;
 }
 
-bool same_unit(const vendor::UvcExtensionUnit& a, const vendor::UvcExtensionUnit& b) {
+bool same_unit(const bridge::UvcExtensionUnit& a, const bridge::UvcExtensionUnit& b) {
   return a.unit_id == b.unit_id && a.guid == b.guid;
 }
 
 void check_summary(const std::uint8_t* data, std::size_t size, const std::string& shown) {
   const Expected expected = restate(data, size);
-  const std::optional<vendor::UvcDescriptorSummary> summary = vendor::summarize_uvc_descriptors(data, size);
-  const std::optional<vendor::UsbDeviceDescriptor> device = vendor::parse_usb_device_descriptor(data, size);
+  const std::optional<bridge::UvcDescriptorSummary> summary = bridge::summarize_uvc_descriptors(data, size);
+  const std::optional<bridge::UsbDeviceDescriptor> device = bridge::parse_usb_device_descriptor(data, size);
   FUZZ_CHECK(summary.has_value() == expected.is_device, "device descriptor accepted wrongly: " + shown);
   FUZZ_CHECK(device.has_value() == expected.is_device, "device descriptor parsed wrongly: " + shown);
   if (!expected.is_device) {
@@ -133,13 +133,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   // Cut at a descriptor boundary, the walk sees the same descriptors up to there: the units are a prefix.
   const Expected whole = restate(blob, size);
-  const std::optional<vendor::UvcDescriptorSummary> full = vendor::summarize_uvc_descriptors(blob, size);
+  const std::optional<bridge::UvcDescriptorSummary> full = bridge::summarize_uvc_descriptors(blob, size);
   if (whole.is_device && !whole.boundaries.empty()) {
     const std::size_t cut = whole.boundaries[blob[0] % whole.boundaries.size()];
     const ExactText prefix(blob, cut);
     const auto* cut_blob = reinterpret_cast<const std::uint8_t*>(prefix.view().data());
     check_summary(cut_blob, cut, shown);
-    const std::optional<vendor::UvcDescriptorSummary> shorter = vendor::summarize_uvc_descriptors(cut_blob, cut);
+    const std::optional<bridge::UvcDescriptorSummary> shorter = bridge::summarize_uvc_descriptors(cut_blob, cut);
     FUZZ_CHECK(shorter.has_value() && shorter->extension_units.size() <= full->extension_units.size(),
                "a shorter blob has more units: " + shown);
     for (std::size_t i = 0; i < shorter->extension_units.size(); ++i) {

@@ -28,7 +28,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-namespace vendor = tovanel::uvc_stereo::vendor;
+namespace bridge = tovanel::uvc_stereo::detail::bridge;
 namespace testing_kit = tovanel::uvc_stereo::linux_testing;
 using uvc_stereo_fuzz::FuzzInput;
 
@@ -268,8 +268,8 @@ std::optional<std::string> as_read(const std::optional<std::string>& written) {
 // video-control interface (class "0e", subclass "01") and the device's descriptors read and name a video-control
 // interface; it is the capture node when it says so, or, when it cannot be opened, when its index is "0". Each
 // device is listed once, with its lowest-numbered capture node, in the order of those numbers.
-std::vector<vendor::LinuxUvcCamera> restate(const Layout& layout, const fs::path& sysfs, const fs::path& dev) {
-  std::map<int, vendor::LinuxUvcCamera> by_device;
+std::vector<bridge::LinuxUvcCamera> restate(const Layout& layout, const fs::path& sysfs, const fs::path& dev) {
+  std::map<int, bridge::LinuxUvcCamera> by_device;
   for (const FakeNode& node : layout.nodes) {
     if (node.owner < 0 || node.link != NodeLink::Interface) {
       continue;
@@ -280,8 +280,8 @@ std::vector<vendor::LinuxUvcCamera> restate(const Layout& layout, const fs::path
       continue;
     }
     const auto* raw = reinterpret_cast<const std::uint8_t*>(device.descriptors->data());
-    const std::optional<vendor::UvcDescriptorSummary> summary =
-        vendor::summarize_uvc_descriptors(raw, device.descriptors->size());
+    const std::optional<bridge::UvcDescriptorSummary> summary =
+        bridge::summarize_uvc_descriptors(raw, device.descriptors->size());
     if (!summary || !summary->has_video_control) {
       continue;
     }
@@ -294,7 +294,7 @@ std::vector<vendor::LinuxUvcCamera> restate(const Layout& layout, const fs::path
     if (known != by_device.end() && known->second.capture_index < node.number) {
       continue;
     }
-    vendor::LinuxUvcCamera camera;
+    bridge::LinuxUvcCamera camera;
     camera.device_path = (sysfs / "bus" / "usb" / "devices" / device.bus_name).string();
     camera.descriptors = *summary;
     camera.serial = as_read(device.serial);
@@ -305,14 +305,14 @@ std::vector<vendor::LinuxUvcCamera> restate(const Layout& layout, const fs::path
       serial = *camera.serial;
     }
     camera.identity =
-        vendor::make_linux_usb_identity(as_read(device.bus_number).value_or(""),
+        bridge::make_linux_usb_identity(as_read(device.bus_number).value_or(""),
                                         as_read(device.device_number).value_or(""), serial, *device.descriptors);
     camera.node_name = as_read(node.name).value_or("");
     camera.capture_index = node.number;
     camera.capture_node = (dev / ("video" + std::to_string(node.number))).string();
     by_device[node.owner] = camera;
   }
-  std::vector<vendor::LinuxUvcCamera> cameras;
+  std::vector<bridge::LinuxUvcCamera> cameras;
   for (const auto& [owner, camera] : by_device) {
     cameras.push_back(camera);
   }
@@ -321,12 +321,12 @@ std::vector<vendor::LinuxUvcCamera> restate(const Layout& layout, const fs::path
   return cameras;
 }
 
-std::string describe(const vendor::LinuxUvcCamera& camera) {
+std::string describe(const bridge::LinuxUvcCamera& camera) {
   return camera.device_path + " node " + camera.capture_node + " serial " +
          uvc_stereo_fuzz::escaped(camera.serial.value_or("(none)").substr(0, 80));
 }
 
-void check_same(const vendor::LinuxUvcCamera& got, const vendor::LinuxUvcCamera& want) {
+void check_same(const bridge::LinuxUvcCamera& got, const bridge::LinuxUvcCamera& want) {
   const std::string shown = "listed " + describe(got) + ", restated " + describe(want);
   FUZZ_CHECK(got.device_path == want.device_path && got.capture_index == want.capture_index &&
                  got.capture_node == want.capture_node,
@@ -357,18 +357,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const std::string sysfs_text = sysfs.string();
   const std::string dev_text = dev.string();
-  const vendor::LinuxKernel kernel = {sysfs_text.c_str(), dev_text.c_str(), open_node, close_node,
+  const bridge::LinuxKernel kernel = {sysfs_text.c_str(), dev_text.c_str(), open_node, close_node,
                                       ioctl_node,         nullptr,          nullptr};
-  const vendor::LinuxUvcListing listing = vendor::list_linux_uvc_cameras(kernel);
+  const bridge::LinuxUvcListing listing = bridge::list_linux_uvc_cameras(kernel);
   FUZZ_CHECK(listing.sysfs_present, "sysfs was there");
-  const std::vector<vendor::LinuxUvcCamera> expected = restate(layout, sysfs, dev);
+  const std::vector<bridge::LinuxUvcCamera> expected = restate(layout, sysfs, dev);
   FUZZ_CHECK(listing.cameras.size() == expected.size(), "listed " + std::to_string(listing.cameras.size()) +
                                                             " cameras instead of " + std::to_string(expected.size()));
   for (std::size_t i = 0; i < expected.size(); ++i) {
     check_same(listing.cameras[i], expected[i]);
     // The identity read again at the listed path is the one listed with it.
-    FUZZ_CHECK(vendor::read_linux_usb_identity(listing.cameras[i].device_path) ==
-                   std::optional<vendor::LinuxUsbIdentity>(listing.cameras[i].identity),
+    FUZZ_CHECK(bridge::read_linux_usb_identity(listing.cameras[i].device_path) ==
+                   std::optional<bridge::LinuxUsbIdentity>(listing.cameras[i].identity),
                "identity read again differs: " + describe(listing.cameras[i]));
   }
   return 0;

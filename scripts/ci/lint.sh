@@ -13,7 +13,7 @@ echo "--- clang-format: every C and C++ file git tracks"
 (cd "$root" && git ls-files -z '*.c' '*.cpp' '*.h' | xargs -0 clang-format-14 --dry-run -Werror)
 echo "clang-format: $(cd "$root" && git ls-files '*.c' '*.cpp' '*.h' | wc -l) files formatted"
 
-echo "--- layers: the pure folders of src/ touch no device and no OS"
+echo "--- layers: the pure folders of src/ touch no device and no OS, and every folder keeps to its namespaces"
 /usr/bin/python3 "$root/scripts/check_layers.py" "$root/src"
 
 build="$root/build/ci-lint"

@@ -1,6 +1,6 @@
 #include "bridge/ascii_case.h"
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 char fold(char c) noexcept { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
@@ -27,4 +27,4 @@ bool ascii_equal_ignoring_case(std::string_view a, std::string_view b) noexcept 
   return true;
 }
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // Folds only 'A'..'Z': serial numbers, names and paths may carry UTF-8 bytes that must
 // pass through unchanged.
@@ -12,4 +12,4 @@ namespace tovanel::uvc_stereo::detail {
 // Equal after ASCII folding, byte for byte otherwise: no trimming and no other normalisation.
 [[nodiscard]] bool ascii_equal_ignoring_case(std::string_view a, std::string_view b) noexcept;
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -10,13 +10,13 @@
 #include "bridge/ascii_case.h"
 #include "win/device_path.h"
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // What a camera or a listed device is compared by.
 struct MatchKey {
   std::string normalized_path;
-  WindowsUsbIdentity identity;
+  win_detail::WindowsUsbIdentity identity;
   std::uint16_t match_vid = 0;
   std::uint16_t match_pid = 0;
   std::string serial_lower;
@@ -25,23 +25,23 @@ struct MatchKey {
 
 MatchKey device_key(const DeviceInfo& device) {
   MatchKey key;
-  key.normalized_path = normalize_windows_device_path(device.device_path);
-  key.identity = parse_windows_usb_identity(key.normalized_path);
+  key.normalized_path = win_detail::normalize_windows_device_path(device.device_path);
+  key.identity = win_detail::parse_windows_usb_identity(key.normalized_path);
   // The descriptor's ids are the better source; the path only stands in when they are unknown.
   key.match_vid = device.vendor_id != 0 ? device.vendor_id : key.identity.vid;
   key.match_pid = device.product_id != 0 ? device.product_id : key.identity.pid;
-  key.serial_lower = detail::ascii_lower(device.serial_number);
-  key.name_lower = detail::ascii_lower(device.friendly_name);
+  key.serial_lower = ascii_lower(device.serial_number);
+  key.name_lower = ascii_lower(device.friendly_name);
   return key;
 }
 
-MatchKey candidate_key(const WinOpenCvCameraCandidate& candidate) {
+MatchKey candidate_key(const win_detail::WinOpenCvCameraCandidate& candidate) {
   MatchKey key;
   key.normalized_path = candidate.normalized_path;
   key.identity = candidate.identity;
   key.match_vid = candidate.identity.vid;
   key.match_pid = candidate.identity.pid;
-  key.name_lower = detail::ascii_lower(candidate.friendly_name);
+  key.name_lower = ascii_lower(candidate.friendly_name);
   return key;
 }
 
@@ -66,8 +66,8 @@ bool identity_matches(const MatchKey& device, const MatchKey& candidate) {
   if (!has_instance_part(device) || !has_instance_part(candidate) || !same_ids(device, candidate)) {
     return false;
   }
-  const WindowsUsbIdentity& d = device.identity;
-  const WindowsUsbIdentity& c = candidate.identity;
+  const win_detail::WindowsUsbIdentity& d = device.identity;
+  const win_detail::WindowsUsbIdentity& c = candidate.identity;
   bool part_compared = false;
   if (!d.mi.empty() && !c.mi.empty()) {
     if (d.mi != c.mi) {
@@ -146,7 +146,7 @@ class CandidateIndex {
 }  // namespace
 
 void match_backend_candidates(const std::vector<DeviceInfo*>& devices,
-                              const std::vector<WinOpenCvCameraCandidate>& candidates) {
+                              const std::vector<win_detail::WinOpenCvCameraCandidate>& candidates) {
   if (devices.empty() || candidates.empty()) {
     return;
   }
@@ -158,7 +158,7 @@ void match_backend_candidates(const std::vector<DeviceInfo*>& devices,
   }
   std::vector<MatchKey> candidate_keys;
   candidate_keys.reserve(candidates.size());
-  for (const WinOpenCvCameraCandidate& candidate : candidates) {
+  for (const win_detail::WinOpenCvCameraCandidate& candidate : candidates) {
     candidate_keys.push_back(candidate_key(candidate));
   }
 
@@ -197,4 +197,4 @@ void match_backend_candidates(const std::vector<DeviceInfo*>& devices,
   }
 }
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

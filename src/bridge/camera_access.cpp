@@ -60,12 +60,12 @@ std::string access_fix(const KernelVideoNode& node, const std::vector<std::strin
 // The nodes that tell which cameras this account may not use: the simulated ones of a backend that stands in for
 // the kernel too, else what the kernel shows.
 KernelVideoListing camera_node_listing() {
-  const vendor::VendorBackend& backend = vendor::active_vendor_backend();
+  const detail::bridge::VendorBackend& backend = detail::bridge::active_vendor_backend();
   if (backend.simulated_node_listing != nullptr) {
     const win_detail::SonixGlobalLock lock;
     return backend.simulated_node_listing();
   }
-  return vendor::kernel_video_listing();
+  return detail::bridge::kernel_video_listing();
 }
 
 }  // namespace
@@ -92,7 +92,7 @@ Result<std::vector<CameraAccessProblem>> find_camera_access_problems() {
 
 Result<KernelVideoListing> list_kernel_video_devices() {
   return detail::guard_operation("unknown exception while listing the kernel's video devices",
-                                 []() -> Result<KernelVideoListing> { return vendor::kernel_video_listing(); });
+                                 []() -> Result<KernelVideoListing> { return detail::bridge::kernel_video_listing(); });
 }
 
 }  // namespace tovanel::uvc_stereo

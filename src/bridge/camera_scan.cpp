@@ -3,7 +3,7 @@
 #include "bridge/device_enumeration.h"
 #include "bridge/vendor_session.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 Result<std::vector<DeviceInfo>> scan_cameras(const DeviceScanFilter& filter) {
   VendorSession session;
@@ -30,4 +30,4 @@ Result<std::vector<DeviceInfo>> scan_cameras(const DeviceScanFilter& filter) {
   return devices;
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -5,7 +5,7 @@
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/result.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // The supported cameras the vendor library sees, filtered, in its order, each with its
 // capture-backend indices, from a vendor session of its own. A library that will not
@@ -14,4 +14,4 @@ namespace tovanel::uvc_stereo::vendor {
 // already closed.
 [[nodiscard]] Result<std::vector<DeviceInfo>> scan_cameras(const DeviceScanFilter& filter);
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -7,7 +7,7 @@
 #include "bridge/extension_unit.h"
 #include "bridge/vendor_status.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 CameraSession::CameraSession() { session_.emplace(); }
 
@@ -57,7 +57,7 @@ Status CameraSession::open_and_hold(const FlashConfig& config, CameraUse use, st
   return Status();
 }
 
-Status CameraSession::open(const DeviceInfo& device) { return open(detail::make_device_selector_config(device)); }
+Status CameraSession::open(const DeviceInfo& device) { return open(make_device_selector_config(device)); }
 
 Status CameraSession::select_extension_unit(std::uint8_t node_id) {
   if (!SonixCam_SetNodeID(&device_, node_id, kExtensionUnitGuid.data())) {
@@ -66,4 +66,4 @@ Status CameraSession::select_extension_unit(std::uint8_t node_id) {
   return Status();
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -12,13 +12,13 @@
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/result.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 /// The opening of every operation on one camera, as one scoped object: a VendorSession (the vendor lock, then
 /// SonixCam_Init) and the camera that a selector names, resolved inside it. On every way out the session ends and
 /// the lock is released, as VendorSession does, unless the library session is handed on with
 /// keep_library_session(). With open_and_hold() it also holds the camera itself against every other Device and
-/// program (vendor::CameraLock), until after the library session has ended.
+/// program (CameraLock), until after the library session has ended.
 class CameraSession {
  public:
   /// Takes the vendor lock; no vendor call is made until open().
@@ -69,4 +69,4 @@ class CameraSession {
   bool resolved_ = false;
 };
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -25,7 +25,7 @@ XuCapabilityProbeResult failed_probe(Status status) {
 }
 
 // The body of the probe: opens `camera` on `device` and reads its capability report; the caller closes the session.
-XuCapabilityProbeResult read_capability(vendor::CameraSession& camera, const DeviceInfo& device) {
+XuCapabilityProbeResult read_capability(bridge::CameraSession& camera, const DeviceInfo& device) {
   Status opened = camera.open(device);
   if (!opened.ok()) {
     return failed_probe(std::move(opened));
@@ -46,7 +46,7 @@ XuCapabilityProbeResult read_capability(vendor::CameraSession& camera, const Dev
 // The probe in a camera session of its own, which is closed (and the lock released) before the result is handed
 // back, and before an exception becomes a result, so that building the result can never leave either behind.
 XuCapabilityProbeResult probe_in_session(const DeviceInfo& device) {
-  vendor::CameraSession camera;
+  bridge::CameraSession camera;
   XuCapabilityProbeResult result = read_capability(camera, device);
   camera.end();
   return result;

@@ -108,8 +108,8 @@ bool passes_filter(const DeviceInfo& info, const DeviceScanFilter& filter) {
 std::optional<DeviceInfo> describe_record(SonixLib::scDevice_t& record,
                                           const std::unordered_set<std::string>& supported) {
   DeviceInfo info;
-  info.device_path = device_record_text(record.devicePath);
-  info.friendly_name = device_record_text(record.deviceName);
+  info.device_path = detail::bridge::device_record_text(record.devicePath);
+  info.friendly_name = detail::bridge::device_record_text(record.deviceName);
 
   std::optional<UsbVidPid> ids = vid_pid_from_descriptor(record, info.device_path, supported);
   if (!ids.has_value()) {
@@ -143,9 +143,9 @@ void add_backend_indices(std::vector<EnumeratedDevice>& devices) {
   }
   // A backend that cannot list its devices only costs its indices, not the scan.
   for (const OpenCvBackend backend : {OpenCvBackend::Msmf, OpenCvBackend::Dshow, OpenCvBackend::V4l2}) {
-    const Result<std::vector<WinOpenCvCameraCandidate>> candidates = list_capture_candidates(backend);
+    const Result<std::vector<WinOpenCvCameraCandidate>> candidates = detail::bridge::list_capture_candidates(backend);
     if (candidates.ok()) {
-      match_backend_candidates(infos, candidates.value());
+      detail::bridge::match_backend_candidates(infos, candidates.value());
     }
   }
 }

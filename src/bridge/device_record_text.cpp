@@ -6,7 +6,7 @@
 
 #include "core/utf.h"
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 std::size_t device_record_text_length(const SonixLib::scWideChar* field, std::size_t capacity) noexcept {
   if (field == nullptr) {
@@ -52,4 +52,4 @@ void fill_device_record_text(std::string_view text, SonixLib::scWideChar* field,
   }
 }
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -6,7 +6,7 @@
 
 #include "bridge/sonix_camera.h"
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // The UTF-8 text of one wide-string field of the library's device record: up to its NUL,
 // or the whole field when the library filled it to the end without one.
@@ -40,4 +40,4 @@ void fill_device_record_text(std::string_view text, SonixLib::scWideChar (&field
   fill_device_record_text(text, field, N);
 }
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

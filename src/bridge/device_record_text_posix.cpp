@@ -3,7 +3,7 @@
 #include "bridge/device_record_text.h"
 #include "core/utf.h"
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 std::string device_record_text(const SonixLib::scWideChar* field, std::size_t capacity) {
   const std::size_t length = device_record_text_length(field, capacity);
@@ -13,4 +13,4 @@ std::string device_record_text(const SonixLib::scWideChar* field, std::size_t ca
   return detail::utf16_to_utf8(std::u16string_view(field, length));
 }
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

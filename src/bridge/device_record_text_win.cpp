@@ -3,7 +3,7 @@
 #include "bridge/device_record_text.h"
 #include "bridge/os/windows_api_win.h"
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 std::string device_record_text(const SonixLib::scWideChar* field, std::size_t capacity) {
   const std::size_t length = device_record_text_length(field, capacity);
@@ -26,4 +26,4 @@ std::string device_record_text(const SonixLib::scWideChar* field, std::size_t ca
   return converted;
 }
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -12,7 +12,7 @@ namespace {
 // Only the exact eight-digit form selects: "1234:abcd" or "0x1234abcd" match no device.
 bool vidpid_matches(const FlashConfig& config, const DeviceInfo& info) {
   return config.vidpid.empty() ||
-         make_vidpid_string(info.vendor_id, info.product_id) == detail::ascii_lower(config.vidpid);
+         make_vidpid_string(info.vendor_id, info.product_id) == detail::bridge::ascii_lower(config.vidpid);
 }
 
 DeviceScanFilter filter_from(const FlashConfig& config) {
@@ -48,7 +48,7 @@ Result<EnumeratedDevice> resolve_device_with_active_runtime(const FlashConfig& c
   // A path names exactly one device, so the other selectors are not consulted with it.
   if (!config.device_path.empty()) {
     for (const EnumeratedDevice& device : devices) {
-      if (detail::ascii_equal_ignoring_case(device.info.device_path, config.device_path)) {
+      if (detail::bridge::ascii_equal_ignoring_case(device.info.device_path, config.device_path)) {
         return device;
       }
     }
@@ -57,7 +57,7 @@ Result<EnumeratedDevice> resolve_device_with_active_runtime(const FlashConfig& c
 
   if (!config.serial_number.empty()) {
     for (const EnumeratedDevice& device : devices) {
-      if (detail::ascii_equal_ignoring_case(device.info.serial_number, config.serial_number) &&
+      if (detail::bridge::ascii_equal_ignoring_case(device.info.serial_number, config.serial_number) &&
           vidpid_matches(config, device.info)) {
         return device;
       }

@@ -2,7 +2,7 @@
 
 #include "win/device_path.h"
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 FlashConfig make_device_selector_config(const DeviceInfo& device) {
   FlashConfig config;
@@ -22,4 +22,4 @@ FlashConfig make_device_selector_config(const DeviceInfo& device) {
   return config;
 }
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

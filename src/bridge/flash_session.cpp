@@ -9,7 +9,7 @@
 #include "flash/firmware_version_text.h"
 #include "uvc_stereo/flash.h"
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // Erase granularity assumed when the configuration leaves it at 0.
@@ -27,7 +27,7 @@ constexpr std::uint32_t kVersionBufferSize = 256;
 // even when the caller drops the Status.
 Status flash_access_failure(ErrorCode code, const char* call, SonixLib::scDevice_t* device, std::uint32_t address,
                             std::uint64_t length) {
-  const Status vendor = make_vendor_status(code, call, device);
+  const Status vendor = win_detail::make_vendor_status(code, call, device);
   std::string text = detail::format_fixed<224>("%s (address=0x%08X, length=%llu)", vendor.message().c_str(),
                                                static_cast<unsigned>(address), static_cast<unsigned long long>(length));
   output_debug_line(text);
@@ -38,7 +38,7 @@ Status device_not_ready() { return Status(ErrorCode::InternalError, "device hand
 
 }  // namespace
 
-FlashSession::FlashSession(const FlashConfig& config, vendor::CameraUse use) : config_(config), use_(use) {}
+FlashSession::FlashSession(const FlashConfig& config, CameraUse use) : config_(config), use_(use) {}
 
 Status FlashSession::open() {
   Status opened = camera_.open_and_hold(config_, use_, std::chrono::milliseconds(config_.busy_wait_ms));
@@ -46,7 +46,8 @@ Status FlashSession::open() {
     return opened;
   }
   if (!SonixCam_GetSerialFlashType(&camera_.device(), &flash_type_)) {
-    return make_vendor_status(ErrorCode::DeviceUnavailable, "SonixCam_GetSerialFlashType", &camera_.device());
+    return win_detail::make_vendor_status(ErrorCode::DeviceUnavailable, "SonixCam_GetSerialFlashType",
+                                          &camera_.device());
   }
   if (flash_type_ == SonixLib::SF_UNKNOW) {
     return Status(ErrorCode::DeviceUnavailable, "SonixCam_GetSerialFlashType returned SF_UNKNOW");
@@ -99,10 +100,10 @@ Status FlashSession::disable_write_protection() {
   }
   if (!SonixCam_SetStatusRegBitWP(&camera_.device(), kStatusRegWp[0], kStatusRegWp[1], kStatusRegWp[2], kStatusRegWp[3],
                                   kStatusRegWp[4], kStatusRegWp[5])) {
-    return make_vendor_status(ErrorCode::WriteFailed, "SonixCam_SetStatusRegBitWP", &camera_.device());
+    return win_detail::make_vendor_status(ErrorCode::WriteFailed, "SonixCam_SetStatusRegBitWP", &camera_.device());
   }
   if (!SonixCam_SetWriteProtectedSF(&camera_.device(), kWriteProtectA, kWriteProtectB)) {
-    return make_vendor_status(ErrorCode::WriteFailed, "SonixCam_SetWriteProtectedSF", &camera_.device());
+    return win_detail::make_vendor_status(ErrorCode::WriteFailed, "SonixCam_SetWriteProtectedSF", &camera_.device());
   }
   return Status();
 }
@@ -137,7 +138,7 @@ Result<std::string> FlashSession::firmware_version() {
   }
   char buffer[kVersionBufferSize] = {};
   if (!SonixCam_GetVersion(&camera_.device(), buffer, kVersionBufferSize, 0)) {
-    return make_vendor_status(ErrorCode::ReadFailed, "SonixCam_GetVersion", &camera_.device());
+    return win_detail::make_vendor_status(ErrorCode::ReadFailed, "SonixCam_GetVersion", &camera_.device());
   }
   std::string version = detail::firmware_version_from_buffer(buffer, sizeof(buffer));
   if (version.empty()) {
@@ -146,4 +147,4 @@ Result<std::string> FlashSession::firmware_version() {
   return version;
 }
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

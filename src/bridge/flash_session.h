@@ -9,17 +9,17 @@
 #include "uvc_stereo/flash_config.h"
 #include "uvc_stereo/result.h"
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // One vendor session on the camera that a FlashConfig selects, owned by a single flash
 // operation on its stack. Constructing it takes the vendor lock and open() starts the
 // library, resolves the camera and holds it for `use` against every other Device and
-// program, all through one vendor::CameraSession, which destroying it closes on every
+// program, all through one CameraSession, which destroying it closes on every
 // path. Every address and length is checked against the user space before it reaches the
 // flash.
 class FlashSession {
  public:
-  explicit FlashSession(const FlashConfig& config, vendor::CameraUse use = vendor::CameraUse::Flash);
+  explicit FlashSession(const FlashConfig& config, CameraUse use = CameraUse::Flash);
   FlashSession(const FlashSession&) = delete;
   FlashSession& operator=(const FlashSession&) = delete;
   FlashSession(FlashSession&&) = delete;
@@ -48,9 +48,9 @@ class FlashSession {
 
  private:
   FlashConfig config_;
-  vendor::CameraUse use_;
-  vendor::CameraSession camera_;
+  CameraUse use_;
+  CameraSession camera_;
   SonixLib::SERIAL_FLASH_TYPE flash_type_ = SonixLib::SF_UNKNOW;
 };
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

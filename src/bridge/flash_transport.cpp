@@ -18,7 +18,7 @@ namespace tovanel::uvc_stereo {
 namespace {
 
 Status probe(const FlashConfig& config) {
-  win_detail::FlashSession session(config);
+  detail::bridge::FlashSession session(config);
   Status opened = session.open();
   if (!opened.ok()) {
     return opened;
@@ -28,7 +28,7 @@ Status probe(const FlashConfig& config) {
 }
 
 Result<FlashBlob> read_blob(const FlashConfig& config) {
-  win_detail::FlashSession session(config);
+  detail::bridge::FlashSession session(config);
   Status opened = session.open();
   if (!opened.ok()) {
     return opened;
@@ -57,8 +57,8 @@ Result<FlashBlob> read_blob(const FlashConfig& config) {
   return parse_and_validate_raw_blob(whole, settings);
 }
 
-Result<std::string> firmware_version(const FlashConfig& config, vendor::CameraUse use) {
-  win_detail::FlashSession session(config, use);
+Result<std::string> firmware_version(const FlashConfig& config, detail::bridge::CameraUse use) {
+  detail::bridge::FlashSession session(config, use);
   Status opened = session.open();
   if (!opened.ok()) {
     return opened;
@@ -74,7 +74,7 @@ Status write_blob(const FlashConfig& config, const FlashBlob& blob) {
   }
   const std::vector<std::uint8_t>& record = prepared.value();
 
-  win_detail::FlashSession session(config);
+  detail::bridge::FlashSession session(config);
   Status opened = session.open();
   if (!opened.ok()) {
     return opened;
@@ -96,7 +96,7 @@ Status write_blob(const FlashConfig& config, const FlashBlob& blob) {
   if (!verified.ok()) {
     // A record that did not read back as written is worth seeing in the debugger even
     // when the caller drops the Status, like a failed flash transfer.
-    win_detail::output_debug_line(verified.message());
+    detail::bridge::output_debug_line(verified.message());
   }
   return verified;
 }
@@ -121,15 +121,19 @@ namespace detail {
 
 Result<std::string> read_firmware_version_from_device(const FlashConfig& config) {
   return detail::guard_operation("unknown exception during firmware version read", [&]() -> Result<std::string> {
-    return firmware_version(config, vendor::CameraUse::Flash);
-  });
-}
-
-Result<std::string> read_firmware_version_for_imu(const FlashConfig& config) {
-  return detail::guard_operation("unknown exception during firmware version read", [&]() -> Result<std::string> {
-    return firmware_version(config, vendor::CameraUse::Imu);
+    return firmware_version(config, detail::bridge::CameraUse::Flash);
   });
 }
 
 }  // namespace detail
+
+namespace detail::bridge {
+
+Result<std::string> read_firmware_version_for_imu(const FlashConfig& config) {
+  return detail::guard_operation("unknown exception during firmware version read", [&]() -> Result<std::string> {
+    return firmware_version(config, detail::bridge::CameraUse::Imu);
+  });
+}
+
+}  // namespace detail::bridge
 }  // namespace tovanel::uvc_stereo

@@ -30,13 +30,13 @@ class VendorImuReader final : public ImuReader::Impl {
       : handle_(handle), transport_(transport), buffer_(transport.xu_length, 0) {}
 
   // Takes over the session and the camera hold once nothing can fail any more.
-  void keep(vendor::LibrarySession session, vendor::CameraLock camera) noexcept {
+  void keep(bridge::LibrarySession session, bridge::CameraLock camera) noexcept {
     session_ = std::move(session);
     camera_ = std::move(camera);
   }
 
   [[nodiscard]] Result<ReadImuResult> read() override {
-    BracketedImuRead read;
+    bridge::BracketedImuRead read;
     Status status = read_bracketed(read);
     if (!status.ok()) {
       return status;
@@ -44,16 +44,16 @@ class VendorImuReader final : public ImuReader::Impl {
     return read.sample;
   }
 
-  [[nodiscard]] Status read_bracketed(BracketedImuRead& out) override {
+  [[nodiscard]] Status read_bracketed(bridge::BracketedImuRead& out) override {
     win_detail::SonixGlobalLock lock;
-    const std::uint64_t t0 = host_now_ns();
+    const std::uint64_t t0 = bridge::host_now_ns();
     out.started_ns = t0;
     out.finished_ns = t0;
     std::memset(buffer_.data(), 0, buffer_.size());
     if (!SonixCam_XuRead(&handle_, buffer_.data(), transport_.xu_length, transport_.xu_selector, transport_.xu_unit)) {
       return win_detail::make_vendor_status(ErrorCode::PlatformError, "SonixCam_XuRead", &handle_);
     }
-    const std::uint64_t t1 = host_now_ns();
+    const std::uint64_t t1 = bridge::host_now_ns();
     out.finished_ns = t1;
     Result<ReadImuResult> sample = decode_imu_payload(buffer_.data(), buffer_.size());
     lock.unlock();
@@ -70,15 +70,15 @@ class VendorImuReader final : public ImuReader::Impl {
   SonixLib::scDevice_t handle_;
   ImuTransportConfig transport_;
   std::vector<std::uint8_t> buffer_;
-  vendor::CameraLock camera_;  ///< released after the session below has ended
-  vendor::LibrarySession session_;
+  bridge::CameraLock camera_;  ///< released after the session below has ended
+  bridge::LibrarySession session_;
 };
 
 // Opens `reader` on the camera `device` names, in a session the reader keeps; a failure closes the session.
 Status open_reader_in_session(const DeviceInfo& device, const ImuTransportConfig& transport,
                               std::chrono::milliseconds busy_wait, std::unique_ptr<ImuReader::Impl>& opened) {
-  vendor::CameraSession camera;
-  Status ready = camera.open_and_hold(make_device_selector_config(device), vendor::CameraUse::Imu, busy_wait);
+  bridge::CameraSession camera;
+  Status ready = camera.open_and_hold(bridge::make_device_selector_config(device), bridge::CameraUse::Imu, busy_wait);
   if (ready.ok()) {
     ready = camera.select_extension_unit(transport.xu_unit);
   }
@@ -108,7 +108,7 @@ Result<ReadImuResult> ImuReader::read() {
   return impl_->read();
 }
 
-Status ImuReader::read_bracketed(BracketedImuRead& out) {
+Status ImuReader::read_bracketed(bridge::BracketedImuRead& out) {
   if (!impl_) {
     return Status(ErrorCode::InvalidArgument, "IMU reader is closed or moved-from");
   }

@@ -7,9 +7,7 @@
 #include "uvc_stereo/records.h"
 #include "uvc_stereo/result.h"
 
-namespace tovanel::uvc_stereo::detail {
-
-class ImuReader;
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // One IMU read with the host times around it: the sample was the camera's newest at some moment between the two.
 struct BracketedImuRead {
@@ -17,6 +15,12 @@ struct BracketedImuRead {
   std::uint64_t started_ns = 0;   ///< host clock just before the read was issued
   std::uint64_t finished_ns = 0;  ///< host clock just after it returned
 };
+
+}  // namespace tovanel::uvc_stereo::detail::bridge
+
+namespace tovanel::uvc_stereo::detail {
+
+class ImuReader;
 
 // Opens the IMU of `device`: selects the camera afresh, holds it shared with the IMU readers of other Devices and
 // programs (waiting up to `busy_wait` for a flash access that holds it, then DeviceUnavailable "camera is busy:
@@ -40,7 +44,7 @@ class ImuReader {
     [[nodiscard]] virtual Result<ReadImuResult> read() = 0;
     // One sample with the host times taken around the transfer; `read` fills `out` on success and on a failure
     // reported by the camera's status byte alike (the times are then those of the failed read).
-    [[nodiscard]] virtual Status read_bracketed(BracketedImuRead& out) = 0;
+    [[nodiscard]] virtual Status read_bracketed(bridge::BracketedImuRead& out) = 0;
   };
 
   ImuReader(ImuReader&& other) noexcept;
@@ -52,7 +56,7 @@ class ImuReader {
   // One sample; allocates nothing on success.
   [[nodiscard]] Result<ReadImuResult> read();
   // One sample with the host times around its read; allocates nothing on success.
-  [[nodiscard]] Status read_bracketed(BracketedImuRead& out);
+  [[nodiscard]] Status read_bracketed(bridge::BracketedImuRead& out);
 
  private:
   explicit ImuReader(std::unique_ptr<Impl> impl) noexcept;

@@ -2,7 +2,7 @@
 
 #include "uvc_stereo/camera_access.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // What the platform's kernel shows of the video devices, when the kernel is what serves
 // the cameras: on Linux, with the platform's own backend or a kernel table installed in
@@ -10,4 +10,4 @@ namespace tovanel::uvc_stereo::vendor {
 // simulated rig) serves them. Takes the vendor lock, under which the kernel table is used.
 [[nodiscard]] KernelVideoListing kernel_video_listing();
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

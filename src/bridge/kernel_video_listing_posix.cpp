@@ -3,7 +3,7 @@
 #include "bridge/vendor_backend.h"
 #include "uvc_stereo/vendor_lock.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 KernelVideoListing kernel_video_listing() {
   // Another backend (a simulated rig) serves cameras of its own, which the kernel knows
@@ -18,4 +18,4 @@ KernelVideoListing kernel_video_listing() {
   return list_linux_video_devices(active_linux_kernel());
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -1,6 +1,6 @@
 #include "bridge/kernel_video_listing.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // Windows grants every account its cameras; the vendor library reaches them through the
 // system's own drivers, so there is no node to list.
@@ -10,4 +10,4 @@ KernelVideoListing kernel_video_listing() {
   return listing;
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // Who owns a device node and who may use it, as stat(2) and the user and group databases
 // tell.
@@ -37,7 +37,7 @@ struct LinuxKernel {
 [[nodiscard]] const LinuxKernel& running_linux_kernel() noexcept;
 
 // The kernel the Linux backend uses: the platform table's `linux_kernel` entry when an
-// override sets it (tests, through vendor::PlatformOverride), else the running kernel.
+// override sets it (tests, through PlatformOverride), else the running kernel.
 [[nodiscard]] const LinuxKernel& active_linux_kernel() noexcept;
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -1,19 +1,19 @@
 #include "bridge/platform.h"
 #include "bridge/process_lock.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
-PlatformOverride::PlatformOverride(const detail::PlatformTable& replacements) noexcept {
+PlatformOverride::PlatformOverride(const PlatformTable& replacements) noexcept {
   layer_.entries = replacements;
   enter_process_lock();
-  detail::push_platform_layer(layer_);
+  push_platform_layer(layer_);
   leave_process_lock();
 }
 
 PlatformOverride::~PlatformOverride() {
   enter_process_lock();
-  detail::remove_platform_layer(layer_);
+  remove_platform_layer(layer_);
   leave_process_lock();
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -6,20 +6,20 @@
 
 #include "flash/json_minifier_variants.h"
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // The entries in force, each readable on its own without a lock: a vendor call or a
 // minify reads one entry on every call.
 struct InstalledEntries {
-  std::atomic<const vendor::VendorBackend*> vendor_backend{nullptr};
-  std::atomic<const win_detail::CaptureListingSource*> capture_listing{nullptr};
+  std::atomic<const VendorBackend*> vendor_backend{nullptr};
+  std::atomic<const CaptureListingSource*> capture_listing{nullptr};
   std::atomic<const win_detail::CaptureSystemCalls*> windows_system_calls{nullptr};
   std::atomic<const PauseHook*> pause{nullptr};
   std::atomic<const JsonMinifierVariant*> json_minifier{nullptr};
-  std::atomic<const vendor::LinuxKernel*> linux_kernel{nullptr};
+  std::atomic<const LinuxKernel*> linux_kernel{nullptr};
   std::atomic<const HostClock*> host_clock{nullptr};
-  std::atomic<const vendor::CameraLockPlace*> camera_locks{nullptr};
+  std::atomic<const CameraLockPlace*> camera_locks{nullptr};
 };
 
 struct LayerStack {
@@ -108,4 +108,4 @@ void remove_platform_layer(PlatformLayer& layer) noexcept {
   publish(s);
 }
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

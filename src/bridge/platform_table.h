@@ -10,22 +10,22 @@
 // layer: the pure layers never read it (the JSON minifier is handed its entry whenever
 // the table changes), and the entries' types stay opaque here.
 //
-// Entries are replaced only through vendor::PlatformOverride (bridge/platform.h),
+// Entries are replaced only through detail::bridge::PlatformOverride (bridge/platform.h),
 // which layers a partial table over the current one for as long as it lives.
-namespace tovanel::uvc_stereo::vendor {
-struct VendorBackend;
-struct LinuxKernel;
-struct CameraLockPlace;
-}  // namespace tovanel::uvc_stereo::vendor
-
 namespace tovanel::uvc_stereo::win_detail {
-struct CaptureListingSource;
 struct CaptureSystemCalls;
 }  // namespace tovanel::uvc_stereo::win_detail
 
 namespace tovanel::uvc_stereo::detail {
-
 struct JsonMinifierVariant;
+}  // namespace tovanel::uvc_stereo::detail
+
+namespace tovanel::uvc_stereo::detail::bridge {
+
+struct VendorBackend;
+struct LinuxKernel;
+struct CameraLockPlace;
+struct CaptureListingSource;
 
 // A stand-in for the pauses the camera needs (tests observe them without spending them).
 struct PauseHook {
@@ -52,13 +52,13 @@ struct PlatformTable {
   // process-wide vendor lock held; each returns true on success and otherwise leaves a
   // code for its get_error_code. Default: the vendor library on Windows, the kernel's
   // UVC driver on Linux.
-  const vendor::VendorBackend* vendor_backend = nullptr;
+  const VendorBackend* vendor_backend = nullptr;
 
   // The DirectShow and Media Foundation capture-device listings a scan matches cameras
   // against. Called with the vendor lock held; must not take it or call a vendor
   // operation. Returns the backend's candidates in its own order, or a PlatformError.
   // Default: the system's listings on Windows, empty lists elsewhere.
-  const win_detail::CaptureListingSource* capture_listing = nullptr;
+  const CaptureListingSource* capture_listing = nullptr;
 
   // The COM, Media Foundation and text-conversion calls behind the Windows capture
   // listings (Windows only; ignored elsewhere). Same lock as capture_listing. Each entry
@@ -76,7 +76,7 @@ struct PlatformTable {
 
   // The kernel interfaces the Linux backend talks through (sysfs and device nodes);
   // used only by that backend, under the vendor lock. Default: the running kernel.
-  const vendor::LinuxKernel* linux_kernel = nullptr;
+  const LinuxKernel* linux_kernel = nullptr;
 
   // The host clock that IMU reads are stamped with and that the IMU stream paces its
   // reads by. No lock. Default: the platform's monotonic clock and real waits.
@@ -85,7 +85,7 @@ struct PlatformTable {
   // directory on POSIX systems, a kernel object namespace on Windows). No lock.
   // Default: the machine's own place; a simulated rig puts its cameras' locks where only
   // the programs sharing the rig meet them.
-  const vendor::CameraLockPlace* camera_locks = nullptr;
+  const CameraLockPlace* camera_locks = nullptr;
 };
 
 // The entries in force now, null where the platform's own applies. Reading never blocks
@@ -94,7 +94,7 @@ struct PlatformTable {
 
 // One layer of replacements. Layers stack: an entry comes from the newest live layer
 // that sets it. A layer may be removed in any order; the entries then fall back to the
-// newest layer still present. Only vendor::PlatformOverride adds and removes layers.
+// newest layer still present. Only detail::bridge::PlatformOverride adds and removes layers.
 struct PlatformLayer {
   PlatformTable entries;
   PlatformLayer* older = nullptr;
@@ -103,4 +103,4 @@ struct PlatformLayer {
 void push_platform_layer(PlatformLayer& layer) noexcept;
 void remove_platform_layer(PlatformLayer& layer) noexcept;
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // The one process-wide recursive lock behind SonixGlobalLock: created on first use
 // and never destroyed. A Win32 critical section on Windows, a recursive mutex elsewhere.
@@ -11,4 +11,4 @@ void leave_process_lock() noexcept;
 // checks it on every vendor call.
 [[nodiscard]] bool process_lock_held_by_this_thread() noexcept;
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -3,7 +3,7 @@
 #include "bridge/process_lock.h"
 #include "bridge/process_lock_depth.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 struct ProcessCriticalSection {
@@ -38,4 +38,4 @@ void leave_process_lock() noexcept {
 
 bool process_lock_held_by_this_thread() noexcept { return process_lock_depth > 0; }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -3,16 +3,16 @@
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_backend.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 const VendorBackend& active_vendor_backend() noexcept {
-  const VendorBackend* installed = detail::installed_platform().vendor_backend;
+  const VendorBackend* installed = installed_platform().vendor_backend;
   return installed != nullptr ? *installed : platform_vendor_backend();
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge
 
-using tovanel::uvc_stereo::vendor::active_vendor_backend;
+using tovanel::uvc_stereo::detail::bridge::active_vendor_backend;
 
 bool SonixCam_Init() { return active_vendor_backend().init(); }
 

@@ -3,7 +3,7 @@
 
 namespace tovanel::uvc_stereo::win_detail {
 
-SonixGlobalLock::SonixGlobalLock() : owns_(true) { vendor::enter_process_lock(); }
+SonixGlobalLock::SonixGlobalLock() : owns_(true) { detail::bridge::enter_process_lock(); }
 
 SonixGlobalLock::SonixGlobalLock(SonixGlobalLock&& other) noexcept : owns_(other.owns_) { other.owns_ = false; }
 
@@ -20,7 +20,7 @@ SonixGlobalLock::~SonixGlobalLock() { unlock(); }
 
 void SonixGlobalLock::unlock() noexcept {
   if (owns_) {
-    vendor::leave_process_lock();
+    detail::bridge::leave_process_lock();
     owns_ = false;
   }
 }

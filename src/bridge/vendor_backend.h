@@ -5,7 +5,7 @@
 #include "bridge/sonix_camera.h"
 #include "uvc_stereo/camera_access.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // One implementation of the vendor operations. Exactly one backend is active at a time; the SonixCam_* functions
 // forward to it (bridge/sonix_dispatch.cpp). The contract every backend keeps, entry by entry:
@@ -124,4 +124,4 @@ const VendorBackend& unavailable_vendor_backend() noexcept;
 // replace it), else the platform backend.
 const VendorBackend& active_vendor_backend() noexcept;
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

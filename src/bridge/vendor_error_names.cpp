@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // Spelled as the vendor library spells its enumerators (its "Unknow" included), so messages
@@ -42,6 +42,10 @@ std::string_view vendor_error_name(std::int32_t code) noexcept {
   return index < kVendorErrorNames.size() ? kVendorErrorNames[index] : std::string_view("unknown");
 }
 
-bool is_no_device_error(std::int32_t code) noexcept { return code == kNotFindDevice; }
+}  // namespace tovanel::uvc_stereo::detail::bridge
+
+namespace tovanel::uvc_stereo::win_detail {
+
+bool is_no_device_error(std::int32_t code) noexcept { return code == detail::bridge::kNotFindDevice; }
 
 }  // namespace tovanel::uvc_stereo::win_detail

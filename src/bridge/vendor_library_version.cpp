@@ -13,11 +13,11 @@ const char* library_version() noexcept { return UVC_STEREO_LIBRARY_VERSION; }
 std::string vendor_library_version() {
   // A replaced backend (the simulated rig, a test's stand-in) serves every operation
   // instead of the platform's library, so that library is not what cameras are reached by.
-  const vendor::VendorBackend* replacement = detail::installed_platform().vendor_backend;
+  const detail::bridge::VendorBackend* replacement = detail::bridge::installed_platform().vendor_backend;
   if (replacement != nullptr) {
     return std::string("none (the ") + replacement->name + " backend)";
   }
-  return vendor::platform_vendor_library_version();
+  return detail::bridge::platform_vendor_library_version();
 }
 
 }  // namespace tovanel::uvc_stereo

@@ -6,7 +6,7 @@
 #include "bridge/vendor_error_names.h"
 #include "bridge/vendor_status.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 LibrarySession::LibrarySession(LibrarySession&& other) noexcept : open_(std::exchange(other.open_, false)) {}
 
@@ -58,4 +58,4 @@ LibrarySession VendorSession::keep_library_session() noexcept {
   return kept;
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

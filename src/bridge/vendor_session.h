@@ -3,7 +3,7 @@
 #include "uvc_stereo/result.h"
 #include "uvc_stereo/vendor_lock.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // One library session that someone must end: a successful SonixCam_Init waiting for its
 // SonixCam_UnInit. Ending it takes the vendor lock for the UnInit, so a longer-lived owner
@@ -67,4 +67,4 @@ class VendorSession {
   LibrarySession library_;
 };
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -15,7 +15,7 @@ SonixLib::scErrorCode_t get_vendor_error_code(SonixLib::scDevice_t* device) noex
 
 Status make_vendor_status(ErrorCode code, const char* call, SonixLib::scDevice_t* device) {
   const SonixLib::scErrorCode_t vendor_code = get_vendor_error_code(device);
-  const std::string_view name = vendor_error_name(vendor_code);
+  const std::string_view name = detail::bridge::vendor_error_name(vendor_code);
   return Status(code,
                 detail::format_fixed<256>("%s failed: vendor_code=%.*s(%d)", call != nullptr ? call : "Sonix API",
                                           static_cast<int>(name.size()), name.data(), static_cast<int>(vendor_code)));

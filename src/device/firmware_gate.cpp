@@ -20,13 +20,13 @@ Status ensure_imu_supported_by_firmware(const DeviceInfo& device, const FlashCon
   if (!rule.needs_version()) {
     return Status();
   }
-  const Result<std::string> firmware = read_firmware_version_for_imu(config);
-  if (!firmware.ok() && vendor::is_camera_busy(firmware.status())) {
+  const Result<std::string> firmware = bridge::read_firmware_version_for_imu(config);
+  if (!firmware.ok() && bridge::is_camera_busy(firmware.status())) {
     // Not a verdict on the firmware: the caller learns who holds the camera.
     return firmware.status();
   }
   // The camera needs the pause after the version read whatever it answered, before its IMU is addressed.
-  pause_for(kSettleAfterVersionRead);
+  bridge::pause_for(kSettleAfterVersionRead);
   return judge_imu_firmware(rule.required, rule.disabling, firmware);
 }
 

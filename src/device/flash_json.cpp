@@ -32,7 +32,7 @@ Result<ReadJsonResult> read_flash_json(const FlashConfig& config) {
   if (!minified.ok()) {
     return minified.status();
   }
-  pause_for(kSettleAfterFlashAccess);
+  bridge::pause_for(kSettleAfterFlashAccess);
 
   ReadJsonResult result;
   result.format_version = blob.value().format_version;
@@ -55,7 +55,7 @@ Status write_flash_json(const FlashConfig& config, std::string_view json) {
   if (!written.ok()) {
     return written;
   }
-  pause_for(kSettleAfterFlashAccess);
+  bridge::pause_for(kSettleAfterFlashAccess);
   return Status();
 }
 

@@ -93,7 +93,7 @@ struct ImuStream::Impl {
   ImuConversionOptions conversion_options;
   detail::ImuSampleTimeline timeline;
   detail::LatencyHistogram latencies;
-  detail::BracketedImuRead read;
+  detail::bridge::BracketedImuRead read;
   bool read_before = false;
   std::uint64_t next_read_ns = 0;
   std::uint64_t jitter_state = 0x853C49E6748FEA9Bull;
@@ -139,15 +139,15 @@ ImuPull ImuStream::pull(ImuStreamSample* samples, std::size_t count, std::chrono
     if (!status.ok()) {
       return status;
     }
-    const std::uint64_t start = detail::host_now_ns();
+    const std::uint64_t start = detail::bridge::host_now_ns();
     const std::uint64_t deadline = start + static_cast<std::uint64_t>(std::max<std::int64_t>(0, timeout.count()));
     while (pulled.count < count) {
-      if (impl_->read_before && impl_->next_read_ns > detail::host_now_ns()) {
+      if (impl_->read_before && impl_->next_read_ns > detail::bridge::host_now_ns()) {
         if (impl_->next_read_ns > deadline) {
           break;
         }
-        detail::host_sleep_until_ns(impl_->next_read_ns);
-      } else if (impl_->read_before && detail::host_now_ns() > deadline) {
+        detail::bridge::host_sleep_until_ns(impl_->next_read_ns);
+      } else if (impl_->read_before && detail::bridge::host_now_ns() > deadline) {
         break;
       }
       impl_->read_before = true;

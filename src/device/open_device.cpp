@@ -113,7 +113,7 @@ Result<Device> open_device(const DeviceInfo& device, const OpenDeviceOptions& op
     impl->info = device;
     // Addresses exactly this camera, by its vid/pid, path and serial number, never by whatever camera happens to
     // enumerate first.
-    impl->flash_config = detail::make_device_selector_config(device);
+    impl->flash_config = detail::bridge::make_device_selector_config(device);
     impl->flash_config.busy_wait_ms = options.busy_wait_ms;
     if (probe.legacy_fallback || !probe.report.has_value()) {
       settle_legacy_capabilities(*impl);

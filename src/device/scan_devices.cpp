@@ -8,8 +8,9 @@
 namespace tovanel::uvc_stereo {
 
 Result<std::vector<DeviceInfo>> scan_devices(const DeviceScanFilter& filter) {
-  return detail::guard_operation("unknown exception during device scan",
-                                 [&]() -> Result<std::vector<DeviceInfo>> { return vendor::scan_cameras(filter); });
+  return detail::guard_operation("unknown exception during device scan", [&]() -> Result<std::vector<DeviceInfo>> {
+    return detail::bridge::scan_cameras(filter);
+  });
 }
 
 Result<std::vector<DeviceInfo>> scan_devices() { return scan_devices(DeviceScanFilter{}); }

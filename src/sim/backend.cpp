@@ -5,8 +5,8 @@
 namespace tovanel::uvc_stereo::sim {
 namespace {
 
-constexpr vendor::VendorBackend simulated_backend() {
-  vendor::VendorBackend table;
+constexpr detail::bridge::VendorBackend simulated_backend() {
+  detail::bridge::VendorBackend table;
   table.name = "simulated";
   table.init = sim_init;
   table.uninit = sim_uninit;
@@ -26,10 +26,10 @@ constexpr vendor::VendorBackend simulated_backend() {
   return table;
 }
 
-constexpr vendor::VendorBackend kSimulated = simulated_backend();
+constexpr detail::bridge::VendorBackend kSimulated = simulated_backend();
 
 }  // namespace
 
-const vendor::VendorBackend& simulated_vendor_backend() noexcept { return kSimulated; }
+const detail::bridge::VendorBackend& simulated_vendor_backend() noexcept { return kSimulated; }
 
 }  // namespace tovanel::uvc_stereo::sim

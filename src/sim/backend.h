@@ -5,6 +5,6 @@
 namespace tovanel::uvc_stereo::sim {
 
 // The vendor backend that serves calls from the active simulated rig.
-[[nodiscard]] const vendor::VendorBackend& simulated_vendor_backend() noexcept;
+[[nodiscard]] const detail::bridge::VendorBackend& simulated_vendor_backend() noexcept;
 
 }  // namespace tovanel::uvc_stereo::sim

@@ -23,7 +23,7 @@ VendorCallScope::VendorCallScope(const char* name, const SonixLib::scDevice_t* d
   record_.name = name;
   record_.args = std::move(args);
   record_.camera = simulated_camera_of(device);
-  record_.lock_held = vendor::process_lock_held_by_this_thread();
+  record_.lock_held = detail::bridge::process_lock_held_by_this_thread();
   if (!rig_active()) {
     return;
   }

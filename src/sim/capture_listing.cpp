@@ -33,10 +33,10 @@ Result<std::vector<win_detail::WinOpenCvCameraCandidate>> list_simulated(OpenCvB
   return candidates;
 }
 
-constexpr win_detail::CaptureListingSource kSimulatedListing = {list_simulated};
+constexpr detail::bridge::CaptureListingSource kSimulatedListing = {list_simulated};
 
 }  // namespace
 
-const win_detail::CaptureListingSource& simulated_capture_listing_source() noexcept { return kSimulatedListing; }
+const detail::bridge::CaptureListingSource& simulated_capture_listing_source() noexcept { return kSimulatedListing; }
 
 }  // namespace tovanel::uvc_stereo::sim

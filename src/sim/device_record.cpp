@@ -15,8 +15,8 @@ constexpr std::size_t kIndexOffset = sizeof(kRigMark);
 
 void fill_simulated_device_record(int camera, std::string_view device_path, std::string_view device_name,
                                   SonixLib::scDevice_t& record) {
-  win_detail::fill_device_record_text(device_path, record.devicePath);
-  win_detail::fill_device_record_text(device_name, record.deviceName);
+  detail::bridge::fill_device_record_text(device_path, record.devicePath);
+  detail::bridge::fill_device_record_text(device_name, record.deviceName);
   std::memset(record.reserved, 0, sizeof(record.reserved));
   std::memcpy(record.reserved, kRigMark, sizeof(kRigMark));
   detail::store_le32(record.reserved + kIndexOffset, static_cast<std::uint32_t>(camera));

@@ -18,7 +18,7 @@ FlashImageFile::FlashImageFile(const std::string& path) : path_(path) {
 }
 
 void FlashImageFile::create(const std::string& path, std::uint32_t size) {
-  vendor::replace_file(path, std::string(size, static_cast<char>(0xFF)));
+  detail::bridge::replace_file(path, std::string(size, static_cast<char>(0xFF)));
 }
 
 void FlashImageFile::read(std::uint32_t address, std::uint8_t* out, std::uint32_t length) {

@@ -43,14 +43,14 @@ void persist(const SimulatedRig::State& state, int index) {
 SimulatedRig::SimulatedRig() : state_(std::make_unique<State>()) {
   // The state is reachable before the backend is, so no call ever finds it missing.
   // A rig in memory is seen by this program only, so no other program may meet its cameras' locks.
-  state_->lock_place = vendor::make_private_camera_lock_place();
+  state_->lock_place = detail::bridge::make_private_camera_lock_place();
   state_->private_lock_place = true;
   install();
 }
 
 void SimulatedRig::install() {
   activate_rig(state_.get());
-  detail::PlatformTable entries;
+  detail::bridge::PlatformTable entries;
   entries.vendor_backend = &simulated_vendor_backend();
   entries.capture_listing = &simulated_capture_listing_source();
   entries.camera_locks = &state_->lock_place;
@@ -67,7 +67,7 @@ Result<std::unique_ptr<SimulatedRig>> SimulatedRig::keep_in_directory(const std:
     }
     auto state = std::make_unique<State>();
     state->directory = directory;
-    state->lock_place = vendor::shared_rig_camera_lock_place(directory);
+    state->lock_place = detail::bridge::shared_rig_camera_lock_place(directory);
     for (std::size_t index = 0; index < stored.value().size(); ++index) {
       const StoredCamera& camera = stored.value()[index];
       CameraState& added = state->cameras.emplace_back(camera.camera);
@@ -91,7 +91,7 @@ SimulatedRig::~SimulatedRig() {
   state_->installed.reset();
   deactivate_rig(state_.get());
   if (state_->private_lock_place) {
-    vendor::remove_private_camera_lock_place(state_->lock_place);
+    detail::bridge::remove_private_camera_lock_place(state_->lock_place);
   }
 }
 
@@ -281,7 +281,7 @@ void SimulatedRig::use_virtual_time(std::uint64_t start_ns) {
   if (!state_->virtual_clock) {
     // Installed outside the state's mutex: an override waits for the vendor lock, which a call may hold while it
     // waits for the state.
-    detail::PlatformTable entries;
+    detail::bridge::PlatformTable entries;
     entries.host_clock = &state_->clock.host_clock();
     entries.pause = &state_->clock.pauses();
     state_->virtual_clock.emplace(entries);

@@ -25,7 +25,7 @@ void RigClock::use_virtual(std::uint64_t start_ns) noexcept {
 }
 
 std::uint64_t RigClock::now_ns() const noexcept {
-  return is_virtual() ? virtual_now_.load(std::memory_order_acquire) : detail::host_now_ns();
+  return is_virtual() ? virtual_now_.load(std::memory_order_acquire) : detail::bridge::host_now_ns();
 }
 
 void RigClock::advance(std::uint64_t ns) noexcept {

@@ -26,14 +26,14 @@ class RigClock {
   void advance_to(std::uint64_t deadline_ns) noexcept;
 
   // The platform-table entries that make the SDK live in this clock's virtual time.
-  [[nodiscard]] const detail::HostClock& host_clock() const noexcept { return host_clock_; }
-  [[nodiscard]] const detail::PauseHook& pauses() const noexcept { return pauses_; }
+  [[nodiscard]] const detail::bridge::HostClock& host_clock() const noexcept { return host_clock_; }
+  [[nodiscard]] const detail::bridge::PauseHook& pauses() const noexcept { return pauses_; }
 
  private:
   std::atomic<bool> virtual_{false};
   std::atomic<std::uint64_t> virtual_now_{0};
-  detail::HostClock host_clock_;
-  detail::PauseHook pauses_;
+  detail::bridge::HostClock host_clock_;
+  detail::bridge::PauseHook pauses_;
 };
 
 }  // namespace tovanel::uvc_stereo::sim

@@ -48,7 +48,7 @@ Result<std::vector<StoredCamera>> load_rig_directory(const std::string& director
 }
 
 void store_camera(const std::string& directory, std::size_t index, const StoredCamera& stored) {
-  vendor::replace_file(camera_file_path(directory, index), camera_file_text(stored));
+  detail::bridge::replace_file(camera_file_path(directory, index), camera_file_text(stored));
 }
 
 }  // namespace tovanel::uvc_stereo::sim

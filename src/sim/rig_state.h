@@ -95,13 +95,13 @@ struct SimulatedRig::State {
   std::set<OpenCvBackend> failing_listings;
   // The rig's place in the platform table while it lives: the vendor backend and the
   // capture listings. Set and cleared only by the rig's constructor and destructor.
-  std::optional<vendor::PlatformOverride> installed;
+  std::optional<detail::bridge::PlatformOverride> installed;
   // The host clock the rig lives by, and its place in the platform table once virtual.
   RigClock clock;
-  std::optional<vendor::PlatformOverride> virtual_clock;
+  std::optional<detail::bridge::PlatformOverride> virtual_clock;
   // Where the rig's cameras are locked against concurrent use: a place of this rig's own
   // for a rig in memory, one shared by every program of a rig kept in a directory.
-  vendor::CameraLockPlace lock_place;
+  detail::bridge::CameraLockPlace lock_place;
   bool private_lock_place = false;
   // Where the cameras are kept; empty for a rig in memory.
   std::string directory;

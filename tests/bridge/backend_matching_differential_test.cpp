@@ -72,8 +72,8 @@ void walk_every_candidate(std::vector<DeviceInfo>& devices, const std::vector<Wi
     k.identity = parse_windows_usb_identity(k.path);
     k.vid = d.vendor_id != 0 ? d.vendor_id : k.identity.vid;
     k.pid = d.product_id != 0 ? d.product_id : k.identity.pid;
-    k.serial_lower = detail::ascii_lower(d.serial_number);
-    k.name_lower = detail::ascii_lower(d.friendly_name);
+    k.serial_lower = detail::bridge::ascii_lower(d.serial_number);
+    k.name_lower = detail::bridge::ascii_lower(d.friendly_name);
     device_keys.push_back(k);
   }
   std::vector<Key> candidate_keys;
@@ -83,7 +83,7 @@ void walk_every_candidate(std::vector<DeviceInfo>& devices, const std::vector<Wi
     k.identity = c.identity;
     k.vid = c.identity.vid;
     k.pid = c.identity.pid;
-    k.name_lower = detail::ascii_lower(c.friendly_name);
+    k.name_lower = detail::bridge::ascii_lower(c.friendly_name);
     candidate_keys.push_back(k);
   }
   std::vector<bool> used(candidates.size(), false);
@@ -172,7 +172,7 @@ TEST(BackendMatchingDifferential, TakesTheSameCandidatesAsAWalkOverEveryCandidat
     walk_every_candidate(expected, candidates);
     std::vector<DeviceInfo*> pointers;
     for (DeviceInfo& d : devices) pointers.push_back(&d);
-    match_backend_candidates(pointers, candidates);
+    detail::bridge::match_backend_candidates(pointers, candidates);
     for (std::size_t d = 0; d < devices.size(); ++d) {
       ASSERT_EQ(devices[d].backend_indices, expected[d].backend_indices) << "trial " << trial << ", device " << d;
       (expected[d].backend_indices.empty() ? unmatched : matched) += 1;

@@ -43,7 +43,7 @@ std::vector<DeviceInfo*> pointers_to(std::vector<DeviceInfo>& devices) {
 }
 
 void match(std::vector<DeviceInfo>& devices, const std::vector<WinOpenCvCameraCandidate>& candidates) {
-  match_backend_candidates(pointers_to(devices), candidates);
+  detail::bridge::match_backend_candidates(pointers_to(devices), candidates);
 }
 
 // A vendor-library path with no USB identity in it: only the path pass can match it.

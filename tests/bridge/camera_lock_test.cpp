@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 using std::chrono::milliseconds;
@@ -141,4 +141,4 @@ TEST(CameraBusyMessage, NamesWhatHoldsTheCameraAndTheProcesses) {
 }
 
 }  // namespace
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -148,7 +148,7 @@ bool recording_set_node_id(SonixLib::scDevice_t* device, std::uint8_t node_id, c
 
 TEST_F(CapabilityProbe, SelectsTheExtensionUnitByItsGuidInLibraryByteOrder) {
   const DeviceInfo camera = plug(2, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  const BackendOverride override(&vendor::VendorBackend::set_node_id, recording_set_node_id);
+  const BackendOverride override(&bridge::VendorBackend::set_node_id, recording_set_node_id);
   g_seen_node = -1;
   g_seen_guid = {};
 
@@ -177,7 +177,7 @@ bool checking_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::u
 
 TEST_F(CapabilityProbe, HandsTheLibraryAZeroFilledBuffer) {
   const DeviceInfo camera = plug(0, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  const BackendOverride override(&vendor::VendorBackend::xu_read, checking_xu_read);
+  const BackendOverride override(&bridge::VendorBackend::xu_read, checking_xu_read);
   g_buffer_was_zero = false;
   g_read_length = -1;
 
@@ -192,7 +192,7 @@ bool silent_xu_read(SonixLib::scDevice_t*, std::uint8_t*, std::uint8_t, std::uin
 
 TEST_F(CapabilityProbe, LibraryThatWritesNothingGivesTheAllZeroOutcome) {
   const DeviceInfo camera = plug(0, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  const BackendOverride override(&vendor::VendorBackend::xu_read, silent_xu_read);
+  const BackendOverride override(&bridge::VendorBackend::xu_read, silent_xu_read);
 
   expect_failed_probe(probe_xu_capability(camera), ErrorCode::BadMagic, "capability XU returned an all-zero report");
 }
@@ -341,7 +341,7 @@ bool throwing_set_node_id(SonixLib::scDevice_t*, std::uint8_t, const std::uint8_
 
 TEST_F(CapabilityProbe, StandardExceptionBecomesInternalErrorWithItsOwnText) {
   const DeviceInfo camera = plug(0, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  const BackendOverride override(&vendor::VendorBackend::xu_read, throwing_xu_read);
+  const BackendOverride override(&bridge::VendorBackend::xu_read, throwing_xu_read);
 
   expect_failed_probe(probe_xu_capability(camera), ErrorCode::InternalError, "extension unit went away");
   expect_session_ended(rig_);
@@ -349,7 +349,7 @@ TEST_F(CapabilityProbe, StandardExceptionBecomesInternalErrorWithItsOwnText) {
 
 TEST_F(CapabilityProbe, OtherExceptionBecomesInternalErrorWithTheFixedText) {
   const DeviceInfo camera = plug(0, "ONLY", encode_xu_capability_report(flash_and_imu_report()));
-  const BackendOverride override(&vendor::VendorBackend::set_node_id, throwing_set_node_id);
+  const BackendOverride override(&bridge::VendorBackend::set_node_id, throwing_set_node_id);
 
   expect_failed_probe(probe_xu_capability(camera), ErrorCode::InternalError,
                       "unknown exception during Windows capability XU read");

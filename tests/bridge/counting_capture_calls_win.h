@@ -91,7 +91,7 @@ class CountingSystemCalls {
     const std::lock_guard<std::mutex> guard(log.mutex);
     log.co_initialize_answers.clear();
     log.co_uninitialize = log.mf_startup = log.mf_shutdown = 0;
-    detail::PlatformTable entries;
+    detail::bridge::PlatformTable entries;
     entries.windows_system_calls = &counting_calls::kTable;
     installed_.emplace(entries);
   }
@@ -112,7 +112,7 @@ class CountingSystemCalls {
     return system_call_log().*counter;
   }
 
-  std::optional<vendor::PlatformOverride> installed_;
+  std::optional<detail::bridge::PlatformOverride> installed_;
 };
 
 }  // namespace tovanel::uvc_stereo::win_testing

@@ -23,7 +23,7 @@ DeviceInfo scanned_camera() {
 }
 
 TEST(DeviceSelectorConfig, NeverSelectsAutomaticallyAndDoesNotFilterTheEnumeration) {
-  const FlashConfig config = make_device_selector_config(scanned_camera());
+  const FlashConfig config = bridge::make_device_selector_config(scanned_camera());
 
   EXPECT_FALSE(config.auto_select);
   EXPECT_EQ(config.vendor_id, 0);
@@ -33,7 +33,7 @@ TEST(DeviceSelectorConfig, NeverSelectsAutomaticallyAndDoesNotFilterTheEnumerati
 TEST(DeviceSelectorConfig, CarriesTheVidPidKeyPathSerialAndFlags) {
   const DeviceInfo device = scanned_camera();
 
-  const FlashConfig config = make_device_selector_config(device);
+  const FlashConfig config = bridge::make_device_selector_config(device);
 
   EXPECT_EQ(config.vidpid, "0c4563ab");
   EXPECT_EQ(config.device_path, device.device_path);
@@ -47,7 +47,7 @@ TEST(DeviceSelectorConfig, CopiesTheSecondFlagOnItsOwn) {
   device.aux_flag_a = false;
   device.aux_flag_b = true;
 
-  const FlashConfig config = make_device_selector_config(device);
+  const FlashConfig config = bridge::make_device_selector_config(device);
 
   EXPECT_FALSE(config.aux_flag_a);
   EXPECT_TRUE(config.aux_flag_b);
@@ -56,7 +56,7 @@ TEST(DeviceSelectorConfig, CopiesTheSecondFlagOnItsOwn) {
 TEST(DeviceSelectorConfig, LeavesTheFlashLayoutAtItsDefaults) {
   const FlashConfig defaults;
 
-  const FlashConfig config = make_device_selector_config(scanned_camera());
+  const FlashConfig config = bridge::make_device_selector_config(scanned_camera());
 
   EXPECT_EQ(config.user_space_address, 0x51000u);
   EXPECT_EQ(config.erase_sector_size, 4096u);
@@ -72,14 +72,14 @@ TEST(DeviceSelectorConfig, UnknownVendorIdLeavesTheVidPidKeyEmpty) {
   DeviceInfo device = scanned_camera();
   device.vendor_id = 0;
 
-  EXPECT_EQ(make_device_selector_config(device).vidpid, "");
+  EXPECT_EQ(bridge::make_device_selector_config(device).vidpid, "");
 }
 
 TEST(DeviceSelectorConfig, UnknownProductIdLeavesTheVidPidKeyEmpty) {
   DeviceInfo device = scanned_camera();
   device.product_id = 0;
 
-  EXPECT_EQ(make_device_selector_config(device).vidpid, "");
+  EXPECT_EQ(bridge::make_device_selector_config(device).vidpid, "");
 }
 
 TEST(DeviceSelectorConfig, SmallIdsArePaddedToEightDigits) {
@@ -87,11 +87,11 @@ TEST(DeviceSelectorConfig, SmallIdsArePaddedToEightDigits) {
   device.vendor_id = 0x1;
   device.product_id = 0xA;
 
-  EXPECT_EQ(make_device_selector_config(device).vidpid, "0001000a");
+  EXPECT_EQ(bridge::make_device_selector_config(device).vidpid, "0001000a");
 }
 
 TEST(DeviceSelectorConfig, EmptyRecordSelectsNothing) {
-  const FlashConfig config = make_device_selector_config(DeviceInfo{});
+  const FlashConfig config = bridge::make_device_selector_config(DeviceInfo{});
 
   EXPECT_FALSE(config.auto_select);
   EXPECT_TRUE(config.vidpid.empty());

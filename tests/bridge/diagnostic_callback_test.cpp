@@ -81,7 +81,7 @@ TEST_F(DiagnosticCallback, ReceivesItsOwnContext) {
   Received other;
   set_diagnostic_callback(&Received::collect, &other);
 
-  win_detail::output_debug_string("one text");
+  detail::bridge::output_debug_string("one text");
 
   EXPECT_EQ(other.seen(), std::vector<std::string>{"one text"});
   EXPECT_TRUE(received_.seen().empty()) << "a registration replaces the one before";
@@ -90,13 +90,13 @@ TEST_F(DiagnosticCallback, ReceivesItsOwnContext) {
 TEST_F(DiagnosticCallback, NullRemovesTheRegistration) {
   set_diagnostic_callback(nullptr, nullptr);
 
-  win_detail::output_debug_line("unheard");
+  detail::bridge::output_debug_line("unheard");
 
   EXPECT_TRUE(received_.seen().empty());
 }
 
 TEST_F(DiagnosticCallback, ALineIsItsTextThenASeparateLineBreak) {
-  win_detail::output_debug_line("a line");
+  detail::bridge::output_debug_line("a line");
 
   EXPECT_EQ(received_.seen(), (std::vector<std::string>{"a line", "\n"}));
 }
@@ -117,7 +117,7 @@ TEST_F(DiagnosticCallback, TextsFromManyThreadsAllArriveWhileRegistrationsChange
   for (int t = 0; t < kThreads; ++t) {
     writers.emplace_back([] {
       for (int i = 0; i < kTexts; ++i) {
-        win_detail::output_debug_string("from a writer");
+        detail::bridge::output_debug_string("from a writer");
       }
     });
   }

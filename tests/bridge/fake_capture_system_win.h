@@ -89,7 +89,7 @@ class FakeCaptureSystem {
   std::vector<void*> co_task_allocations;
   void* source_array_memory = nullptr;
   // The fake's place in the platform table while it lives.
-  std::optional<vendor::PlatformOverride> installed;
+  std::optional<detail::bridge::PlatformOverride> installed;
 };
 
 // A COM object of one interface that the test owns: it starts with the test's own
@@ -545,7 +545,7 @@ inline constexpr win_detail::CaptureSystemCalls kTable = {
 
 inline FakeCaptureSystem::FakeCaptureSystem() {
   current_fake_system() = this;
-  detail::PlatformTable entries;
+  detail::bridge::PlatformTable entries;
   entries.windows_system_calls = &fake_calls::kTable;
   installed.emplace(entries);
 }

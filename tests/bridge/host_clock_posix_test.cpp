@@ -19,7 +19,7 @@ std::uint64_t monotonic_ns() {
 TEST(NowNsPosix, IsTheMonotonicClockInNanoseconds) {
   for (int i = 0; i < 1000; ++i) {
     const std::uint64_t before = monotonic_ns();
-    const std::uint64_t now = now_ns();
+    const std::uint64_t now = bridge::now_ns();
     const std::uint64_t after = monotonic_ns();
     ASSERT_LE(before, now) << "reading " << i;
     ASSERT_LE(now, after) << "reading " << i;

@@ -341,9 +341,9 @@ TEST_F(ImuReaderTest, TimestampLiesBetweenTheClockReadingsAroundTheRead) {
   ImuReader reader = open(camera);
 
   for (int i = 0; i < 20; ++i) {
-    const std::uint64_t before = now_ns();
+    const std::uint64_t before = bridge::now_ns();
     const Result<ReadImuResult> sample = reader.read();
-    const std::uint64_t after = now_ns();
+    const std::uint64_t after = bridge::now_ns();
     ASSERT_TRUE(sample.ok()) << sample.status().message();
     EXPECT_GE(sample.value().host_timestamp_ns, before);
     EXPECT_LE(sample.value().host_timestamp_ns, after);
@@ -361,11 +361,11 @@ bool slow_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8
 TEST_F(ImuReaderTest, TimestampIsTheMiddleOfTheTransfer) {
   const DeviceInfo camera = plug(0, "ONLY");
   ImuReader reader = open(camera);
-  const BackendOverride override(&vendor::VendorBackend::xu_read, slow_xu_read);
+  const BackendOverride override(&bridge::VendorBackend::xu_read, slow_xu_read);
 
-  const std::uint64_t before = now_ns();
+  const std::uint64_t before = bridge::now_ns();
   const Result<ReadImuResult> sample = reader.read();
-  const std::uint64_t after = now_ns();
+  const std::uint64_t after = bridge::now_ns();
 
   ASSERT_TRUE(sample.ok()) << sample.status().message();
   const std::uint64_t half = std::chrono::nanoseconds(kSlowTransfer).count() / 2;
@@ -389,7 +389,7 @@ bool zero_checking_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, s
 TEST_F(ImuReaderTest, BufferIsZeroedBeforeEveryRead) {
   const DeviceInfo camera = plug(0, "ONLY", 0x12345);
   ImuReader reader = open(camera);
-  const BackendOverride override(&vendor::VendorBackend::xu_read, zero_checking_xu_read);
+  const BackendOverride override(&bridge::VendorBackend::xu_read, zero_checking_xu_read);
   g_buffers_arrived_zeroed = true;
   g_checked_reads = 0;
 
@@ -406,7 +406,7 @@ TEST_F(ImuReaderTest, ReaderKeepsOneSessionOpenUntilItIsDestroyed) {
   {
     ImuReader reader = open(camera);
     EXPECT_EQ(rig_.open_sessions(), 1);
-    EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+    EXPECT_FALSE(bridge::process_lock_held_by_this_thread());
     ASSERT_TRUE(reader.read().ok());
     EXPECT_EQ(rig_.open_sessions(), 1);
     rig_.clear_calls();
@@ -559,7 +559,7 @@ bool strangely_throwing_set_node_id(SonixLib::scDevice_t*, std::uint8_t, const s
 
 TEST_F(ImuReaderTest, StandardExceptionDuringOpenBecomesInternalErrorAndEndsTheSession) {
   const DeviceInfo camera = plug(0, "ONLY");
-  const BackendOverride override(&vendor::VendorBackend::set_node_id, throwing_set_node_id);
+  const BackendOverride override(&bridge::VendorBackend::set_node_id, throwing_set_node_id);
 
   const Result<ImuReader> reader = open_imu_platform(camera, ImuTransportConfig{});
 
@@ -571,7 +571,7 @@ TEST_F(ImuReaderTest, StandardExceptionDuringOpenBecomesInternalErrorAndEndsTheS
 
 TEST_F(ImuReaderTest, OtherExceptionDuringOpenBecomesInternalErrorWithTheFixedText) {
   const DeviceInfo camera = plug(0, "ONLY");
-  const BackendOverride override(&vendor::VendorBackend::set_node_id, strangely_throwing_set_node_id);
+  const BackendOverride override(&bridge::VendorBackend::set_node_id, strangely_throwing_set_node_id);
 
   const Result<ImuReader> reader = open_imu_platform(camera, ImuTransportConfig{});
 
@@ -583,7 +583,7 @@ TEST_F(ImuReaderTest, OtherExceptionDuringOpenBecomesInternalErrorWithTheFixedTe
 
 TEST_F(ImuReaderTest, ExceptionFromInitLeavesNothingToUninitialise) {
   const DeviceInfo camera = plug(0, "ONLY");
-  const BackendOverride override(&vendor::VendorBackend::init, throwing_init);
+  const BackendOverride override(&bridge::VendorBackend::init, throwing_init);
 
   const Result<ImuReader> reader = open_imu_platform(camera, ImuTransportConfig{});
 
@@ -591,7 +591,7 @@ TEST_F(ImuReaderTest, ExceptionFromInitLeavesNothingToUninitialise) {
   EXPECT_EQ(reader.status().code(), ErrorCode::InternalError);
   EXPECT_EQ(reader.status().message(), "driver store unavailable");
   EXPECT_TRUE(rig_.calls().empty());
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  EXPECT_FALSE(bridge::process_lock_held_by_this_thread());
 }
 
 // The rig's own bookkeeping allocates; only what the SDK does around the library call is counted.
@@ -604,7 +604,7 @@ bool uncounted_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::
 TEST_F(ImuReaderTest, SuccessfulReadsAllocateNothing) {
   const DeviceInfo camera = plug(0, "ONLY");
   ImuReader reader = open(camera);
-  const BackendOverride override(&vendor::VendorBackend::xu_read, uncounted_xu_read);
+  const BackendOverride override(&bridge::VendorBackend::xu_read, uncounted_xu_read);
   ASSERT_TRUE(reader.read().ok());
 
   int successes = 0;
@@ -622,7 +622,7 @@ TEST_F(ImuReaderTest, SuccessfulReadsAllocateNothing) {
 TEST_F(ImuReaderTest, AllocationCountSeesTheMessageOfAFailedRead) {
   const DeviceInfo camera = plug(0, "ONLY");
   ImuReader reader = open(camera);
-  const BackendOverride override(&vendor::VendorBackend::xu_read, uncounted_xu_read);
+  const BackendOverride override(&bridge::VendorBackend::xu_read, uncounted_xu_read);
   ASSERT_TRUE(reader.read().ok());
   rig_.add_fault(VendorFault{"SonixCam_XuRead", 1, 1, 8, false});
 

@@ -9,7 +9,7 @@
 #include "bridge/extension_unit.h"
 #include "linux/uvc_descriptor_builder.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 using linux_testing::raw_descriptors;
@@ -76,4 +76,4 @@ TEST(UvcDescriptors, ATruncatedOrZeroLengthDescriptorEndsTheWalkSafely) {
 }
 
 }  // namespace
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -7,7 +7,7 @@
 
 // This program is built without SonixCamera.dll beside it or on the search path, as on a
 // machine where the camera vendor's library was never installed.
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 TEST(PlatformVendorBackendOnWindows, WithoutTheVendorLibraryIsTheUnavailableBackend) {
@@ -25,4 +25,4 @@ TEST(PlatformVendorBackendOnWindows, WithoutTheVendorLibraryInitFailsWithLibInit
 }
 
 }  // namespace
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -37,13 +37,13 @@ TEST(SonixGlobalLockOnWindows, TheOwnerReentersItAndKeepsItUntilTheLastHoldEnds)
   // Time only lets a broken lock show itself; the verdict is what the other thread saw.
   std::this_thread::sleep_for(std::chrono::milliseconds(30));
   EXPECT_FALSE(entered.load()) << "one of three holds is still there";
-  EXPECT_TRUE(vendor::process_lock_held_by_this_thread());
+  EXPECT_TRUE(detail::bridge::process_lock_held_by_this_thread());
   holds_left = 0;
   outer.reset();
   other.join();
   EXPECT_TRUE(entered.load());
   EXPECT_EQ(holds_left_when_entered, 0);
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  EXPECT_FALSE(detail::bridge::process_lock_held_by_this_thread());
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ inline ScriptedLibrary*& active() {
 }
 
 inline void check_lock(const char* call) {
-  if (!vendor::process_lock_held_by_this_thread()) {
+  if (!detail::bridge::process_lock_held_by_this_thread()) {
     active()->problems.push_back(std::string(call) + " without the vendor lock");
   }
 }
@@ -134,7 +134,7 @@ inline bool set_status_reg_bit_wp(SonixLib::scDevice_t*, std::uint8_t, std::uint
   return false;
 }
 
-inline constexpr vendor::VendorBackend kBackend = {
+inline constexpr detail::bridge::VendorBackend kBackend = {
     "scripted",         init,        uninit,       enum_cameras,        get_error_code,
     get_dev_descriptor, set_node_id, xu_read,      get_version,         get_serial_flash_type,
     read_flash,         write_flash, sector_erase, set_write_protected, set_status_reg_bit_wp,
@@ -147,7 +147,7 @@ class ScriptedLibraryInstall {
  public:
   explicit ScriptedLibraryInstall(ScriptedLibrary& library) {
     scripted_detail::active() = &library;
-    installed_.emplace(vendor::replacing_vendor_backend(scripted_detail::kBackend));
+    installed_.emplace(detail::bridge::replacing_vendor_backend(scripted_detail::kBackend));
   }
   ~ScriptedLibraryInstall() {
     installed_.reset();
@@ -157,7 +157,7 @@ class ScriptedLibraryInstall {
   ScriptedLibraryInstall& operator=(const ScriptedLibraryInstall&) = delete;
 
  private:
-  std::optional<vendor::PlatformOverride> installed_;
+  std::optional<detail::bridge::PlatformOverride> installed_;
 };
 
 // A supported camera for the script, named by a path that carries its ids.

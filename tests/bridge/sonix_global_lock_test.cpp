@@ -13,7 +13,7 @@
 namespace tovanel::uvc_stereo::win_detail {
 namespace {
 
-using vendor::process_lock_held_by_this_thread;
+using detail::bridge::process_lock_held_by_this_thread;
 
 static_assert(!std::is_copy_constructible_v<SonixGlobalLock>);
 static_assert(!std::is_copy_assignable_v<SonixGlobalLock>);

@@ -18,7 +18,7 @@
 
 // The instant stand-ins the benchmarks measure the SDK against: the SDK must do all of its work on their answers,
 // or a benchmark measures less than a real scan or read.
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 StandInCamera stand_in(std::size_t model_index, const std::string& serial) {
@@ -132,4 +132,4 @@ TEST(InstantExtensionUnit, AnOpenImuReadsItsSample) {
 }
 
 }  // namespace
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

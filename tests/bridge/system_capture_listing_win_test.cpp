@@ -260,9 +260,9 @@ TEST_F(RegisteredDirectShowDevices, AScanReportsTheDirectShowIndexOfTheCameraWit
   rig.add_camera(listed_camera);
   rig.add_camera(unlisted_camera);
   // The rig stands in for the vendor library only: the capture listings are this system's.
-  detail::PlatformTable system_listings;
-  system_listings.capture_listing = &platform_capture_listing_source();
-  const vendor::PlatformOverride installed(system_listings);
+  detail::bridge::PlatformTable system_listings;
+  system_listings.capture_listing = &detail::bridge::platform_capture_listing_source();
+  const detail::bridge::PlatformOverride installed(system_listings);
 
   const Result<std::vector<DeviceInfo>> scanned = scan_devices();
 

@@ -9,7 +9,7 @@
 #include "bridge/vendor_status.h"
 #include "uvc_stereo/vendor_lock.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // Makes the unavailable backend the active one for a test, whatever the platform's own is.
@@ -56,4 +56,4 @@ TEST_F(UnavailableBackendTest, EveryDeviceOperationFails) {
 }
 
 }  // namespace
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

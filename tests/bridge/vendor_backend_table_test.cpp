@@ -5,7 +5,7 @@
 #include "bridge/vendor_backend.h"
 #include "sim/backend.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 bool init_stand_in() { return true; }
@@ -40,4 +40,4 @@ TEST(VendorBackendTable, TableMissingOneEntryIsIncomplete) {
 }
 
 }  // namespace
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

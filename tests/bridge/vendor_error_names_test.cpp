@@ -37,24 +37,24 @@ TEST(VendorErrorName, NamesEveryKnownCodeAsTheVendorSpellsIt) {
   };
   static_assert(std::size(kExpected) == 22);
   for (std::int32_t code = 0; code < 22; ++code) {
-    EXPECT_EQ(vendor_error_name(code), kExpected[code]) << "code " << code;
+    EXPECT_EQ(detail::bridge::vendor_error_name(code), kExpected[code]) << "code " << code;
   }
 }
 
 TEST(VendorErrorName, KeepsTheVendorsMissingLetters) {
-  EXPECT_EQ(vendor_error_name(0), "ecUnknow");
-  EXPECT_EQ(vendor_error_name(21), "ecUnknowPowerOnAreaInSF");
+  EXPECT_EQ(detail::bridge::vendor_error_name(0), "ecUnknow");
+  EXPECT_EQ(detail::bridge::vendor_error_name(21), "ecUnknowPowerOnAreaInSF");
 }
 
-TEST(VendorErrorName, CodeJustAboveTheTableIsUnknown) { EXPECT_EQ(vendor_error_name(22), "unknown"); }
+TEST(VendorErrorName, CodeJustAboveTheTableIsUnknown) { EXPECT_EQ(detail::bridge::vendor_error_name(22), "unknown"); }
 
 TEST(VendorErrorName, NegativeCodesAreUnknown) {
-  EXPECT_EQ(vendor_error_name(-1), "unknown");
-  EXPECT_EQ(vendor_error_name(std::numeric_limits<std::int32_t>::min()), "unknown");
+  EXPECT_EQ(detail::bridge::vendor_error_name(-1), "unknown");
+  EXPECT_EQ(detail::bridge::vendor_error_name(std::numeric_limits<std::int32_t>::min()), "unknown");
 }
 
 TEST(VendorErrorName, LargestCodeIsUnknown) {
-  EXPECT_EQ(vendor_error_name(std::numeric_limits<std::int32_t>::max()), "unknown");
+  EXPECT_EQ(detail::bridge::vendor_error_name(std::numeric_limits<std::int32_t>::max()), "unknown");
 }
 
 TEST(VendorNoDeviceError, NotFindDeviceMeansNoDevice) { EXPECT_TRUE(is_no_device_error(4)); }

@@ -133,10 +133,10 @@ TEST_F(CameraInterlock, AnotherCameraIsNotHeld) {
 
 TEST_F(CameraInterlock, ImuOpenIsRefusedWhileAFlashAccessHoldsTheCamera) {
   Device device = open(info_, 0);
-  Result<vendor::CameraLock> flash = vendor::CameraLock::take(
-      vendor::active_camera_lock_place(),
-      vendor::camera_lock_key(info_.device_path, info_.vendor_id, info_.product_id, info_.serial_number),
-      vendor::CameraUse::Flash, std::chrono::milliseconds(0));
+  Result<detail::bridge::CameraLock> flash = detail::bridge::CameraLock::take(
+      detail::bridge::active_camera_lock_place(),
+      detail::bridge::camera_lock_key(info_.device_path, info_.vendor_id, info_.product_id, info_.serial_number),
+      detail::bridge::CameraUse::Flash, std::chrono::milliseconds(0));
   ASSERT_TRUE(flash.ok()) << flash.status().message();
 
   const Status opened = device.open_imu();

@@ -288,7 +288,7 @@ TEST_F(DeviceOperations, ImuCheckComesBeforeTheFlashCapabilityCheck) {
 TEST_F(DeviceOperations, ReadJsonReallyWaitsAfterTheRead) {
   rig_.set_flash(0, 0x51000, text_record("{\"a\":1}"));
   DEVICE_TESTING_OPEN(device, info_, 0);
-  const vendor::PlatformOverride real_pauses(vendor::replacing_pauses(detail::real_pause()));
+  const detail::bridge::PlatformOverride real_pauses(detail::bridge::replacing_pauses(detail::bridge::real_pause()));
   const auto start = std::chrono::steady_clock::now();
   const Result<ReadJsonResult> read = device.read_json();
   const auto elapsed = std::chrono::steady_clock::now() - start;

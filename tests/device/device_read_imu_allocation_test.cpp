@@ -24,7 +24,7 @@ using device_testing::supported_camera;
 using test_support::AllocationCount;
 
 // The rig in use when a test began, which the uncounted read forwards to.
-const vendor::VendorBackend* g_rig_backend = nullptr;
+const detail::bridge::VendorBackend* g_rig_backend = nullptr;
 
 // The rig's own bookkeeping allocates; only what the SDK does around the library call is counted.
 bool uncounted_xu_read(SonixLib::scDevice_t* device, std::uint8_t* buffer, std::uint8_t length, std::uint8_t selector,
@@ -37,10 +37,10 @@ class DeviceReadImuAllocations : public DeviceRigTest {
  protected:
   // Routes extension-unit reads through the uncounted wrapper until the test ends.
   void uncount_rig_reads() {
-    g_rig_backend = &vendor::active_vendor_backend();
+    g_rig_backend = &detail::bridge::active_vendor_backend();
     table_ = *g_rig_backend;
     table_.xu_read = uncounted_xu_read;
-    uncounted_.emplace(vendor::replacing_vendor_backend(table_));
+    uncounted_.emplace(detail::bridge::replacing_vendor_backend(table_));
   }
 
   // Puts the rig's own reads back.
@@ -52,8 +52,8 @@ class DeviceReadImuAllocations : public DeviceRigTest {
     DeviceRigTest::TearDown();
   }
 
-  vendor::VendorBackend table_{};
-  std::optional<vendor::PlatformOverride> uncounted_;
+  detail::bridge::VendorBackend table_{};
+  std::optional<detail::bridge::PlatformOverride> uncounted_;
 };
 
 TEST_F(DeviceReadImuAllocations, SuccessfulReadsThroughTheDeviceAllocateNothing) {

@@ -35,7 +35,7 @@ class FirmwareGate : public DeviceRigTest {
     info_ = plug_and_scan(camera);
     rig_.clear_calls();
     pauses_.clear();
-    return detail::ensure_imu_supported_by_firmware(info_, detail::make_device_selector_config(info_));
+    return detail::ensure_imu_supported_by_firmware(info_, detail::bridge::make_device_selector_config(info_));
   }
 
   DeviceInfo info_;
@@ -63,7 +63,7 @@ TEST_F(FirmwareGate, DeviceOutsideTheTablePassesWithoutAccess) {
   stranger.serial_number = "SN-STRANGER";
   ASSERT_EQ(detail::find_supported_model(0x1234, 0x5678), nullptr);
   const Status status =
-      detail::ensure_imu_supported_by_firmware(stranger, detail::make_device_selector_config(stranger));
+      detail::ensure_imu_supported_by_firmware(stranger, detail::bridge::make_device_selector_config(stranger));
   EXPECT_TRUE(status.ok()) << status.message();
   EXPECT_TRUE(rig_.calls().empty());
   EXPECT_TRUE(pauses_.pauses().empty());
@@ -95,7 +95,8 @@ TEST_F(FirmwareGate, RowOneAllowsTheImuWhenTheVersionCannotBeRead) {
   fault.vendor_code = 17;
   rig_.add_fault(fault);
 
-  const Status status = detail::ensure_imu_supported_by_firmware(info_, detail::make_device_selector_config(info_));
+  const Status status =
+      detail::ensure_imu_supported_by_firmware(info_, detail::bridge::make_device_selector_config(info_));
   EXPECT_TRUE(status.ok()) << status.message();
   const auto versions = device_testing::calls_named(rig_.calls(), "SonixCam_GetVersion");
   ASSERT_EQ(versions.size(), 1u);
@@ -131,7 +132,8 @@ TEST_F(FirmwareGate, RowTwoAllowsTheImuWhenTheCameraIsGone) {
   rig_.unplug(0);
   rig_.clear_calls();
   pauses_.clear();
-  const Status status = detail::ensure_imu_supported_by_firmware(info_, detail::make_device_selector_config(info_));
+  const Status status =
+      detail::ensure_imu_supported_by_firmware(info_, detail::bridge::make_device_selector_config(info_));
   EXPECT_TRUE(status.ok()) << status.message();
   EXPECT_EQ(count_calls(rig_.calls(), "SonixCam_GetVersion"), 0u);
   EXPECT_EQ(pauses_.durations(), ms({200}));
@@ -156,7 +158,8 @@ TEST_F(FirmwareGate, AsksTheCameraThatTheConfigSelects) {
   disabled.firmware_version = "V260416-b";
   const DeviceInfo info = plug_and_scan(disabled);
   rig_.clear_calls();
-  const Status status = detail::ensure_imu_supported_by_firmware(info, detail::make_device_selector_config(info));
+  const Status status =
+      detail::ensure_imu_supported_by_firmware(info, detail::bridge::make_device_selector_config(info));
   EXPECT_EQ(status.code(), ErrorCode::NotSupported);
   const auto versions = device_testing::calls_named(rig_.calls(), "SonixCam_GetVersion");
   ASSERT_EQ(versions.size(), 1u);

@@ -304,11 +304,11 @@ TEST_F(ScanDevices, FailedEnumerationStillClosesTheSession) {
 // Running out of memory while the cameras are listed fails the scan; it must not leave the library session open.
 TEST_F(ScanDevices, ExceptionWhileListingIsAnInternalErrorAndStillClosesTheSession) {
   rig_.add_camera(supported_camera(0, "A"));
-  static const win_detail::CaptureListingSource exhausted{
+  static const detail::bridge::CaptureListingSource exhausted{
       [](OpenCvBackend) -> Result<std::vector<win_detail::WinOpenCvCameraCandidate>> { throw std::bad_alloc(); }};
-  detail::PlatformTable listing;
+  detail::bridge::PlatformTable listing;
   listing.capture_listing = &exhausted;
-  std::optional<vendor::PlatformOverride> installed(std::in_place, listing);
+  std::optional<detail::bridge::PlatformOverride> installed(std::in_place, listing);
 
   Result<std::vector<DeviceInfo>> devices = scan_devices();
   installed.reset();

@@ -15,7 +15,8 @@ namespace {
 // finds the library unable to start. Linux's own backend replaced by the unavailable one.
 class ScanDevicesWithoutLibrary : public ::testing::Test {
  protected:
-  const vendor::PlatformOverride unavailable_{vendor::replacing_vendor_backend(vendor::unavailable_vendor_backend())};
+  const detail::bridge::PlatformOverride unavailable_{
+      detail::bridge::replacing_vendor_backend(detail::bridge::unavailable_vendor_backend())};
 };
 
 TEST_F(ScanDevicesWithoutLibrary, IsAPlatformErrorNamingLibInitFail) {
@@ -23,7 +24,7 @@ TEST_F(ScanDevicesWithoutLibrary, IsAPlatformErrorNamingLibInitFail) {
   ASSERT_FALSE(devices.ok());
   EXPECT_EQ(devices.status().code(), ErrorCode::PlatformError);
   EXPECT_EQ(devices.status().message(), "SonixCam_Init failed: vendor_code=ecLibInitFail(2)");
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  EXPECT_FALSE(detail::bridge::process_lock_held_by_this_thread());
 }
 
 TEST_F(ScanDevicesWithoutLibrary, FailsTheSameWayWithAFilter) {

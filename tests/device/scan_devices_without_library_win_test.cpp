@@ -16,7 +16,7 @@ TEST(ScanDevicesWithoutVendorLibrary, IsAPlatformErrorNamingLibInitFail) {
   ASSERT_FALSE(devices.ok());
   EXPECT_EQ(devices.status().code(), ErrorCode::PlatformError);
   EXPECT_EQ(devices.status().message(), "SonixCam_Init failed: vendor_code=ecLibInitFail(2)");
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  EXPECT_FALSE(detail::bridge::process_lock_held_by_this_thread());
 }
 
 }  // namespace

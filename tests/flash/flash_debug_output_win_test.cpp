@@ -65,7 +65,7 @@ TEST(DebuggerOutput, ATextReachesOutputDebugStringA) {
   const DebuggerOutput debugger;
   ASSERT_TRUE(debugger.installed());
 
-  win_detail::output_debug_string("a text for the debugger");
+  detail::bridge::output_debug_string("a text for the debugger");
 
   EXPECT_EQ(debugger.seen(), (std::vector<std::string>{"a text for the debugger"}));
 }

@@ -13,13 +13,13 @@
 namespace tovanel::uvc_stereo {
 namespace {
 
+using detail::bridge::FlashSession;
 using test_support::args;
 using test_support::calls_named;
 using test_support::DebugCapture;
 using test_support::expect_reported_failure;
 using test_support::folded_call_names;
 using test_support::supported_camera;
-using win_detail::FlashSession;
 
 using FlashSessionSteps = test_support::FlashRigTest;
 
@@ -58,9 +58,9 @@ class LowUserSpaceSession : public test_support::FlashRigTest {
 TEST_F(FlashSessionSteps, HoldsTheVendorLockFromConstructionToDestruction) {
   {
     FlashSession session(config_);
-    EXPECT_TRUE(vendor::process_lock_held_by_this_thread());
+    EXPECT_TRUE(detail::bridge::process_lock_held_by_this_thread());
   }
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  EXPECT_FALSE(detail::bridge::process_lock_held_by_this_thread());
   EXPECT_TRUE(rig_.calls().empty()) << "an unopened session makes no vendor call, UnInit included";
 }
 

@@ -27,7 +27,7 @@ struct ForeignFault {
 
 // Which forwarded call throws, and what it throws.
 struct FaultPlan {
-  const vendor::VendorBackend* rig = nullptr;
+  const detail::bridge::VendorBackend* rig = nullptr;
   std::string call;
   bool standard = true;
 };
@@ -69,7 +69,7 @@ bool version_or_throw(SonixLib::scDevice_t* device, char* buffer, std::uint32_t 
 class ThrowingVendorScope {
  public:
   ThrowingVendorScope(const std::string& call, bool standard) {
-    g_plan.rig = &vendor::active_vendor_backend();
+    g_plan.rig = &detail::bridge::active_vendor_backend();
     g_plan.call = call;
     g_plan.standard = standard;
     table_ = *g_plan.rig;
@@ -78,7 +78,7 @@ class ThrowingVendorScope {
     table_.read_flash = read_or_throw;
     table_.write_flash = write_or_throw;
     table_.get_version = version_or_throw;
-    installed_.emplace(vendor::replacing_vendor_backend(table_));
+    installed_.emplace(detail::bridge::replacing_vendor_backend(table_));
   }
   ~ThrowingVendorScope() {
     installed_.reset();
@@ -88,8 +88,8 @@ class ThrowingVendorScope {
   ThrowingVendorScope& operator=(const ThrowingVendorScope&) = delete;
 
  private:
-  vendor::VendorBackend table_{};
-  std::optional<vendor::PlatformOverride> installed_;
+  detail::bridge::VendorBackend table_{};
+  std::optional<detail::bridge::PlatformOverride> installed_;
 };
 
 class FlashBoundary : public test_support::FlashRigTest {
@@ -102,7 +102,7 @@ class FlashBoundary : public test_support::FlashRigTest {
     EXPECT_EQ(names.back(), "SonixCam_UnInit");
     EXPECT_EQ(calls_named(rig_.calls(), "SonixCam_UnInit").size(), 1u);
     EXPECT_EQ(rig_.open_sessions(), 0);
-    EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+    EXPECT_FALSE(detail::bridge::process_lock_held_by_this_thread());
   }
 };
 

@@ -19,7 +19,18 @@ CLEAN = {
     "flash/record.h": "#pragma once\n",
     "imu/rule.cpp": '#include "core/sum.h"\n#include "uvc_stereo/models.h"\n',
     "capability/report.cpp": "#include <array>\n",
-    "win/path.cpp": "#include <string>\n",
+    "win/path.cpp": "#include <string>\nnamespace tovanel::uvc_stereo::win_detail {\nint parse_hex4();\n}\n",
+    "core/sum_detail.cpp": "namespace tovanel::uvc_stereo {\nnamespace detail {\nnamespace {\nint twice(int a) { return 2 * a; }\n}"
+    "\n}\n}\n",
+    "bridge/session.h": "#pragma once\nnamespace tovanel::uvc_stereo::detail::bridge {\nclass CameraSession;\n"
+    "struct VendorSession {\n  int open();\n};\n[[nodiscard]] int make_selector(int camera);\n}\n",
+    "bridge/probe.h": "#pragma once\nnamespace tovanel::uvc_stereo::win_detail {\nstruct CaptureSystemCalls;\n}\n"
+    "namespace tovanel::uvc_stereo::detail {\nstruct XuCapabilityProbeResult;\n"
+    "[[nodiscard]] XuCapabilityProbeResult probe_xu_capability(\n    const DeviceInfo& device);\n}\n",
+    "bridge/os/com_start_win.h": "#pragma once\nnamespace tovanel::uvc_stereo::win_detail {\nclass ComScope {};\n}\n",
+    "bridge/sonix_camera.h": "#pragma once\nnamespace SonixLib {\nstruct scDevice_t {};\n}\n",
+    "sim/rig.cpp": "namespace tovanel::uvc_stereo::sim {\nnamespace {\nint calls;\n}\n}\n",
+    "c_api/errors.cpp": 'namespace tovanel::uvc_stereo::c_api {\nint last_error();\n}\nextern "C" {\nint f() { return 0; }\n}\n',
 }
 
 
@@ -68,6 +79,52 @@ class CheckLayers(unittest.TestCase):
         self.assert_rejected("imu/rule.cpp", '#include "bridge/flash_transport.h"\n', "a header of a higher layer")
         self.assert_rejected("core/sum.cpp", '#include "flash/record.h"\n', "a header of a higher layer")
         self.assert_rejected("flash/record.cpp", '#include "uvc_stereo/device.h"\n', "public header of a higher layer")
+
+    def test_fails_on_a_namespace_its_folder_may_not_use(self):
+        wrong = "namespace tovanel::uvc_stereo::vendor {\nstruct CameraSession {};\n}\n"
+        self.assert_rejected("bridge/session.h", wrong, "opens namespace tovanel::uvc_stereo::vendor, which bridge/")
+        self.assert_rejected(
+            "bridge/os/com_start_win.h", wrong, "opens namespace tovanel::uvc_stereo::vendor, which bridge/"
+        )
+        self.assert_rejected(
+            "core/sum.cpp",
+            "namespace tovanel::uvc_stereo::detail::bridge {\nint sum();\n}\n",
+            "opens namespace tovanel::uvc_stereo::detail::bridge, which core/ may not use",
+        )
+        self.assert_rejected(
+            "sim/rig.cpp", "namespace tovanel::uvc_stereo::detail {\n}\n", "opens namespace tovanel::uvc_stereo::detail"
+        )
+        self.assert_rejected("c_api/errors.cpp", "namespace tovanel::uvc_stereo {\n}\n", "which c_api/ may not use")
+
+    def test_names_a_nested_namespace_by_its_full_name(self):
+        self.assert_rejected(
+            "bridge/session.h",
+            "namespace tovanel::uvc_stereo {\nnamespace vendor {\nvoid f();\n}\n}\n",
+            "bridge/session.h:2: opens namespace tovanel::uvc_stereo::vendor",
+        )
+        self.assert_rejected(
+            "imu/rule.cpp",
+            "namespace tovanel::uvc_stereo {\nnamespace {\nnamespace win_detail {\n}\n}\n}\n",
+            "opens namespace tovanel::uvc_stereo::win_detail, which imu/ may not use",
+        )
+
+    def test_fails_on_a_bridge_internal_declared_among_the_fixed_names(self):
+        self.assert_rejected(
+            "bridge/probe.h",
+            "namespace tovanel::uvc_stereo::detail {\n[[nodiscard]] int make_selector(int camera);\n}\n",
+            "declares make_selector in detail, where only the SDK's fixed names live",
+        )
+        self.assert_rejected(
+            "bridge/probe.h",
+            "namespace tovanel::uvc_stereo::win_detail {\nclass FlashSession {\n public:\n  int open();\n};\n}\n",
+            "declares FlashSession in win_detail",
+        )
+
+    def test_lets_a_windows_header_of_the_bridge_keep_its_helpers_in_win_detail(self):
+        files = dict(CLEAN)
+        files["bridge/os/wide_text_win.h"] = "namespace tovanel::uvc_stereo::win_detail {\nint narrow(int wide);\n}\n"
+        code, output = run_check(files)
+        self.assertEqual(code, 0, output)
 
 
 if __name__ == "__main__":

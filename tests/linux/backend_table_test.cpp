@@ -5,7 +5,7 @@
 #include "bridge/backends/linux_backend.h"
 #include "bridge/vendor_backend.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 TEST(LinuxBackendTable, FillsEveryEntry) {
@@ -14,4 +14,4 @@ TEST(LinuxBackendTable, FillsEveryEntry) {
 }
 
 }  // namespace
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

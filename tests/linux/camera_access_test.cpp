@@ -25,20 +25,6 @@ std::vector<CameraAccessProblem> problems() {
   return found.ok() ? found.value() : std::vector<CameraAccessProblem>();
 }
 
-FakeUvcCamera forbidden_camera(const std::string& bus_name, int capture_node) {
-  FakeUvcCamera camera = supported_camera("SN0001", bus_name, capture_node);
-  camera.open_error = EACCES;
-  return camera;
-}
-
-// A USB webcam of another maker: a video device, but not one of the SDK's cameras.
-FakeUvcCamera other_makers_webcam(const std::string& bus_name, int capture_node) {
-  FakeUvcCamera camera = supported_camera("WEB01", bus_name, capture_node);
-  camera.model.vendor_id = 0x046d;
-  camera.model.product_id = 0x0825;
-  return camera;
-}
-
 TEST_F(CameraAccess, ANodeWithoutPermissionIsFoundWithTheSystemsReason) {
   kernel_.add_camera(forbidden_camera("1-2", 0));
   const std::vector<CameraAccessProblem> found = problems();

@@ -65,8 +65,8 @@ FakeKernel::FakeKernel() : root_("uvc-stereo-fake-kernel") {
   system_ = root_.path() / "root";
   fs::create_directories(system_);
   system_text_ = system_.string();
-  table_ = vendor::LinuxKernel{sysfs_text_.c_str(), dev_text_.c_str(), open_node,           close_node,
-                               ioctl_node,          node_ownership,    system_text_.c_str()};
+  table_ = detail::bridge::LinuxKernel{sysfs_text_.c_str(), dev_text_.c_str(), open_node,           close_node,
+                                       ioctl_node,          node_ownership,    system_text_.c_str()};
   g_active.store(this);
 }
 
@@ -117,7 +117,7 @@ int FakeKernel::add_camera_locked(const FakeUvcCamera& camera) {
 
   Camera added;
   added.config = camera;
-  added.state.emplace(sim::plugged_camera_state(model, detail::host_now_ns()));
+  added.state.emplace(sim::plugged_camera_state(model, detail::bridge::host_now_ns()));
   const fs::path relative_usb = fs::path(kUsbBusDirectory) / camera.bus_name;
   added.usb_directory = sysfs_ / relative_usb;
 
@@ -241,7 +241,7 @@ void FakeKernel::record(std::string what) {
   if (!logging_) {
     return;
   }
-  accesses_.push_back(KernelAccess{std::move(what), vendor::process_lock_held_by_this_thread()});
+  accesses_.push_back(KernelAccess{std::move(what), detail::bridge::process_lock_held_by_this_thread()});
 }
 
 int FakeKernel::open_node(const char* path, int) {
@@ -289,7 +289,7 @@ int FakeKernel::open_locked(const std::string& path) {
 }
 
 // A camera's nodes belong to whom its configuration says; any other video device's to root and the video group.
-int FakeKernel::node_ownership(const char* path, vendor::LinuxNodeOwnership* ownership) {
+int FakeKernel::node_ownership(const char* path, detail::bridge::LinuxNodeOwnership* ownership) {
   FakeKernel* self = g_active.load();
   if (self == nullptr || path == nullptr) {
     return ENOENT;
@@ -312,7 +312,7 @@ int FakeKernel::node_ownership(const char* path, vendor::LinuxNodeOwnership* own
       mode = config.node_mode;
     }
   }
-  *ownership = vendor::LinuxNodeOwnership{};
+  *ownership = detail::bridge::LinuxNodeOwnership{};
   ownership->mode = 020000u | mode;  // a character device
   std::snprintf(ownership->owner, sizeof(ownership->owner), "%s", owner.c_str());
   std::snprintf(ownership->group, sizeof(ownership->group), "%s", group.c_str());
@@ -412,7 +412,7 @@ int FakeKernel::ioctl_locked(int fd, unsigned long request, void* argument) {
   }
   std::uint64_t transfer_ns = 0;
   if (query->data == nullptr || !sim::read_extension_unit(*camera->state, query->selector, query->unit, query->data,
-                                                          query->size, detail::host_now_ns(), transfer_ns)) {
+                                                          query->size, detail::bridge::host_now_ns(), transfer_ns)) {
     errno = EFAULT;
     return -1;
   }

@@ -49,8 +49,8 @@ class FakeKernel {
   FakeKernel(const FakeKernel&) = delete;
   FakeKernel& operator=(const FakeKernel&) = delete;
 
-  // The table to install (vendor::PlatformOverride); answers while this fake lives.
-  [[nodiscard]] const vendor::LinuxKernel& table() const noexcept { return table_; }
+  // The table to install (detail::bridge::PlatformOverride); answers while this fake lives.
+  [[nodiscard]] const detail::bridge::LinuxKernel& table() const noexcept { return table_; }
   [[nodiscard]] const std::filesystem::path& sysfs_root() const noexcept { return sysfs_; }
   [[nodiscard]] std::string dev_node(int number) const { return (dev_ / ("video" + std::to_string(number))).string(); }
   // The device path the backend reports for a camera on `bus_name`.
@@ -104,7 +104,7 @@ class FakeKernel {
   static int open_node(const char* path, int flags);
   static int close_node(int fd);
   static int ioctl_node(int fd, unsigned long request, void* argument);
-  static int node_ownership(const char* path, vendor::LinuxNodeOwnership* ownership);
+  static int node_ownership(const char* path, detail::bridge::LinuxNodeOwnership* ownership);
   int add_camera_locked(const FakeUvcCamera& camera);
   int open_locked(const std::string& path);
   int ioctl_locked(int fd, unsigned long request, void* argument);
@@ -117,7 +117,7 @@ class FakeKernel {
   std::string dev_text_;
   std::filesystem::path system_;
   std::string system_text_;
-  vendor::LinuxKernel table_{};
+  detail::bridge::LinuxKernel table_{};
   mutable std::mutex mutex_;
   std::vector<Camera> cameras_;
   std::map<int, OpenNode> open_;

@@ -140,9 +140,7 @@ TEST_F(LinuxScan, TheMetadataNodeIsNotTheCaptureNodeWhicheverComesFirst) {
 
 TEST_F(LinuxOpen, WithACapabilityReport) {
   kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
-  const Result<Device> device = open_device(scan.value()[0]);
+  const Result<Device> device = open_device(only_camera());
   ASSERT_TRUE(device.ok()) << device.status().message();
   const DeviceCapabilityInfo& capability = device.value().capability_info();
   EXPECT_EQ(capability.source, CapabilitySource::Reported);
@@ -157,9 +155,7 @@ TEST_F(LinuxOpen, WithoutACapabilityReportFallsBackToTheDefaults) {
   FakeUvcCamera camera = supported_camera("SN0001", "1-2", 0);
   camera.model.capability.reset();  // the unit answers 64 zero bytes
   kernel_.add_camera(camera);
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
-  const Result<Device> device = open_device(scan.value()[0]);
+  const Result<Device> device = open_device(only_camera());
   ASSERT_TRUE(device.ok()) << device.status().message();
   EXPECT_EQ(device.value().capability_info().source, CapabilitySource::Fallback);
   EXPECT_FALSE(device.value().capability_info().report.has_value());
@@ -167,10 +163,9 @@ TEST_F(LinuxOpen, WithoutACapabilityReportFallsBackToTheDefaults) {
 
 TEST_F(LinuxOpen, TheProbeReadsTheCapabilityControlOfTheExtensionUnit) {
   kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
+  const DeviceInfo camera = only_camera();
   clear_audited_calls();
-  const Result<Device> device = open_device(scan.value()[0]);
+  const Result<Device> device = open_device(camera);
   ASSERT_TRUE(device.ok()) << device.status().message();
   const std::vector<std::string> names = call_names();
   EXPECT_NE(std::find(names.begin(), names.end(), "SonixCam_SetNodeID"), names.end());
@@ -184,9 +179,7 @@ TEST_F(LinuxOpen, TheProbeReadsTheCapabilityControlOfTheExtensionUnit) {
 
 TEST_F(LinuxImu, StreamsConvertedSamplesWithARisingCounter) {
   const int camera = kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
-  Result<Device> device = open_device(scan.value()[0]);
+  Result<Device> device = open_device(only_camera());
   ASSERT_TRUE(device.ok()) << device.status().message();
   ASSERT_TRUE(device.value().open_imu().ok());
   const std::size_t accesses_before = kernel_.accesses().size();
@@ -213,10 +206,8 @@ TEST_F(LinuxImu, StreamsConvertedSamplesWithARisingCounter) {
 
 TEST_F(LinuxImu, TheReaderKeepsOneSessionAndClosesItsNodeWhenClosed) {
   kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
-  Result<Device> device = open_device(scan.value()[0]);
-  ASSERT_TRUE(device.ok());
+  Result<Device> device = open_device(only_camera());
+  ASSERT_TRUE(device.ok()) << device.status().message();
   ASSERT_TRUE(device.value().open_imu().ok());
   EXPECT_EQ(kernel_.open_descriptors(), 1);
   // Another operation meanwhile nests a session of its own and leaves the reader's node open.
@@ -231,10 +222,8 @@ TEST_F(LinuxImu, TheReaderKeepsOneSessionAndClosesItsNodeWhenClosed) {
 
 TEST_F(LinuxImu, AnImuStatusByteIsReportedAsTheCameraSendsIt) {
   const int camera = kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
-  Result<Device> device = open_device(scan.value()[0]);
-  ASSERT_TRUE(device.ok());
+  Result<Device> device = open_device(only_camera());
+  ASSERT_TRUE(device.ok()) << device.status().message();
   ASSERT_TRUE(device.value().open_imu().ok());
   kernel_.camera_state(camera).imu_status.push_back(0xF2);
   const Result<ReadImuResult> failed = device.value().read_imu();

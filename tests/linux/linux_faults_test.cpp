@@ -13,13 +13,6 @@ namespace {
 
 using LinuxFaults = LinuxBackendTest;
 
-DeviceInfo only_camera() {
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  EXPECT_TRUE(scan.ok()) << scan.status().message();
-  EXPECT_EQ(scan.ok() ? scan.value().size() : 0u, 1u);
-  return scan.ok() && !scan.value().empty() ? scan.value()[0] : DeviceInfo();
-}
-
 TEST_F(LinuxFaults, ACameraUnpluggedWhileStreamingIsADisconnect) {
   const int camera = kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
   Result<Device> device = open_device(only_camera());

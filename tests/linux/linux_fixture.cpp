@@ -32,12 +32,12 @@ bool audited(const char* name, Call call) {
   std::optional<test_support::UncountedAllocations> uncounted(std::in_place);
   AuditedCall record;
   record.name = name;
-  record.lock_held = vendor::process_lock_held_by_this_thread();
+  record.lock_held = detail::bridge::process_lock_held_by_this_thread();
   std::function<void()> action;
   {
     const test_support::UncountedAllocations uncounted;
     record.name = name;
-    record.lock_held = vendor::process_lock_held_by_this_thread();
+    record.lock_held = detail::bridge::process_lock_held_by_this_thread();
     const std::lock_guard<std::mutex> guard(audit().mutex);
     record.open_sessions = audit().open_sessions;
     const auto planned = audit().before_call.find(record.name);
@@ -64,7 +64,7 @@ bool audited(const char* name, Call call) {
   return audit().calls.back().succeeded;
 }
 
-const vendor::VendorBackend& linux_ops() { return vendor::linux_vendor_backend(); }
+const detail::bridge::VendorBackend& linux_ops() { return detail::bridge::linux_vendor_backend(); }
 
 bool a_init() {
   return audited("SonixCam_Init", [] { return linux_ops().init(); });
@@ -114,14 +114,14 @@ bool a_status(SonixLib::scDevice_t* device, std::uint8_t a, std::uint8_t b, std:
                  [&] { return linux_ops().set_status_reg_bit_wp(device, a, b, c, d, e, f); });
 }
 
-constexpr vendor::VendorBackend kAudited = {
+constexpr detail::bridge::VendorBackend kAudited = {
     "Linux UVC (audited)", a_init, a_uninit, a_enum,  a_error,   a_descriptor, a_node, a_xu, a_version,
     a_flash_type,          a_read, a_write,  a_erase, a_protect, a_status,     true,
 };
 
 }  // namespace
 
-const vendor::VendorBackend& audited_linux_backend() noexcept { return kAudited; }
+const detail::bridge::VendorBackend& audited_linux_backend() noexcept { return kAudited; }
 
 std::vector<AuditedCall> audited_calls() {
   const std::lock_guard<std::mutex> guard(audit().mutex);
@@ -159,22 +159,17 @@ std::vector<std::string> audit_violations() {
   return violations;
 }
 
-namespace {
-
-// The camera's pauses are observed, not spent.
-void no_pause(std::chrono::milliseconds, void*) {}
-constexpr detail::PauseHook kNoPause = {no_pause, nullptr};
-
-}  // namespace
-
 void LinuxBackendTest::SetUp() {
   clear_audited_calls();
-  detail::PlatformTable replacements;
-  replacements.pause = &kNoPause;
-  replacements.vendor_backend = &audited_linux_backend();
-  replacements.linux_kernel = &kernel_.table();
-  override_.emplace(replacements);
+  override_.emplace(fake_kernel_platform(kernel_.table(), audited_linux_backend()));
   set_diagnostic_callback(collect, this);
+}
+
+DeviceInfo LinuxBackendTest::only_camera() {
+  const Result<std::vector<DeviceInfo>> scan = scan_devices();
+  EXPECT_TRUE(scan.ok()) << scan.status().message();
+  EXPECT_EQ(scan.ok() ? scan.value().size() : 0u, 1u);
+  return scan.ok() && !scan.value().empty() ? scan.value()[0] : DeviceInfo();
 }
 
 void LinuxBackendTest::TearDown() {

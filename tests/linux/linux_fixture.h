@@ -14,6 +14,8 @@
 #include "bridge/process_lock.h"
 #include "linux/fake_cameras.h"
 #include "linux/fake_kernel.h"
+#include "linux/fake_kernel_platform.h"
+#include "uvc_stereo/device.h"
 #include "uvc_stereo/diagnostics.h"
 #include "uvc_stereo/simulated_rig.h"
 
@@ -29,7 +31,7 @@ struct AuditedCall {
 };
 
 // The Linux backend's operations, each recorded on its way through.
-[[nodiscard]] const vendor::VendorBackend& audited_linux_backend() noexcept;
+[[nodiscard]] const detail::bridge::VendorBackend& audited_linux_backend() noexcept;
 [[nodiscard]] std::vector<AuditedCall> audited_calls();
 void clear_audited_calls();
 // Runs `action` once, just before the backend receives the next call named `name` (to change the camera at that
@@ -49,13 +51,16 @@ class LinuxBackendTest : public ::testing::Test {
   [[nodiscard]] bool diagnosed(const std::string& a, const std::string& b) const;
   // The names of the vendor calls made so far.
   [[nodiscard]] std::vector<std::string> call_names() const;
+  // The one camera a scan finds; a failed scan, or one that finds none or several, fails the test and gives an
+  // empty record, which no camera answers to.
+  [[nodiscard]] static DeviceInfo only_camera();
 
   FakeKernel kernel_;
 
  private:
   static void collect(const char* text, void* context);
 
-  std::optional<vendor::PlatformOverride> override_;
+  std::optional<detail::bridge::PlatformOverride> override_;
   mutable std::mutex diagnostics_mutex_;
   std::string diagnostic_text_;
 };

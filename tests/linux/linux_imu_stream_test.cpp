@@ -28,9 +28,7 @@ FakeUvcCamera timed_camera() {
 
 TEST_F(LinuxImuStream, DeliversTheCamerasSamplesOnceInOrderWithoutAllocating) {
   const int camera = kernel_.add_camera(timed_camera());
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
-  Result<Device> device = open_device(scan.value()[0]);
+  Result<Device> device = open_device(only_camera());
   ASSERT_TRUE(device.ok()) << device.status().message();
   Result<ImuStream> stream = ImuStream::open(device.value());
   ASSERT_TRUE(stream.ok()) << stream.status().message();
@@ -63,10 +61,8 @@ TEST_F(LinuxImuStream, DeliversTheCamerasSamplesOnceInOrderWithoutAllocating) {
 
 TEST_F(LinuxImuStream, ReadImuAllocatesNothingOnTheLinuxBackendEither) {
   kernel_.add_camera(supported_camera("SN-READ", "1-2", 0));
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
-  Result<Device> device = open_device(scan.value()[0]);
-  ASSERT_TRUE(device.ok());
+  Result<Device> device = open_device(only_camera());
+  ASSERT_TRUE(device.ok()) << device.status().message();
   ASSERT_TRUE(device.value().open_imu().ok());
   ASSERT_TRUE(device.value().read_imu().ok());
   int successes = 0;
@@ -82,10 +78,8 @@ TEST_F(LinuxImuStream, ReadImuAllocatesNothingOnTheLinuxBackendEither) {
 
 TEST_F(LinuxImuStream, StatusByteMidStreamEndsThePullAndTheNextPullCarriesOn) {
   const int camera = kernel_.add_camera(timed_camera());
-  const Result<std::vector<DeviceInfo>> scan = scan_devices();
-  ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
-  Result<Device> device = open_device(scan.value()[0]);
-  ASSERT_TRUE(device.ok());
+  Result<Device> device = open_device(only_camera());
+  ASSERT_TRUE(device.ok()) << device.status().message();
   Result<ImuStream> stream = ImuStream::open(device.value());
   ASSERT_TRUE(stream.ok());
   std::vector<ImuStreamSample> samples(20);

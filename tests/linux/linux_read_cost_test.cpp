@@ -20,9 +20,7 @@ class LinuxReadCost : public LinuxBackendTest {
   // A camera on 1-2 opened with its IMU reader started and one sample read, so only the reads themselves remain.
   void open_streaming_camera() {
     kernel_.add_camera(supported_camera("SN-A", "1-2", 0));
-    const Result<std::vector<DeviceInfo>> scan = scan_devices();
-    ASSERT_TRUE(scan.ok() && scan.value().size() == 1u);
-    Result<Device> opened = open_device(scan.value()[0]);
+    Result<Device> opened = open_device(only_camera());
     ASSERT_TRUE(opened.ok()) << opened.status().message();
     device_.emplace(std::move(opened.value()));
     ASSERT_TRUE(device_->open_imu().ok());

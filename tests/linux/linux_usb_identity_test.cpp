@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 const std::string kDescriptors = std::string("\x12\x01\x00\x02", 4) + std::string(14, '\x01');
@@ -83,4 +83,4 @@ TEST(LinuxDeviceRecord, AZeroedRecordCarriesNone) {
 }
 
 }  // namespace
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

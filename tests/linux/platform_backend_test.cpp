@@ -8,6 +8,7 @@
 #include "bridge/platform.h"
 #include "bridge/vendor_status.h"
 #include "linux/fake_kernel.h"
+#include "linux/fake_kernel_platform.h"
 #include "linux/linux_fixture.h"
 #include "uvc_stereo/simulated_rig.h"
 #include "uvc_stereo/vendor_lock.h"
@@ -16,25 +17,21 @@ namespace tovanel::uvc_stereo::linux_testing {
 namespace {
 
 TEST(LinuxPlatformBackend, IsThePlatformBackendOnLinux) {
-  EXPECT_EQ(&vendor::platform_vendor_backend(), &vendor::linux_vendor_backend());
-  EXPECT_STREQ(vendor::active_vendor_backend().name, "Linux UVC");
+  EXPECT_EQ(&detail::bridge::platform_vendor_backend(), &detail::bridge::linux_vendor_backend());
+  EXPECT_STREQ(detail::bridge::active_vendor_backend().name, "Linux UVC");
 }
 
 TEST(LinuxPlatformBackend, ASimulatedRigStillReplacesIt) {
   {
     const sim::SimulatedRig rig;
-    EXPECT_STREQ(vendor::active_vendor_backend().name, "simulated");
+    EXPECT_STREQ(detail::bridge::active_vendor_backend().name, "simulated");
   }
-  EXPECT_STREQ(vendor::active_vendor_backend().name, "Linux UVC");
+  EXPECT_STREQ(detail::bridge::active_vendor_backend().name, "Linux UVC");
 }
 
 class LinuxSessionStart : public ::testing::Test {
  protected:
-  void install(const vendor::LinuxKernel& kernel) {
-    detail::PlatformTable replacements;
-    replacements.linux_kernel = &kernel;
-    override_.emplace(replacements);
-  }
+  void install(const detail::bridge::LinuxKernel& kernel) { override_.emplace(fake_kernel_platform(kernel)); }
   [[nodiscard]] static std::string init_failure() {
     const win_detail::SonixGlobalLock lock;
     if (SonixCam_Init()) {
@@ -45,7 +42,7 @@ class LinuxSessionStart : public ::testing::Test {
   }
 
   FakeKernel kernel_;
-  std::optional<vendor::PlatformOverride> override_;
+  std::optional<detail::bridge::PlatformOverride> override_;
 };
 
 TEST_F(LinuxSessionStart, NoCameraIsNotFindDevice) {
@@ -60,7 +57,7 @@ TEST_F(LinuxSessionStart, NoVideoClassIsNotFindDeviceToo) {
 }
 
 TEST_F(LinuxSessionStart, NoSysfsAtAllIsLibInitFail) {
-  vendor::LinuxKernel without_sysfs = kernel_.table();
+  detail::bridge::LinuxKernel without_sysfs = kernel_.table();
   const std::string missing = (kernel_.sysfs_root() / "not-mounted").string();
   without_sysfs.sysfs_root = missing.c_str();
   install(without_sysfs);

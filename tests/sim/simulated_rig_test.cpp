@@ -27,19 +27,19 @@ constexpr std::uint8_t kExtensionUnitGuid[16] = {0x94, 0x73, 0xDF, 0xDD, 0x3E, 0
                                                  0xBE, 0xD9, 0x04, 0xED, 0x64, 0x26, 0xDC, 0x67};
 
 TEST(SimulatedRigLifetime, InstallsItsBackendAndListingWhileItLives) {
-  const std::string platform_name = vendor::platform_vendor_backend().name;
+  const std::string platform_name = detail::bridge::platform_vendor_backend().name;
   {
     SimulatedRig rig;
-    EXPECT_STREQ(vendor::active_vendor_backend().name, "simulated");
+    EXPECT_STREQ(detail::bridge::active_vendor_backend().name, "simulated");
     rig.set_capture_devices(OpenCvBackend::Msmf, {{"Stereo Camera", "\\\\?\\usb#vid_0c45&pid_6366#1#{guid}"}});
-    const auto listed = win_detail::list_capture_candidates(OpenCvBackend::Msmf);
+    const auto listed = detail::bridge::list_capture_candidates(OpenCvBackend::Msmf);
     ASSERT_TRUE(listed.ok());
     EXPECT_EQ(listed.value().size(), 1u);
   }
-  EXPECT_EQ(vendor::active_vendor_backend().name, platform_name);
+  EXPECT_EQ(detail::bridge::active_vendor_backend().name, platform_name);
 #if !defined(_WIN32)
   // Off Windows the platform listings are empty, so an uninstalled stand-in lists nothing.
-  const auto listed = win_detail::list_capture_candidates(OpenCvBackend::Msmf);
+  const auto listed = detail::bridge::list_capture_candidates(OpenCvBackend::Msmf);
   ASSERT_TRUE(listed.ok());
   EXPECT_TRUE(listed.value().empty());
 #endif
@@ -50,7 +50,7 @@ TEST(SimulatedRigLifetime, ADestroyedOlderRigLeavesTheNewerOneInstalled) {
   SimulatedRig newer;
   newer.add_camera(supported_camera("N1"));
   older.reset();
-  EXPECT_STREQ(vendor::active_vendor_backend().name, "simulated");
+  EXPECT_STREQ(detail::bridge::active_vendor_backend().name, "simulated");
   const LockedSession session;
   EXPECT_TRUE(session.opened());
   EXPECT_EQ(newer.open_sessions(), 1);
@@ -368,7 +368,7 @@ TEST_F(SimulatedRigTest, CaptureListingsGiveCandidatesIndexedByPosition) {
                                                  {"Stereo Camera", "\\\\?\\USB#VID_0C45&PID_6366&MI_00#7&2#{a}"}});
   rig_.set_capture_devices(OpenCvBackend::Dshow, {{"Stereo Camera", "\\\\?\\usb#vid_0c45&pid_6366&mi_00#7&2#{b}"}});
   const win_detail::SonixGlobalLock lock;
-  const auto msmf = win_detail::list_capture_candidates(OpenCvBackend::Msmf);
+  const auto msmf = detail::bridge::list_capture_candidates(OpenCvBackend::Msmf);
   ASSERT_TRUE(msmf.ok());
   ASSERT_EQ(msmf.value().size(), 2u);
   EXPECT_EQ(msmf.value()[0].friendly_name, "Integrated Camera");
@@ -379,7 +379,7 @@ TEST_F(SimulatedRigTest, CaptureListingsGiveCandidatesIndexedByPosition) {
   EXPECT_EQ(msmf.value()[1].identity.vid, 0x0C45);
   EXPECT_EQ(msmf.value()[1].identity.mi, "00");
 
-  const auto dshow = win_detail::list_capture_candidates(OpenCvBackend::Dshow);
+  const auto dshow = detail::bridge::list_capture_candidates(OpenCvBackend::Dshow);
   ASSERT_TRUE(dshow.ok());
   ASSERT_EQ(dshow.value().size(), 1u);
   EXPECT_EQ(dshow.value()[0].backend, OpenCvBackend::Dshow);
@@ -389,25 +389,25 @@ TEST_F(SimulatedRigTest, CaptureListingsGiveCandidatesIndexedByPosition) {
 TEST_F(SimulatedRigTest, CaptureListingFailsWithPlatformErrorWhenToldTo) {
   rig_.set_capture_devices(OpenCvBackend::Dshow, {{"Stereo Camera", "\\\\?\\usb#vid_0c45&pid_6366#1#{b}"}});
   rig_.set_capture_listing_fails(OpenCvBackend::Dshow, true);
-  const auto failed = win_detail::list_capture_candidates(OpenCvBackend::Dshow);
+  const auto failed = detail::bridge::list_capture_candidates(OpenCvBackend::Dshow);
   EXPECT_FALSE(failed.ok());
   EXPECT_EQ(failed.status().code(), ErrorCode::PlatformError);
   EXPECT_FALSE(failed.status().message().empty());
-  const auto other = win_detail::list_capture_candidates(OpenCvBackend::Msmf);
+  const auto other = detail::bridge::list_capture_candidates(OpenCvBackend::Msmf);
   EXPECT_TRUE(other.ok());
 
   rig_.set_capture_listing_fails(OpenCvBackend::Dshow, false);
-  const auto restored = win_detail::list_capture_candidates(OpenCvBackend::Dshow);
+  const auto restored = detail::bridge::list_capture_candidates(OpenCvBackend::Dshow);
   ASSERT_TRUE(restored.ok());
   EXPECT_EQ(restored.value().size(), 1u);
 }
 
 TEST_F(SimulatedRigTest, OtherCaptureBackendsListNothing) {
   rig_.set_capture_devices(OpenCvBackend::V4l2, {{"Stereo Camera", "/dev/video0"}});
-  const auto v4l2 = win_detail::list_capture_candidates(OpenCvBackend::V4l2);
+  const auto v4l2 = detail::bridge::list_capture_candidates(OpenCvBackend::V4l2);
   ASSERT_TRUE(v4l2.ok());
   EXPECT_TRUE(v4l2.value().empty());
-  const auto gstreamer = win_detail::list_capture_candidates(OpenCvBackend::Gstreamer);
+  const auto gstreamer = detail::bridge::list_capture_candidates(OpenCvBackend::Gstreamer);
   ASSERT_TRUE(gstreamer.ok());
   EXPECT_TRUE(gstreamer.value().empty());
 }

@@ -53,9 +53,9 @@ class SimulatedTimedImuTest : public ::testing::Test {
     std::uint8_t buffer[17];
     for (int i = 0; i < count; ++i) {
       TimedRead one{};
-      one.started_ns = detail::host_now_ns();
+      one.started_ns = detail::bridge::host_now_ns();
       EXPECT_TRUE(SonixCam_XuRead(&records.at(0), buffer, 17, 10, 4));
-      one.finished_ns = detail::host_now_ns();
+      one.finished_ns = detail::bridge::host_now_ns();
       one.counter = (static_cast<std::uint32_t>(buffer[16] & 0x0F) << 16) |
                     (static_cast<std::uint32_t>(buffer[14]) << 8) | buffer[15];
       reads.push_back(one);
@@ -74,12 +74,12 @@ class SimulatedTimedImuTest : public ::testing::Test {
 TEST_F(SimulatedTimedImuTest, VirtualTimeIsTheHostClockTheSdkReads) {
   rig_.use_virtual_time(kStart);
   EXPECT_TRUE(rig_.virtual_time());
-  EXPECT_EQ(detail::host_now_ns(), kStart);
+  EXPECT_EQ(detail::bridge::host_now_ns(), kStart);
   rig_.advance_time(5 * kMillisecond);
-  EXPECT_EQ(detail::host_now_ns(), kStart + 5 * kMillisecond);
-  detail::host_sleep_until_ns(kStart + 2 * kMillisecond);
+  EXPECT_EQ(detail::bridge::host_now_ns(), kStart + 5 * kMillisecond);
+  detail::bridge::host_sleep_until_ns(kStart + 2 * kMillisecond);
   EXPECT_EQ(rig_.now_ns(), kStart + 5 * kMillisecond) << "a deadline already passed moves nothing";
-  detail::host_sleep_until_ns(kStart + 9 * kMillisecond);
+  detail::bridge::host_sleep_until_ns(kStart + 9 * kMillisecond);
   EXPECT_EQ(rig_.now_ns(), kStart + 9 * kMillisecond);
 }
 

@@ -65,13 +65,13 @@ void count_pause(std::chrono::milliseconds /*duration*/, void* /*context*/) {
 
 class CountedPauses {
  public:
-  CountedPauses() : installed_(vendor::replacing_pauses(kCountedPause)) {}
+  CountedPauses() : installed_(detail::bridge::replacing_pauses(kCountedPause)) {}
   CountedPauses(const CountedPauses&) = delete;
   CountedPauses& operator=(const CountedPauses&) = delete;
 
  private:
-  static constexpr detail::PauseHook kCountedPause = {&count_pause, nullptr};
-  const vendor::PlatformOverride installed_;
+  static constexpr detail::bridge::PauseHook kCountedPause = {&count_pause, nullptr};
+  const detail::bridge::PlatformOverride installed_;
 };
 
 // What every thread shares.

@@ -13,7 +13,7 @@ class LockedSession {
   [[nodiscard]] bool opened() const noexcept { return opened_; }
 
  private:
-  vendor::VendorSession session_;
+  detail::bridge::VendorSession session_;
   bool opened_;
 };
 

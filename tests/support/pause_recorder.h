@@ -22,7 +22,7 @@ struct RecordedPause {
 class PauseRecorder {
  public:
   explicit PauseRecorder(const sim::SimulatedRig* rig = nullptr)
-      : rig_(rig), hook_{&PauseRecorder::record, this}, installed_(vendor::replacing_pauses(hook_)) {}
+      : rig_(rig), hook_{&PauseRecorder::record, this}, installed_(detail::bridge::replacing_pauses(hook_)) {}
   PauseRecorder(const PauseRecorder&) = delete;
   PauseRecorder& operator=(const PauseRecorder&) = delete;
 
@@ -42,8 +42,8 @@ class PauseRecorder {
   const sim::SimulatedRig* rig_;
   mutable std::mutex mutex_;
   std::vector<RecordedPause> pauses_;
-  const detail::PauseHook hook_;
-  const vendor::PlatformOverride installed_;
+  const detail::bridge::PauseHook hook_;
+  const detail::bridge::PlatformOverride installed_;
 };
 
 }  // namespace tovanel::uvc_stereo::test_support

@@ -11,8 +11,8 @@
 namespace tovanel::uvc_stereo::test_support {
 
 void expect_vendor_lock_free(const std::string& context) {
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread()) << context;
-  if (vendor::process_lock_held_by_this_thread()) {
+  EXPECT_FALSE(detail::bridge::process_lock_held_by_this_thread()) << context;
+  if (detail::bridge::process_lock_held_by_this_thread()) {
     return;  // the check below would only find this thread's own hold
   }
   std::promise<void> taken;
@@ -33,7 +33,7 @@ void expect_vendor_lock_free(const std::string& context) {
 void RigTest::TearDown() {
   EXPECT_TRUE(rig_.violations().empty()) << ::testing::PrintToString(rig_.violations());
   EXPECT_EQ(rig_.open_sessions(), 0);
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  EXPECT_FALSE(detail::bridge::process_lock_held_by_this_thread());
 }
 
 }  // namespace tovanel::uvc_stereo::test_support

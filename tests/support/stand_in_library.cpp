@@ -8,7 +8,7 @@
 #include "bridge/sonix_camera.h"
 #include "bridge/vendor_backend.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // The library fills at most this many records per enumeration.
@@ -91,14 +91,14 @@ const VendorBackend kInstantCameras = {
 };
 
 // Prepares the scene the instant library answers from, then names the library.
-detail::PlatformTable instant_cameras_for(const std::vector<StandInCamera>& cameras) {
+PlatformTable instant_cameras_for(const std::vector<StandInCamera>& cameras) {
   InstantScene& scene = instant_scene();
   scene.cameras = cameras;
   scene.records.assign(cameras.size(), SonixLib::scDevice_t{});
   for (std::size_t i = 0; i < cameras.size(); ++i) {
     SonixLib::scDevice_t& record = scene.records[i];
-    win_detail::fill_device_record_text(cameras[i].device_path, record.devicePath);
-    win_detail::fill_device_record_text(cameras[i].device_name, record.deviceName);
+    fill_device_record_text(cameras[i].device_path, record.devicePath);
+    fill_device_record_text(cameras[i].device_name, record.deviceName);
     const auto index = static_cast<int>(i);
     std::memcpy(record.reserved, &index, sizeof(index));
   }
@@ -131,7 +131,7 @@ bool instant_xu_read(SonixLib::scDevice_t*, std::uint8_t* buffer, std::uint8_t l
   return true;
 }
 
-detail::PlatformTable instant_unit_for(const std::vector<std::uint8_t>& bytes, bool count_imu_samples) {
+PlatformTable instant_unit_for(const std::vector<std::uint8_t>& bytes, bool count_imu_samples) {
   // A read asks for at most 255 bytes, so no more are kept.
   g_unit.size = std::min(bytes.size(), g_unit.bytes.size());
   std::copy_n(bytes.begin(), g_unit.size, g_unit.bytes.begin());
@@ -164,4 +164,4 @@ bool InstantExtensionUnit::read_through_dispatch(std::uint8_t* buffer, std::uint
   return SonixCam_XuRead(&no_camera, buffer, length, selector, unit_id);
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -10,7 +10,7 @@
 // Stand-ins for the vendor library that answer at once from memory, so that what is measured around them is the
 // SDK's own work: the lock, the session, the decoding, the matching. They speak the bridge's terms only, so the
 // code that measures never sees a type of the vendor's interface. One stand-in of each kind at a time.
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // A camera as the instant library lists it.
 struct StandInCamera {
@@ -59,4 +59,4 @@ class InstantExtensionUnit {
   const PlatformOverride in_force_;
 };
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -260,7 +260,7 @@ TEST(FlashProperty, RandomConfigurationsAndRecordsNeverTouchTheFlashOutsideTheUs
     EXPECT_TRUE(rig.flash(kTarget, guards.after_address, static_cast<std::uint32_t>(guards.after.size())) ==
                 guards.after)
         << "the bytes after the user space changed";
-    EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+    EXPECT_FALSE(detail::bridge::process_lock_held_by_this_thread());
   }
   test_support::expect_vendor_lock_free();
   // The draw reaches every outcome, so the property is not tested on refusals alone.

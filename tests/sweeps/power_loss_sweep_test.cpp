@@ -55,7 +55,7 @@ void expect_rules_kept(sim::SimulatedRig& rig) {
   EXPECT_EQ(test_support::calls_without_lock(calls), std::vector<std::string>{});
   EXPECT_EQ(rig.violations(), std::vector<std::string>{});
   EXPECT_EQ(rig.open_sessions(), 0);
-  EXPECT_FALSE(vendor::process_lock_held_by_this_thread());
+  EXPECT_FALSE(detail::bridge::process_lock_held_by_this_thread());
   rig.clear_calls();
 }
 

@@ -169,14 +169,14 @@ void unplug_on_pause(std::chrono::milliseconds /*duration*/, void* context) {
 class UnplugOnPause {
  public:
   UnplugOnPause(sim::SimulatedRig& rig, int camera)
-      : unplug_{&rig, camera}, hook_{&unplug_on_pause, &unplug_}, installed_(vendor::replacing_pauses(hook_)) {}
+      : unplug_{&rig, camera}, hook_{&unplug_on_pause, &unplug_}, installed_(detail::bridge::replacing_pauses(hook_)) {}
   UnplugOnPause(const UnplugOnPause&) = delete;
   UnplugOnPause& operator=(const UnplugOnPause&) = delete;
 
  private:
   PauseUnplug unplug_;
-  const detail::PauseHook hook_;
-  const vendor::PlatformOverride installed_;
+  const detail::bridge::PauseHook hook_;
+  const detail::bridge::PlatformOverride installed_;
 };
 
 TEST(UnplugDuringImuOpen, PulledDuringTheFirmwarePauseTheOpenFailsAndLeavesNoReader) {

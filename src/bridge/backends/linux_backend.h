@@ -2,7 +2,7 @@
 
 #include "bridge/vendor_backend.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // The vendor operations on the Linux kernel's UVC driver (through active_linux_kernel()):
 // scanning, descriptors, the extension unit and so the capability report and the IMU.
@@ -14,4 +14,4 @@ namespace tovanel::uvc_stereo::vendor {
 // "ecGetKsControlFail", as when the vendor library cannot reach the chip's control.
 inline constexpr SonixLib::scErrorCode_t kLinuxNoVendorLibraryCode = SonixLib::ecGetKsControlFail;
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -19,7 +19,7 @@
 #include "core/guard.h"
 #include "imu/model_table.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 using SonixLib::scErrorCode_t;
@@ -133,7 +133,7 @@ const LinuxUvcCamera* camera_of(const SonixLib::scDevice_t* device) {
       return &camera;
     }
   }
-  report_linux_problem("Linux UVC: " + win_detail::device_record_text(device->devicePath) +
+  report_linux_problem("Linux UVC: " + device_record_text(device->devicePath) +
                        " no longer holds the camera it was listed with");
   fail(SonixLib::ecDeviceDisconnect);
   return nullptr;
@@ -251,8 +251,8 @@ bool linux_enum_cameras(std::int32_t* count, SonixLib::scDevice_t* devices, std:
     for (std::size_t i = 0; i < filled; ++i) {
       SonixLib::scDevice_t& record = devices[i];
       std::memset(&record, 0, sizeof(record));
-      win_detail::fill_device_record_text(state.cameras[i].device_path, record.devicePath);
-      win_detail::fill_device_record_text(state.cameras[i].node_name, record.deviceName);
+      fill_device_record_text(state.cameras[i].device_path, record.devicePath);
+      fill_device_record_text(state.cameras[i].node_name, record.deviceName);
       stamp_linux_device_record(state.cameras[i].identity, record);
     }
     return true;
@@ -447,4 +447,4 @@ constexpr VendorBackend kLinuxBackend = linux_backend();
 
 const VendorBackend& linux_vendor_backend() noexcept { return kLinuxBackend; }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -4,7 +4,7 @@
 
 #include "core/byte_order.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // USB 2.0 chapter 9 descriptor types and the UVC 1.5 class-specific codes (appendix A).
@@ -70,4 +70,4 @@ std::optional<UvcDescriptorSummary> summarize_uvc_descriptors(const std::uint8_t
   return summary;
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // What the Linux backend needs from a USB device descriptor (18 bytes, USB 2.0 table 9-8):
 // the ids and which string descriptor index holds which text (0 = the device has none).
@@ -43,4 +43,4 @@ struct UvcDescriptorSummary {
 // walk: what came before it still counts.
 [[nodiscard]] std::optional<UvcDescriptorSummary> summarize_uvc_descriptors(const std::uint8_t* data, std::size_t size);
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

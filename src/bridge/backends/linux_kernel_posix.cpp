@@ -13,7 +13,7 @@
 #include "bridge/linux_kernel.h"
 #include "bridge/platform_table.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 int open_system_node(const char* path, int flags) { return ::open(path, flags); }
@@ -60,8 +60,8 @@ constexpr LinuxKernel kRunningKernel = {
 const LinuxKernel& running_linux_kernel() noexcept { return kRunningKernel; }
 
 const LinuxKernel& active_linux_kernel() noexcept {
-  const LinuxKernel* installed = detail::installed_platform().linux_kernel;
+  const LinuxKernel* installed = installed_platform().linux_kernel;
   return installed != nullptr ? *installed : kRunningKernel;
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -9,7 +9,7 @@
 #include "bridge/backends/linux_usb_identity.h"
 #include "bridge/linux_kernel.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // One USB camera driven by the kernel's UVC driver, as sysfs and its capture node show it.
 struct LinuxUvcCamera {
@@ -50,4 +50,4 @@ struct LinuxUvcListing {
 // Sends one line to the diagnostic output.
 void report_linux_problem(const std::string& text) noexcept;
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -11,7 +11,7 @@
 #include "bridge/backends/linux_uvc_ioctl.h"
 #include "bridge/os/debug_output.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 namespace fs = std::filesystem;
@@ -189,6 +189,6 @@ std::optional<LinuxUsbIdentity> read_linux_usb_identity(const std::string& devic
   return identity_of(directory, *raw, read_attribute(directory / "serial"));
 }
 
-void report_linux_problem(const std::string& text) noexcept { win_detail::output_debug_line(text); }
+void report_linux_problem(const std::string& text) noexcept { output_debug_line(text); }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -4,7 +4,7 @@
 
 #include "core/byte_order.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 constexpr unsigned char kLinuxMark[8] = {'T', 'O', 'V', 'L', 'I', 'N', 'U', 'X'};
@@ -85,4 +85,4 @@ std::optional<LinuxUsbIdentity> linux_device_record_identity(const SonixLib::scD
   return identity;
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

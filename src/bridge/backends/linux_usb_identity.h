@@ -6,7 +6,7 @@
 
 #include "bridge/sonix_camera.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // Which USB device sits at a port, as sysfs tells it: the bus and device numbers the kernel
 // gave it when it was plugged in (a device plugged in again gets a new device number), and a
@@ -40,4 +40,4 @@ void stamp_linux_device_record(const LinuxUsbIdentity& identity, SonixLib::scDev
 // The identity a record was stamped with; nothing for a record the Linux backend did not hand out.
 [[nodiscard]] std::optional<LinuxUsbIdentity> linux_device_record_identity(const SonixLib::scDevice_t& record) noexcept;
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

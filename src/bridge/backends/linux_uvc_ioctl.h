@@ -5,7 +5,7 @@
 
 #include "bridge/linux_kernel.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // An open video device node; closes itself. Holds -1 and the system's error when the node
 // could not be opened.
@@ -42,4 +42,4 @@ class LinuxVideoNode {
 // The system's text for `error` ("Permission denied", ...).
 [[nodiscard]] std::string system_error_text(int error);
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -10,7 +10,7 @@
 
 #include "bridge/backends/linux_uvc_ioctl.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // Read-write as capture programs open it, never blocking on a busy device, and not
@@ -82,4 +82,4 @@ int LinuxVideoNode::get_current(std::uint8_t unit, std::uint8_t selector, std::u
 
 std::string system_error_text(int error) { return std::generic_category().message(error); }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -3,7 +3,7 @@
 #include "bridge/linux_kernel.h"
 #include "uvc_stereo/camera_access.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // What `kernel` shows of the USB video devices: every USB device with a video node under
 // a video interface, its nodes' ownership and whether each opens as the backend opens it
@@ -12,4 +12,4 @@ namespace tovanel::uvc_stereo::vendor {
 // Called with the vendor lock held, as every use of the kernel table is.
 [[nodiscard]] KernelVideoListing list_linux_video_devices(const LinuxKernel& kernel);
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

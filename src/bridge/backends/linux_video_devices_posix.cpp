@@ -11,7 +11,7 @@
 #include "bridge/backends/linux_video_devices.h"
 #include "imu/model_table.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 namespace fs = std::filesystem;
@@ -120,4 +120,4 @@ KernelVideoListing list_linux_video_devices(const LinuxKernel& kernel) {
   return listing;
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -1,7 +1,7 @@
 #include "bridge/backends/linux_backend.h"
 #include "bridge/vendor_backend.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // The camera vendor ships its library for Windows only; on Linux the kernel's UVC driver
 // serves everything but the serial flash.
@@ -9,4 +9,4 @@ const VendorBackend& platform_vendor_backend() noexcept { return linux_vendor_ba
 
 std::string platform_vendor_library_version() { return "none (the kernel's UVC driver)"; }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

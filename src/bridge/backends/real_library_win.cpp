@@ -14,7 +14,7 @@
 
 #include "bridge/vendor_backend.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 constexpr wchar_t kLibraryName[] = L"SonixCamera.dll";
@@ -161,4 +161,4 @@ const VendorBackend& platform_vendor_backend() noexcept {
   return library.has_value() ? *library : unavailable_vendor_backend();
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

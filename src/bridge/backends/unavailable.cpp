@@ -2,7 +2,7 @@
 // library's own word for it is "ecLibInitFail".
 #include "bridge/vendor_backend.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 bool fail_init() { return false; }
@@ -62,4 +62,4 @@ constexpr VendorBackend kUnavailable = unavailable_backend();
 
 const VendorBackend& unavailable_vendor_backend() noexcept { return kUnavailable; }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -9,7 +9,7 @@
 #include "core/format.h"
 #include "win/device_path.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 constexpr std::string_view kBusyPrefix = "camera is busy: ";
@@ -39,7 +39,7 @@ std::string process_list(const std::vector<std::int64_t>& processes) {
 }  // namespace
 
 const CameraLockPlace& active_camera_lock_place() noexcept {
-  const CameraLockPlace* installed = detail::installed_platform().camera_locks;
+  const CameraLockPlace* installed = installed_platform().camera_locks;
   return installed != nullptr ? *installed : platform_camera_lock_place();
 }
 
@@ -107,4 +107,4 @@ Status camera_busy(CameraUse holder, const std::vector<std::int64_t>& processes)
   return Status(ErrorCode::DeviceUnavailable, std::move(text));
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -8,7 +8,7 @@
 
 #include "uvc_stereo/result.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // Where the camera locks of every program on this machine meet. On POSIX systems a
 // directory that every user of the cameras can write (the lock files live there); on
@@ -93,4 +93,4 @@ class CameraLock {
 // (where the platform cannot tell) "in another program" / "by another program".
 [[nodiscard]] Status camera_busy(CameraUse holder, const std::vector<std::int64_t>& processes);
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -25,7 +25,7 @@
 // two Devices of one program, each with its own descriptor, exclude each other just as
 // two programs do; the kernel drops them when the last descriptor closes, which a killed
 // process's exit does at once.
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // The pause between attempts grows to this, so a long wait costs few system calls and a
@@ -190,4 +190,4 @@ void CameraLock::release() noexcept {
   }
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -19,7 +19,7 @@
 // which the next waiter then owns, and deletes a dead reader's event with its last
 // handle, so no dead program keeps the camera. Reader slots belong to no thread, so an IMU
 // may be closed from another thread than the one that opened it.
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // IMU readers of one camera at a time, across every program of the machine.
@@ -179,4 +179,4 @@ void CameraLock::release() noexcept {
   }
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

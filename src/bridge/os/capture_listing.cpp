@@ -2,14 +2,15 @@
 
 #include "bridge/platform_table.h"
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
-Result<std::vector<WinOpenCvCameraCandidate>> list_platform(OpenCvBackend backend) {
+Result<std::vector<win_detail::WinOpenCvCameraCandidate>> list_platform(OpenCvBackend backend) {
   if (backend == OpenCvBackend::V4l2) {
     return enumerate_v4l2_backend_candidates();
   }
-  return backend == OpenCvBackend::Dshow ? enumerate_dshow_backend_candidates() : enumerate_msmf_backend_candidates();
+  return backend == OpenCvBackend::Dshow ? win_detail::enumerate_dshow_backend_candidates()
+                                         : win_detail::enumerate_msmf_backend_candidates();
 }
 
 constexpr CaptureListingSource kPlatformListing = {list_platform};
@@ -18,9 +19,9 @@ constexpr CaptureListingSource kPlatformListing = {list_platform};
 
 const CaptureListingSource& platform_capture_listing_source() noexcept { return kPlatformListing; }
 
-Result<std::vector<WinOpenCvCameraCandidate>> list_capture_candidates(OpenCvBackend backend) {
-  const CaptureListingSource* source = detail::installed_platform().capture_listing;
+Result<std::vector<win_detail::WinOpenCvCameraCandidate>> list_capture_candidates(OpenCvBackend backend) {
+  const CaptureListingSource* source = installed_platform().capture_listing;
   return (source != nullptr ? *source : kPlatformListing).list(backend);
 }
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -192,9 +192,13 @@ Result<std::vector<WinOpenCvCameraCandidate>> enumerate_msmf_backend_candidates(
                                  [&]() -> Result<std::vector<WinOpenCvCameraCandidate>> { return list_msmf(); });
 }
 
+}  // namespace tovanel::uvc_stereo::win_detail
+
+namespace tovanel::uvc_stereo::detail::bridge {
+
 // V4L2 is Linux's capture interface; Windows lists no device through it.
-Result<std::vector<WinOpenCvCameraCandidate>> enumerate_v4l2_backend_candidates() {
-  return std::vector<WinOpenCvCameraCandidate>{};
+Result<std::vector<win_detail::WinOpenCvCameraCandidate>> enumerate_v4l2_backend_candidates() {
+  return std::vector<win_detail::WinOpenCvCameraCandidate>{};
 }
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -21,7 +21,7 @@ const CaptureSystemCalls kSystemCalls = {
 const CaptureSystemCalls& system_capture_calls() noexcept { return kSystemCalls; }
 
 const CaptureSystemCalls& capture_system_calls() noexcept {
-  const CaptureSystemCalls* installed = detail::installed_platform().windows_system_calls;
+  const CaptureSystemCalls* installed = detail::bridge::installed_platform().windows_system_calls;
   return installed != nullptr ? *installed : kSystemCalls;
 }
 

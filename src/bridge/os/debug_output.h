@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace tovanel::uvc_stereo::win_detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // Sends one text to the debugger output (OutputDebugStringA on Windows; elsewhere there
 // is no debugger channel) and to the registered diagnostic callback, if any.
@@ -14,4 +14,4 @@ void output_debug_line(const std::string& text) noexcept;
 // Hands a text to the registered diagnostic callback; the platform halves call it.
 void forward_to_diagnostic_callback(const char* text) noexcept;
 
-}  // namespace tovanel::uvc_stereo::win_detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

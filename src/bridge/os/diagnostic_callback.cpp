@@ -30,7 +30,7 @@ void set_diagnostic_callback(DiagnosticCallback callback, void* context) noexcep
   s.context = context;
 }
 
-namespace win_detail {
+namespace detail::bridge {
 
 void forward_to_diagnostic_callback(const char* text) noexcept {
   CallbackSlot& s = slot();
@@ -41,5 +41,5 @@ void forward_to_diagnostic_callback(const char* text) noexcept {
   }
 }
 
-}  // namespace win_detail
+}  // namespace detail::bridge
 }  // namespace tovanel::uvc_stereo

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // Writes `contents` to `path` so that a reader, and a process killed at any moment,
 // sees either the old file whole or the new one whole: the text goes to a temporary
@@ -10,4 +10,4 @@ namespace tovanel::uvc_stereo::vendor {
 // Throws std::system_error when the file cannot be written.
 void replace_file(const std::string& path, const std::string& contents);
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

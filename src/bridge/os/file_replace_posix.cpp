@@ -8,7 +8,7 @@
 
 #include "bridge/os/file_replace.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 void replace_file(const std::string& path, const std::string& contents) {
   const std::string temporary = path + ".new-" + std::to_string(::getpid());
@@ -40,4 +40,4 @@ void replace_file(const std::string& path, const std::string& contents) {
   }
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -5,7 +5,7 @@
 
 #include "bridge/os/file_replace.h"
 
-namespace tovanel::uvc_stereo::vendor {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 [[noreturn]] void fail(const std::string& what) {
@@ -35,4 +35,4 @@ void replace_file(const std::string& path, const std::string& contents) {
   }
 }
 
-}  // namespace tovanel::uvc_stereo::vendor
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 // 2^64: the first value an unsigned 64-bit result cannot hold.
@@ -22,4 +22,4 @@ std::uint64_t counter_to_ns(std::int64_t counter, std::int64_t frequency) noexce
   return static_cast<std::uint64_t>(ns);
 }
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // Nanoseconds for a tick count of a counter running at `frequency` ticks per second, computed in double
 // precision as counter * 1e9 / frequency. 0 for a frequency below 1 or a negative counter; the all-ones value
@@ -13,4 +13,4 @@ namespace tovanel::uvc_stereo::detail {
 // Windows); 0 when the counter cannot be read. IMU samples are stamped with it.
 [[nodiscard]] std::uint64_t now_ns() noexcept;
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -4,7 +4,7 @@
 
 #include "bridge/os/host_clock.h"
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 constexpr std::uint64_t kNanosecondsPerSecond = 1000000000;
@@ -22,4 +22,4 @@ std::uint64_t now_ns() noexcept {
   return static_cast<std::uint64_t>(now.tv_sec) * kNanosecondsPerSecond + static_cast<std::uint64_t>(now.tv_nsec);
 }
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -2,7 +2,7 @@
 
 #include "bridge/os/host_clock.h"
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 std::uint64_t now_ns() noexcept {
   LARGE_INTEGER frequency;
@@ -16,4 +16,4 @@ std::uint64_t now_ns() noexcept {
   return counter_to_ns(counter.QuadPart, frequency.QuadPart);
 }
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

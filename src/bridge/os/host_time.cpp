@@ -6,7 +6,7 @@
 #include "bridge/os/host_clock.h"
 #include "bridge/platform_table.h"
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 std::uint64_t host_now_ns() noexcept {
   const HostClock* clock = installed_platform().host_clock;
@@ -26,4 +26,4 @@ void host_sleep_until_ns(std::uint64_t deadline_ns) noexcept {
   }
 }
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

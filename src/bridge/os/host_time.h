@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // The host's monotonic clock in nanoseconds, as IMU reads are stamped with it: the platform table's host clock when
 // one is installed (a rig in virtual time), else the platform's own (CLOCK_MONOTONIC on Linux, the performance
@@ -13,4 +13,4 @@ namespace tovanel::uvc_stereo::detail {
 // clock's own wait (at once in virtual time).
 void host_sleep_until_ns(std::uint64_t deadline_ns) noexcept;
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

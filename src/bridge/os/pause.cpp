@@ -2,7 +2,7 @@
 
 #include <thread>
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 namespace {
 
 void wait_to_deadline(std::chrono::milliseconds duration, void*) {
@@ -28,4 +28,4 @@ void pause_for(std::chrono::milliseconds duration) {
   hook->pause(duration, hook->context);
 }
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

@@ -4,7 +4,7 @@
 
 #include "bridge/platform_table.h"
 
-namespace tovanel::uvc_stereo::detail {
+namespace tovanel::uvc_stereo::detail::bridge {
 
 // Waits until now + `duration` (an absolute deadline, so a spurious early wake-up
 // still waits the whole time), or hands the pause to the platform table's pause entry
@@ -16,4 +16,4 @@ void pause_for(std::chrono::milliseconds duration);
 // override that skips them.
 [[nodiscard]] const PauseHook& real_pause() noexcept;
 
-}  // namespace tovanel::uvc_stereo::detail
+}  // namespace tovanel::uvc_stereo::detail::bridge

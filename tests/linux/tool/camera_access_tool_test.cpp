@@ -2,7 +2,6 @@
 // so with the fix, and doctor shows what the kernel lists.
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -23,11 +22,7 @@ const char kJoinVideo[] = "sudo usermod -aG video $USER, then log in again";
 
 class ToolOnLinux : public LinuxBackendTest {
  protected:
-  void plug_forbidden_camera() {
-    FakeUvcCamera camera = supported_camera("SN0001", "1-2", 0);
-    camera.open_error = EACCES;
-    kernel_.add_camera(camera);
-  }
+  void plug_forbidden_camera() { kernel_.add_camera(forbidden_camera("1-2", 0)); }
 
   // The one warning the run printed, which names the camera, its nodes, the reason and the fix.
   void expect_warned(const ToolRun& run) {
@@ -142,10 +137,7 @@ TEST_F(ToolOnLinux, DoctorNamesTheInstalledRule) {
 
 TEST_F(ToolOnLinux, DoctorListsWhatTheKernelShowsInJson) {
   plug_forbidden_camera();
-  FakeUvcCamera webcam = supported_camera("WEB01", "1-3", 2);
-  webcam.model.vendor_id = 0x046d;
-  webcam.model.product_id = 0x0825;
-  kernel_.add_camera(webcam);
+  kernel_.add_camera(other_makers_webcam("1-3", 2));
   const ToolRun run = run_tool({"doctor", "--json", "--imu-seconds", "0"});
   EXPECT_EQ(run.status, 0) << run.err;
   expect_warned(run);
