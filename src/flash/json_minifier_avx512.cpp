@@ -69,7 +69,21 @@ class Avx512Block {
 
   void atom_masks(JsonBlockMasks& m) const noexcept {
     m.digit = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(v_, _mm512_set1_epi8('0')), _mm512_set1_epi8(10));
-    fill_atom_byte_masks(m, [this](char c) { return _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8(c)); });
+    fill_atom_byte_masks(m, [this](char c) { return equal(c); });
+  }
+
+  using Bytes = __m512i;
+
+  [[nodiscard]] std::uint64_t equal(char c) const noexcept { return _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8(c)); }
+
+  // The block's bytes with bit 0x20 set, and masks of such bytes.
+  [[nodiscard]] Bytes lower() const noexcept { return _mm512_or_si512(v_, _mm512_set1_epi8(0x20)); }
+  static std::uint64_t equal_in(const Bytes& bytes, char c) noexcept {
+    return _mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8(c));
+  }
+  static std::uint64_t in_range(const Bytes& bytes, char first, char last) noexcept {
+    return _mm512_cmple_epu8_mask(_mm512_sub_epi8(bytes, _mm512_set1_epi8(first)),
+                                  _mm512_set1_epi8(static_cast<char>(last - first)));
   }
 
   // One carry-less multiplication by all ones XORs every bit into all the bits above it.
@@ -91,6 +105,10 @@ class Avx512Block {
 
 bool minify_json_avx512(const char* json, std::size_t length, std::string& out) {
   return minify_json_blocks<Avx512Block>(json, length, out);
+}
+
+bool minify_json_avx512_indexed(const char* json, std::size_t length, std::string& out) {
+  return minify_json_indexed<Avx512Block>(json, length, out);
 }
 
 UVC_STEREO_ISA_END()

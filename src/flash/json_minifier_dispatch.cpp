@@ -26,9 +26,8 @@ bool has_avx512(const CpuFeatures& cpu) noexcept {
 constexpr JsonMinifierVariant kVariants[] = {
     {"scalar", nullptr, any_processor},
 #if UVC_STEREO_X86_64
-    {"sse2", minify_json_sse2, any_processor},
-    {"avx2", minify_json_avx2, has_avx2},
-    {"avx512", minify_json_avx512, has_avx512},
+    {"sse2", minify_json_sse2, any_processor},  {"avx2", minify_json_avx2, has_avx2},
+    {"avx512", minify_json_avx512, has_avx512}, {"avx512_indexed", minify_json_avx512_indexed, has_avx512},
 #endif
 };
 
