@@ -566,39 +566,15 @@ std::uint64_t refused_escapes(const Block& block, const typename Block::Bytes& l
   return (escaped & ~letters) | (hex_needed & ~hex) | (low_needed ^ low);
 }
 
-// Appends the positions of the set bits of `bits` at `out` (base + bit number), and returns how many. Eight are
-// written whatever the count, then eight more when there are more, so that the number of tokens in a block only
-// rarely decides a branch; entries written past the count are overwritten by the next block. `out` has room for 64.
-template <class Position>
-inline std::size_t append_positions(Position* out, Position base, std::uint64_t bits) noexcept {
-  const auto count = static_cast<std::size_t>(__builtin_popcountll(bits));
-  const auto next = [&bits, base]() noexcept {
-    const auto bit = static_cast<Position>(bits == 0 ? 64 : __builtin_ctzll(bits));
-    bits &= bits - 1;
-    return static_cast<Position>(base + bit);
-  };
-  for (std::size_t i = 0; i < 8; ++i) {
-    out[i] = next();
-  }
-  if (count > 8) {
-    for (std::size_t i = 8; i < 16; ++i) {
-      out[i] = next();
-    }
-    for (std::size_t i = 16; i < count; ++i) {
-      out[i] = next();
-    }
-  }
-  return count;
-}
-
 template <class Block>
 bool minify_json_indexed(const char* text, std::size_t length, std::string& out) {
   constexpr std::size_t kStageSize = 4096;
   char stage[kStageSize + 64];
   std::size_t staged = 0;
   char last[64];
-  // Positions relative to the chunk's first byte.
-  std::uint32_t tokens[kTokenIndexCapacity + 64];
+  // Positions relative to the chunk's first byte; a chunk is at most 64 KiB.
+  static_assert(kIndexedChunkBytes <= 65536, "positions in a chunk fit 16 bits");
+  std::uint16_t tokens[kTokenIndexCapacity + 64];
 
   JsonDocumentChecker checker(text, length);
   std::uint64_t odd_run = 0;
@@ -643,9 +619,8 @@ bool minify_json_indexed(const char* text, std::size_t length, std::string& out)
       const std::uint64_t atoms = ~(m.whitespace | m.structural | m.quote | in_strings);
       const std::uint64_t atom_starts = atoms & ~((atoms << 1) | atom_carry);
       atom_carry = atoms >> 63;
-      const auto offset = static_cast<std::uint32_t>(base - chunk);
-      token_count += append_positions(tokens + token_count, offset,
-                                      (m.structural & ~in_strings) | (quotes & in_strings) | atom_starts);
+      token_count += Block::append_positions(tokens + token_count, static_cast<std::uint16_t>(base - chunk),
+                                             (m.structural & ~in_strings) | (quotes & in_strings) | atom_starts);
 
       staged = static_cast<std::size_t>(block.compress(~blank & present, stage + staged) - stage);
       if (staged >= kStageSize) {
