@@ -18,6 +18,15 @@
 //   void atom_masks(JsonBlockMasks& m) const;           // the rest: the bytes numbers and literals are made of
 //   static std::uint64_t prefix_xor(std::uint64_t bits); // bit i = XOR of bits 0..i
 //   char* compress(std::uint64_t keep, char* out) const; // writes up to 64 bytes, returns out + popcount(keep)
+//
+// The two-stage form (minify_json_indexed, further down) also needs:
+//   using Bytes = ...;                                   // the block's bytes in a register
+//   std::uint64_t equal(char c) const;                   // the bytes equal to c
+//   Bytes lower() const;                                 // the bytes with bit 0x20 set
+//   static std::uint64_t equal_in(const Bytes&, char c); // of such bytes: equal to c
+//   static std::uint64_t in_range(const Bytes&, char first, char last); // ... between first and last
+//   static std::size_t append_positions(std::uint16_t* out, std::uint16_t offset, std::uint64_t bits);
+//                                                        // offset + each set bit's number, in order; returns count
 
 namespace {
 
