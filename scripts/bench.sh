@@ -13,6 +13,8 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck source=lib/packages.sh
 source "$root/scripts/lib/packages.sh"
+# shellcheck source=lib/compiler_cache.sh
+source "$root/scripts/lib/compiler_cache.sh"
 
 quick=0
 case "${1:-}" in
@@ -24,8 +26,10 @@ esac
 ensure_packages cmake ninja-build g++ pkg-config libbenchmark-dev zlib1g-dev libisal-dev libsimdjson-dev rapidjson-dev
 
 build=${UVC_STEREO_BENCH_BUILD:-$root/build/bench}
+mapfile -t cache < <(compiler_cache_options)
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DUVC_STEREO_BUILD_BENCHMARKS=ON \
-  -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_TOOLS=OFF
+  -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_TOOLS=OFF \
+  "${cache[@]}"
 programs=(bench_crc bench_json bench_imu bench_linux_imu bench_scan bench_c_api)
 cmake --build "$build" --parallel "$(nproc)" --target uvc_stereo_compare bench_imu_timestamps "${programs[@]}"
 

@@ -8,6 +8,8 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
+# shellcheck source=../lib/compiler_cache.sh
+source "$root/scripts/lib/compiler_cache.sh"
 
 # clang builds the C consumer: a second compiler, to show the C interface does not depend on the first.
 # dpkg-dev and file let CPack find the Debian package's dependencies.
@@ -16,12 +18,16 @@ ensure_packages cmake ninja-build g++ pkg-config clang-14 dpkg-dev file python3 
 work="$root/build/ci-install"
 rm -rf "$work"
 prefix="$work/prefix"
+# The SDK's tree sits beside the bench stage's, at the same depth, so that a whole run compiles the library once.
+sdk="$root/build/ci-install-sdk"
+rm -rf "$sdk"
+mapfile -t cache < <(compiler_cache_options)
 
-cmake -S "$root" -B "$work/sdk" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" \
+cmake -S "$root" -B "$sdk" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" \
   -DUVC_STEREO_BUILD_TESTS=OFF -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_INSTALL_PYTHON=ON \
-  -DUVC_STEREO_BUILD_DOCS=ON
-cmake --build "$work/sdk" --parallel "$(nproc)" --target tovanel_uvc_stereo_sdk uvc-stereo uvc_stereo_reference
-cmake --install "$work/sdk"
+  -DUVC_STEREO_BUILD_DOCS=ON "${cache[@]}"
+cmake --build "$sdk" --parallel "$(nproc)" --target tovanel_uvc_stereo_sdk uvc-stereo uvc_stereo_reference
+cmake --install "$sdk"
 
 echo "--- installed files"
 (cd "$prefix" && find . -type f -o -type l | sort)
@@ -63,7 +69,7 @@ echo "--- pkg-config consumer of a prefix chosen at install time"
 # `cmake --install --prefix` moves the package away from the prefix it was configured for; the
 # pkg-config file must follow it, or a consumer would look for headers that are not there.
 moved="$work/moved"
-cmake --install "$work/sdk" --prefix "$moved"
+cmake --install "$sdk" --prefix "$moved"
 moved_pc=$(find "$moved" -name tovanel_uvc_stereo_sdk.pc)
 moved_flags=$(PKG_CONFIG_PATH=$(dirname "$moved_pc") pkg-config --cflags --libs tovanel_uvc_stereo_sdk)
 moved_libdir=$(PKG_CONFIG_PATH=$(dirname "$moved_pc") pkg-config --variable=libdir tovanel_uvc_stereo_sdk)
@@ -78,8 +84,8 @@ g++ -std=c++17 -Wall -Wextra -Werror "$root/examples/consumer/main.cpp" -o "$wor
 LD_LIBRARY_PATH="$moved_libdir" "$work/consumer-moved/consumer"
 
 echo "--- Debian package"
-(cd "$work/sdk" && cpack -G DEB >/dev/null)
-deb=$(ls "$work/sdk"/tovanel-uvc-stereo-sdk_*_amd64.deb)
+(cd "$sdk" && cpack -G DEB >/dev/null)
+deb=$(ls "$sdk"/tovanel-uvc-stereo-sdk_*_amd64.deb)
 dpkg-deb --info "$deb" | sed -n '/Package:/,$p'
 if dpkg-query -W -f='${Status}' tovanel-uvc-stereo-sdk 2>/dev/null | grep -q 'install ok installed'; then
   echo "tovanel-uvc-stereo-sdk is installed on this machine already; not replacing it" >&2

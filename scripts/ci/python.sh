@@ -10,6 +10,8 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=../lib/packages.sh
 source "$root/scripts/lib/packages.sh"
+# shellcheck source=../lib/compiler_cache.sh
+source "$root/scripts/lib/compiler_cache.sh"
 
 ensure_packages cmake ninja-build gcc g++ python3 python3-venv python3-pip python3-setuptools python3-wheel \
   python3-pytest python3-numpy
@@ -18,10 +20,14 @@ work="$root/build/ci-python"
 rm -rf "$work"
 mkdir -p "$work/outside"
 
-cmake -S "$root" -B "$work/sdk" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DUVC_STEREO_BUILD_TESTS=OFF \
-  -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_BUILD_TOOLS=OFF
-cmake --build "$work/sdk" --parallel "$(nproc)" --target tovanel_uvc_stereo_sdk
-library="$work/sdk/libtovanel_uvc_stereo_sdk.so"
+# The library's tree sits beside the linux stage's, at the same depth, so that a whole run compiles it once.
+sdk="$root/build/ci-python-sdk"
+rm -rf "$sdk"
+mapfile -t cache < <(compiler_cache_options)
+cmake -S "$root" -B "$sdk" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DUVC_STEREO_BUILD_TESTS=OFF \
+  -DUVC_STEREO_BUILD_EXAMPLES=OFF -DUVC_STEREO_BUILD_FUZZ=OFF -DUVC_STEREO_BUILD_TOOLS=OFF "${cache[@]}"
+cmake --build "$sdk" --parallel "$(nproc)" --target tovanel_uvc_stereo_sdk
+library="$sdk/libtovanel_uvc_stereo_sdk.so"
 
 echo "--- install into a virtual environment (no network)"
 # Debian's own Python, whose numpy and pytest the environment sees through its system site packages.
@@ -88,5 +94,5 @@ echo "--- example"
 echo "--- benchmark, briefly"
 # The C++ figure beside the Python ones comes from a program built against the same library.
 g++ -std=c++17 -O2 -Wall -Wextra -Wpedantic -Werror -I "$root/include" "$root/python/benchmarks/cpp_read_imu.cpp" \
-  -L "$work/sdk" -ltovanel_uvc_stereo_sdk -Wl,-rpath,"$work/sdk" -o "$work/cpp_read_imu"
+  -L "$sdk" -ltovanel_uvc_stereo_sdk -Wl,-rpath,"$sdk" -o "$work/cpp_read_imu"
 "$python" "$root/python/benchmarks/bench_read_imu.py" --quick --cpp-program "$work/cpp_read_imu"

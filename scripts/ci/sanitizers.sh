@@ -26,9 +26,11 @@ configure() {
 }
 
 echo "--- AddressSanitizer + UndefinedBehaviorSanitizer: every test program"
-# One ctest entry per program: a sanitized process is slow to start, and one per test case costs minutes.
+# One ctest entry per program: a sanitized process is slow to start, and one per test case costs minutes. The fuzz
+# targets' seeds and regressions run under both sanitizers in the fuzz stage, so their replay programs are not
+# built again here.
 configure "$build/asan" "-Og -g -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer" \
-  -DUVC_STEREO_TEST_EACH_CASE=OFF
+  -DUVC_STEREO_TEST_EACH_CASE=OFF -DUVC_STEREO_BUILD_FUZZ=OFF
 cmake --build "$build/asan" --parallel "$jobs"
 # exported_interface is left to the optimised builds of the linux and windows stages: which template
 # instantiations the shared library emits, and so exports, depends on what the optimiser inlines.
