@@ -607,6 +607,8 @@ bool minify_json_indexed(const char* text, std::size_t length, std::string& out)
     while (base < chunk_end && token_count <= kTokenIndexCapacity - 64) {
       const char* bytes = text + base;
       std::uint64_t present = ~std::uint64_t{0};
+      // Written out here as in minify_json_blocks: the same steps through shared helpers measured 5 to 10 percent
+      // slower in this loop.
       if (chunk_end - base < 64) {
         // Only the text's last block is partial; it is padded with whitespace, which changes neither tokens nor
         // output.
