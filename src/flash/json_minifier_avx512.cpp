@@ -100,11 +100,12 @@ class Avx512Block {
   // Writes offset + the number of each set bit of `bits`, in order, at `out` (room for 64), and returns how many:
   // the bit numbers packed by the byte compression and widened, the same instructions whatever the count.
   static std::size_t append_positions(std::uint16_t* out, std::uint16_t offset, std::uint64_t bits) noexcept {
-    alignas(64) unsigned char packed[64];
-    _mm512_store_si512(packed, _mm512_maskz_compress_epi8(bits, _mm512_load_si512(kNibbleTables.bit_numbers)));
+    // Through memory, and unaligned: MinGW's GCC does not align stack variables beyond 16 bytes.
+    unsigned char packed[64];
+    _mm512_storeu_si512(packed, _mm512_maskz_compress_epi8(bits, _mm512_load_si512(kNibbleTables.bit_numbers)));
     const __m512i base = _mm512_set1_epi16(static_cast<short>(offset));
     for (int half = 0; half < 2; ++half) {
-      const __m256i numbers = _mm256_load_si256(reinterpret_cast<const __m256i*>(packed + 32 * half));
+      const __m256i numbers = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(packed + 32 * half));
       _mm512_storeu_si512(out + 32 * half, _mm512_add_epi16(_mm512_cvtepu8_epi16(numbers), base));
     }
     return static_cast<std::size_t>(__builtin_popcountll(bits));
