@@ -2,7 +2,9 @@
 // interleaved in one run on one machine, and prints each speed and each ratio (ours / anchor; above 1 means the SDK
 // is faster). Every contender is first checked to compute the same thing as the SDK on the same input.
 //
-//   compare [--rounds N] [--quick]
+//   compare [--rounds N] [--quick] [--json-only] [--forms]
+//
+// --json-only measures the minifier's tables alone; --forms adds a row for every vectorised form of the minifier.
 
 #include <immintrin.h>
 #include <isa-l/crc.h>
@@ -299,6 +301,23 @@ bool rapidjson_minify(const std::string& text, rapidjson::StringBuffer& out) {
   return !reader.Parse(in, writer).IsError();
 }
 
+// With --forms, every vectorised form of the minifier this processor runs gets a row of its own beside the one in
+// use, each called through the same public path, so that a new form is weighed against the others in one run.
+bool g_every_form = false;
+
+void add_form_rows(std::vector<Contender>& row, const std::shared_ptr<std::string>& text, const std::string& expected) {
+  if (!g_every_form) return;
+  const sdk::detail::JsonMinifierVariantList forms = sdk::detail::json_minifier_variants();
+  for (const sdk::detail::JsonMinifierVariant* form = forms.begin; form != forms.end; ++form) {
+    if (form->fast_path == nullptr || !form->supported(sdk::detail::cpu_features())) continue;
+    const sdk::Result<std::string> result = sdk::detail::minify_and_validate_json_with(*form, *text);
+    if (!result.ok() || result.value() != expected) disagree(std::string("the ") + form->name + " form disagrees");
+    row.emplace_back(std::string("form ") + form->name, batch_of([text, form] {
+                       keep(sdk::detail::minify_and_validate_json_with(*form, *text).value().size());
+                     }));
+  }
+}
+
 Table json_table(const std::string& title, std::string (*make)(std::size_t), const std::vector<std::size_t>& sizes,
                  int rounds, double batch_ns) {
   Table t{title, {}, {}, {}, {}, "minify_and_validate_json (SDK)"};
@@ -337,6 +356,7 @@ Table json_table(const std::string& title, std::string (*make)(std::size_t), con
            keep(out.GetSize());
          })},
     };
+    add_form_rows(row, text, ours.value());
     add_measured_row(t, row, size_label(size), text->size(), rounds, batch_ns);
   }
   return t;
@@ -418,6 +438,7 @@ void verdict(const char* target, double ratio, double needed) {
 int main(int argc, char** argv) {
   int rounds = 15;
   double batch_ns = 2e6;
+  bool json_only = false;  // the minifier's tables alone
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "--rounds" && i + 1 < argc) {
@@ -425,8 +446,12 @@ int main(int argc, char** argv) {
     } else if (arg == "--quick") {
       rounds = 3;
       batch_ns = 2e5;
+    } else if (arg == "--json-only") {
+      json_only = true;
+    } else if (arg == "--forms") {
+      g_every_form = true;
     } else {
-      std::fprintf(stderr, "usage: %s [--rounds N] [--quick]\n", argv[0]);
+      std::fprintf(stderr, "usage: %s [--rounds N] [--quick] [--json-only] [--forms]\n", argv[0]);
       return 2;
     }
   }
@@ -435,12 +460,15 @@ int main(int argc, char** argv) {
               batch_ns / 1e6);
 
   const std::vector<std::size_t>& sizes = bench::comparison_sizes();
-  const Table ieee = crc_ieee_table(sizes, rounds, batch_ns);
-  print_table(ieee);
-  const Table castagnoli = crc_castagnoli_table(sizes, rounds, batch_ns);
-  print_table(castagnoli);
-  const Table latency = crc_castagnoli_latency_table(rounds, batch_ns);
-  print_table(latency);
+  std::vector<Table> crc_tables;
+  if (!json_only) {
+    crc_tables.push_back(crc_ieee_table(sizes, rounds, batch_ns));
+    print_table(crc_tables.back());
+    crc_tables.push_back(crc_castagnoli_table(sizes, rounds, batch_ns));
+    print_table(crc_tables.back());
+    crc_tables.push_back(crc_castagnoli_latency_table(rounds, batch_ns));
+    print_table(crc_tables.back());
+  }
   // Each kind of document, with the name its targets go by.
   const std::pair<std::pair<const char*, std::string (*)(std::size_t)>, const char*> json_kinds[] = {
       {{"JSON: pretty-printed camera configuration (as stored in the flash record)", bench::configuration_document},
@@ -465,12 +493,18 @@ int main(int argc, char** argv) {
   print_table(json_spread_table(rounds, batch_ns));
 
   std::printf("\nTargets (ratio ours / anchor in this run)\n");
-  verdict("crc32_ieee at 64 KiB >= 0.8x ISA-L crc32_gzip_refl", ratio_at(ieee, "ISA-L crc32_gzip_refl", "64 KiB"), 0.8);
-  verdict("crc32c at 60 B >= 1.0x inlined crc32 loop (independent calls)",
-          ratio_at(castagnoli, "inlined crc32 instruction loop", "60 B"), 1.0);
-  verdict("crc32c at 60 B >= 1.0x inlined crc32 loop (dependent calls)",
-          ratio_at(latency, "inlined crc32 instruction loop", "60 B"), 1.0);
-  verdict("crc32c at 64 KiB >= 0.8x ISA-L crc32_iscsi", ratio_at(castagnoli, "ISA-L crc32_iscsi", "64 KiB"), 0.8);
+  if (!json_only) {
+    const Table& ieee = crc_tables[0];
+    const Table& castagnoli = crc_tables[1];
+    const Table& latency = crc_tables[2];
+    verdict("crc32_ieee at 64 KiB >= 0.8x ISA-L crc32_gzip_refl", ratio_at(ieee, "ISA-L crc32_gzip_refl", "64 KiB"),
+            0.8);
+    verdict("crc32c at 60 B >= 1.0x inlined crc32 loop (independent calls)",
+            ratio_at(castagnoli, "inlined crc32 instruction loop", "60 B"), 1.0);
+    verdict("crc32c at 60 B >= 1.0x inlined crc32 loop (dependent calls)",
+            ratio_at(latency, "inlined crc32 instruction loop", "60 B"), 1.0);
+    verdict("crc32c at 64 KiB >= 0.8x ISA-L crc32_iscsi", ratio_at(castagnoli, "ISA-L crc32_iscsi", "64 KiB"), 0.8);
+  }
   for (std::size_t i = 0; i < json_tables.size(); ++i) {
     for (const char* size : {"64 KiB", "16 MiB"}) {
       const std::string target =

@@ -15,10 +15,12 @@
 namespace tovanel::uvc_stereo::detail {
 namespace {
 
-// The nibble lookup tables of the AVX2 variant, repeated for each 128-bit lane of a 512-bit register.
+// The nibble lookup tables of the AVX2 variant, repeated for each 128-bit lane of a 512-bit register, and the bit
+// numbers of a block's bytes.
 struct alignas(64) NibbleTables {
   char whitespace[64];
   char structural[64];
+  char bit_numbers[64];  // 0, 1, ..., 63
 };
 
 constexpr NibbleTables make_nibble_tables() noexcept {
@@ -34,6 +36,9 @@ constexpr NibbleTables make_nibble_tables() noexcept {
     structural[0xB] = '{';
     structural[0xC] = ',';
     structural[0xD] = '}';
+  }
+  for (int i = 0; i < 64; ++i) {
+    tables.bit_numbers[i] = static_cast<char>(i);
   }
   return tables;
 }
@@ -69,13 +74,41 @@ class Avx512Block {
 
   void atom_masks(JsonBlockMasks& m) const noexcept {
     m.digit = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(v_, _mm512_set1_epi8('0')), _mm512_set1_epi8(10));
-    fill_atom_byte_masks(m, [this](char c) { return _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8(c)); });
+    fill_atom_byte_masks(m, [this](char c) { return equal(c); });
+  }
+
+  using Bytes = __m512i;
+
+  [[nodiscard]] std::uint64_t equal(char c) const noexcept { return _mm512_cmpeq_epi8_mask(v_, _mm512_set1_epi8(c)); }
+
+  // The block's bytes with bit 0x20 set, and masks of such bytes.
+  [[nodiscard]] Bytes lower() const noexcept { return _mm512_or_si512(v_, _mm512_set1_epi8(0x20)); }
+  static std::uint64_t equal_in(const Bytes& bytes, char c) noexcept {
+    return _mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8(c));
+  }
+  static std::uint64_t in_range(const Bytes& bytes, char first, char last) noexcept {
+    return _mm512_cmple_epu8_mask(_mm512_sub_epi8(bytes, _mm512_set1_epi8(first)),
+                                  _mm512_set1_epi8(static_cast<char>(last - first)));
   }
 
   // One carry-less multiplication by all ones XORs every bit into all the bits above it.
   static std::uint64_t prefix_xor(std::uint64_t bits) noexcept {
     const __m128i product = _mm_clmulepi64_si128(_mm_set_epi64x(0, static_cast<long long>(bits)), _mm_set1_epi8(-1), 0);
     return static_cast<std::uint64_t>(_mm_cvtsi128_si64(product));
+  }
+
+  // Writes offset + the number of each set bit of `bits`, in order, at `out` (room for 64), and returns how many:
+  // the bit numbers packed by the byte compression and widened, the same instructions whatever the count.
+  static std::size_t append_positions(std::uint16_t* out, std::uint16_t offset, std::uint64_t bits) noexcept {
+    // Through memory, and unaligned: MinGW's GCC does not align stack variables beyond 16 bytes.
+    unsigned char packed[64];
+    _mm512_storeu_si512(packed, _mm512_maskz_compress_epi8(bits, _mm512_load_si512(kNibbleTables.bit_numbers)));
+    const __m512i base = _mm512_set1_epi16(static_cast<short>(offset));
+    for (int half = 0; half < 2; ++half) {
+      const __m256i numbers = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(packed + 32 * half));
+      _mm512_storeu_si512(out + 32 * half, _mm512_add_epi16(_mm512_cvtepu8_epi16(numbers), base));
+    }
+    return static_cast<std::size_t>(__builtin_popcountll(bits));
   }
 
   char* compress(std::uint64_t keep, char* out) const noexcept {
@@ -91,6 +124,10 @@ class Avx512Block {
 
 bool minify_json_avx512(const char* json, std::size_t length, std::string& out) {
   return minify_json_blocks<Avx512Block>(json, length, out);
+}
+
+bool minify_json_avx512_indexed(const char* json, std::size_t length, std::string& out) {
+  return minify_json_indexed<Avx512Block>(json, length, out);
 }
 
 UVC_STEREO_ISA_END()

@@ -50,6 +50,7 @@ void choose_json_minifier_variant(const JsonMinifierVariant* variant) noexcept;
 [[nodiscard]] bool minify_json_sse2(const char* json, std::size_t length, std::string& out);
 [[nodiscard]] bool minify_json_avx2(const char* json, std::size_t length, std::string& out);
 [[nodiscard]] bool minify_json_avx512(const char* json, std::size_t length, std::string& out);
+[[nodiscard]] bool minify_json_avx512_indexed(const char* json, std::size_t length, std::string& out);
 #endif
 
 }  // namespace tovanel::uvc_stereo::detail

@@ -519,6 +519,71 @@ TEST_P(JsonMinifierVariantTest, AgreesOnTheFuzzCorpus) {
   EXPECT_GT(files, 0) << "no fuzz corpus at " << root;
 }
 
+// Long texts are worked in pieces of a few tens of kilobytes; whatever straddles the 64 KiB mark (an escape, a
+// surrogate pair, a backslash run, a character, a number, a bad byte, a grammar error) is judged as anywhere else.
+TEST_P(JsonMinifierVariantTest, AgreesOnWhatStraddlesTheSixtyFourKibibyteMark) {
+  constexpr std::size_t kMark = std::size_t{64} << 10;
+  const std::string in_strings[] = {
+      "\\n",  "\\ud83d\\ude00",       "\\ud800", "\\udc00x",       "\\u12", "\\x", "\\\\\\\"", "\\\\\\\\", "\\\\\\",
+      "\x01", "\xe4\xb8\xad\xc3\xa9", "\"",      "\\u00e9\\\"\\\\"};
+  const std::string values[] = {"123456789", "-0.25e+17", "01", "1.", "-", "true", "tru", "nulls", "falsey", "\"x\""};
+  for (std::size_t shift = 0; shift <= 20; ++shift) {
+    const std::size_t at = kMark - shift;  // where the piece starts
+    for (const std::string& piece : in_strings) {
+      const std::string filler(at - 2, 'a');
+      for (const std::string& text : {"[\"" + filler + piece + "\"]", "[\"" + filler + piece + "\",1]",
+                                      "[\"" + filler + piece, "{\"" + filler + piece + "\":0}"}) {
+        ASSERT_TRUE(agrees(text)) << "shift " << shift << ", piece \"" << printable(piece) << "\"";
+      }
+    }
+    for (const std::string& value : values) {
+      const std::string filler(at - 1, ' ');
+      for (const std::string& text : {"[" + filler + value + "]", "[" + filler + value + " ]",
+                                      "[" + filler + value + ",2]", "[" + filler + value + "x]"}) {
+        ASSERT_TRUE(agrees(text)) << "shift " << shift << ", value " << value;
+      }
+    }
+    const std::string blanks(at - 1, '\n');
+    for (const std::string& text :
+         {"[" + blanks + ",1]", "{" + blanks + "}", "{" + blanks + "1:2}", "[1" + blanks + "2]", "[" + blanks + "]]"}) {
+      ASSERT_TRUE(agrees(text)) << "shift " << shift;
+    }
+  }
+  // Valid text across the mark is vouched for, with the scalar output.
+  const std::string prose = "\xe4\xb8\xad\xe6\x96\x87 \\\"q\\\" \\\\ \\u00e9\\ud83d\\ude00 ";
+  std::string document = "{\"notes\": [";
+  while (document.size() < 2 * kMark) {
+    document += "\"" + prose + prose + "\", 12.5e-3 ,\n  true, ";
+  }
+  document += "null]}";
+  ASSERT_TRUE(vouches(document));
+}
+
+// A text dense with tokens ("[0,0,0,...") fills the list of token positions after a few kilobytes, long before
+// the piece it works on ends; a number, an error or a long value where it fills is judged as anywhere else.
+TEST_P(JsonMinifierVariantTest, AgreesWhereTheTokenListFillsUp) {
+  std::string dense = "[";
+  for (int i = 0; i < 2600; ++i) {
+    dense += i == 0 ? "0" : ",0";
+  }
+  dense += "]";
+  ASSERT_TRUE(vouches(dense));
+  for (std::size_t position = 3964; position < 4230; position += 2) {
+    // `position` is even: a comma of the list, and a "0" follows it.
+    const std::size_t zero = position + 1;
+    for (const std::string_view value : {"123456789012345", "-1.5e+300", "true", "\"s\"", "[]", "{}"}) {
+      const std::string text = dense.substr(0, zero) + std::string(value) + dense.substr(zero + 1);
+      ASSERT_TRUE(vouches(text)) << "position " << zero << ", value " << value;
+    }
+    for (const std::string_view bad : {"x", "]", ":", "\"", "01", "-", "1.", ",", "}"}) {
+      ASSERT_TRUE(agrees(dense.substr(0, zero) + std::string(bad) + dense.substr(zero + 1)))
+          << "position " << zero << ", " << bad;
+      ASSERT_TRUE(agrees(dense.substr(0, position) + std::string(bad) + dense.substr(position + 1)))
+          << "position " << position << ", " << bad;
+    }
+  }
+}
+
 std::vector<const JsonMinifierVariant*> vectorised_variants() {
   std::vector<const JsonMinifierVariant*> variants;
   const detail::JsonMinifierVariantList list = detail::json_minifier_variants();
