@@ -25,37 +25,39 @@ std::string stored_crc(const sim::SimulatedRig& rig, int camera) {
   return text;
 }
 
-using DoctorCommandInVirtualTime = VirtualTimeScenarioTest;
+class DoctorCommandInVirtualTime : public VirtualTimeScenarioTest {
+ protected:
+  // The IMU health `doctor --imu-seconds seconds` reports for each scenario camera.
+  static std::vector<JsonValue> imu_reports(const std::string& seconds) {
+    const ToolRun run = run_tool({"doctor", "--json", "--imu-seconds", seconds});
+    EXPECT_EQ(run.status, 0) << run.err;
+    std::vector<JsonValue> reports;
+    const JsonValue report = JsonValue::parse(run.out);
+    for (const JsonValue& camera : report["cameras"].array()) {
+      EXPECT_TRUE(camera["imu"]["failure"].is_null()) << run.out;
+      reports.push_back(camera["imu"]);
+    }
+    EXPECT_EQ(reports.size(), 2u) << run.out;
+    return reports;
+  }
+};
 
 TEST_F(DoctorCommandInVirtualTime, ImuSecondsAreMeasuredOnTheClockTheSamplesAreStampedWith) {
   const std::uint64_t start_ns = rig_.now_ns();
-  const ToolRun run = run_tool({"doctor", "--json", "--imu-seconds", "1"});
-  ASSERT_EQ(run.status, 0) << run.err;
-  const JsonValue report = JsonValue::parse(run.out);
-  const std::vector<JsonValue>& cameras = report["cameras"].array();
-  ASSERT_EQ(cameras.size(), 2u) << run.out;
-  for (const JsonValue& camera : cameras) {
-    const JsonValue& imu = camera["imu"];
-    ASSERT_TRUE(imu["failure"].is_null()) << run.out;
+  for (const JsonValue& imu : imu_reports("1")) {
     // Both scenario cameras sample at 200 Hz: a second holds 200 samples, give or take one at either end.
-    EXPECT_GE(imu["samples"].number(), 198.0) << run.out;
-    EXPECT_LE(imu["samples"].number(), 202.0) << run.out;
-    EXPECT_GE(imu["seconds"].number(), 0.98) << run.out;
-    EXPECT_LE(imu["seconds"].number(), 1.01) << run.out;
+    EXPECT_GE(imu["samples"].number(), 198.0);
+    EXPECT_LE(imu["samples"].number(), 202.0);
+    EXPECT_GE(imu["seconds"].number(), 0.98);
+    EXPECT_LE(imu["seconds"].number(), 1.01);
   }
   EXPECT_LT(rig_.now_ns() - start_ns, 2500000000u) << "each camera streams for its second and no longer";
 }
 
 TEST_F(DoctorCommandInVirtualTime, ShortImuWindowHoldsTheSamplesOfItsLength) {
-  const ToolRun run = run_tool({"doctor", "--json", "--imu-seconds", "0.1"});
-  ASSERT_EQ(run.status, 0) << run.err;
-  const JsonValue report = JsonValue::parse(run.out);
-  const std::vector<JsonValue>& cameras = report["cameras"].array();
-  ASSERT_EQ(cameras.size(), 2u) << run.out;
-  for (const JsonValue& camera : cameras) {
-    const JsonValue& imu = camera["imu"];
-    EXPECT_GE(imu["samples"].number(), 19.0) << run.out;
-    EXPECT_LE(imu["samples"].number(), 22.0) << run.out;
+  for (const JsonValue& imu : imu_reports("0.1")) {
+    EXPECT_GE(imu["samples"].number(), 19.0);
+    EXPECT_LE(imu["samples"].number(), 22.0);
   }
 }
 

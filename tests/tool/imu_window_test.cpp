@@ -20,6 +20,15 @@ ImuStreamSample read_at(std::uint64_t read_ns) {
   return sample;
 }
 
+// A window of `seconds` opened by a first pull that delivered a sample read at `first_read_ns`.
+ImuStreamWindow opened_at(double seconds, std::uint64_t first_read_ns) {
+  ImuStreamWindow window(seconds);
+  (void)window.next_timeout(milliseconds(50));
+  const ImuStreamSample first = read_at(first_read_ns);
+  window.on_pull(&first, 1, 1);
+  return window;
+}
+
 TEST(ImuStreamWindow, WaitsAWholeSliceUntilTheFirstSampleOpensIt) {
   ImuStreamWindow window(0.01);
   EXPECT_EQ(window.next_timeout(milliseconds(50)), milliseconds(50));
@@ -29,10 +38,7 @@ TEST(ImuStreamWindow, WaitsAWholeSliceUntilTheFirstSampleOpensIt) {
 }
 
 TEST(ImuStreamWindow, PullsEndAtTheWindowsEndOnTheStreamsClock) {
-  ImuStreamWindow window(1.0);
-  (void)window.next_timeout(milliseconds(50));
-  const ImuStreamSample first = read_at(7000 * kMs);
-  window.on_pull(&first, 1, 1);
+  ImuStreamWindow window = opened_at(1.0, 7000 * kMs);
   EXPECT_EQ(window.next_timeout(milliseconds(50)), milliseconds(50)) << "the slice is shorter than what is left";
   const ImuStreamSample later = read_at(7980 * kMs);
   window.on_pull(&later, 1, 1);
@@ -42,10 +48,7 @@ TEST(ImuStreamWindow, PullsEndAtTheWindowsEndOnTheStreamsClock) {
 }
 
 TEST(ImuStreamWindow, ABoundedPullThatComesBackShortEndsTheWindow) {
-  ImuStreamWindow window(1.0);
-  (void)window.next_timeout(milliseconds(50));
-  const ImuStreamSample first = read_at(7000 * kMs);
-  window.on_pull(&first, 1, 1);
+  ImuStreamWindow window = opened_at(1.0, 7000 * kMs);
   const ImuStreamSample later = read_at(7990 * kMs);
   (void)window.next_timeout(milliseconds(50));
   window.on_pull(&later, 1, 1);
@@ -55,10 +58,7 @@ TEST(ImuStreamWindow, ABoundedPullThatComesBackShortEndsTheWindow) {
 }
 
 TEST(ImuStreamWindow, AnUnboundedPullThatComesBackShortLeavesTheWindowOpen) {
-  ImuStreamWindow window(1.0);
-  (void)window.next_timeout(milliseconds(50));
-  const ImuStreamSample first = read_at(7000 * kMs);
-  window.on_pull(&first, 1, 1);
+  ImuStreamWindow window = opened_at(1.0, 7000 * kMs);
   ASSERT_EQ(window.next_timeout(milliseconds(50)), milliseconds(50));
   window.on_pull(nullptr, 0, 1);
   EXPECT_FALSE(window.over()) << "the slice ended, not the window";
@@ -74,10 +74,7 @@ TEST(ImuStreamWindow, ASampleReadAtTheWindowsEndEndsIt) {
 }
 
 TEST(ImuStreamWindow, AFullBatchBoundedByTheWindowsEndLeavesItOpen) {
-  ImuStreamWindow window(1.0);
-  const ImuStreamSample first = read_at(100 * kMs);
-  (void)window.next_timeout(milliseconds(1000));
-  window.on_pull(&first, 1, 1);
+  ImuStreamWindow window = opened_at(1.0, 100 * kMs);
   ASSERT_EQ(window.next_timeout(milliseconds(1000)), milliseconds(1000));
   const ImuStreamSample batch[2] = {read_at(105 * kMs), read_at(110 * kMs)};
   window.on_pull(batch, 2, 2);
