@@ -32,6 +32,10 @@ std::uint64_t host_time_of(double offset, std::uint64_t origin_ns) noexcept {
   return before >= origin_ns ? 0 : origin_ns - before;
 }
 
+// The middle of a read, in whole nanoseconds rounded down as a read stamps its sample: a sample that only its own
+// read places in time then gets the very stamp of that read, not one a nanosecond after it.
+double middle_of(double started, double finished) noexcept { return started + std::floor((finished - started) / 2.0); }
+
 std::uint64_t nanoseconds_of(double value) noexcept {
   return value <= 0.0 ? 0 : static_cast<std::uint64_t>(std::llround(value));
 }
@@ -77,7 +81,7 @@ void SampleClockFit::add_read(std::uint64_t n, std::uint64_t started_ns, std::ui
     }
   }
 
-  const double middle = (started + finished) / 2.0;
+  const double middle = middle_of(started, finished);
   if (!segment_has_reads_) {
     segment_has_reads_ = true;
     first_n_ = sample;
@@ -189,8 +193,7 @@ SampleTimeEstimate SampleClockFit::estimate(std::uint64_t n) const noexcept {
   if (slope <= 0.0 || !segment_has_reads_) {
     // One sample seen so far: it was newest somewhere inside its read, but it may have been taken any time in the
     // period before, which no read has told yet.
-    const double middle = (latest_started_ + latest_finished_) / 2.0;
-    return SampleTimeEstimate{host_time_of(middle, origin_ns_), kUnbounded};
+    return SampleTimeEstimate{host_time_of(latest_mid_, origin_ns_), kUnbounded};
   }
   const Line line = fit(slope);
   const auto sample = static_cast<double>(n);

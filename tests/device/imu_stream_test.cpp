@@ -223,6 +223,22 @@ TEST_F(ImuStreamTest, ConvertedValuesAreStampedWithTheSampleTimeAndRawWithTheRea
   }
 }
 
+TEST_F(ImuStreamTest, FirstSampleOfAnOddLengthReadIsTimedAtItsReadsOwnStamp) {
+  sim::SimulatedCamera camera = timed_camera("SN-STREAM-ODD-READ", 200.0, 0.0);
+  // Every read takes an odd number of nanoseconds, so its middle lies half a nanosecond between two whole ones.
+  camera.imu.timing->latency_min_ns = 1000001;
+  camera.imu.timing->latency_max_ns = 1000001;
+  camera.imu.timing->stall_probability = 0.0;
+  IMU_STREAM_TESTING_OPEN(device, stream, camera, ImuStreamOptions{});
+  ImuStreamSample first;
+  const ImuPull pulled = stream.pull(&first, 1, std::chrono::seconds(1));
+  ASSERT_TRUE(pulled.status.ok()) << pulled.status.message();
+  ASSERT_EQ(pulled.count, 1u);
+  EXPECT_EQ(first.host_time_uncertainty_ns, ~std::uint64_t{0}) << "no read before it bounds the first sample";
+  EXPECT_EQ(first.host_time_ns, first.read_time_ns);
+  EXPECT_EQ(first.converted.host_timestamp_ns, first.raw.host_timestamp_ns);
+}
+
 TEST_F(ImuStreamTest, OpeningTheStreamOpensTheImuAndClosingTheImuEndsIt) {
   IMU_STREAM_TESTING_OPEN(device, stream, timed_camera("SN-STREAM-CLOSE", 200.0, 0.0), ImuStreamOptions{});
   EXPECT_TRUE(device.read_imu().ok()) << "the stream opened the IMU";

@@ -25,6 +25,42 @@ std::string stored_crc(const sim::SimulatedRig& rig, int camera) {
   return text;
 }
 
+class DoctorCommandInVirtualTime : public VirtualTimeScenarioTest {
+ protected:
+  // The IMU health `doctor --imu-seconds seconds` reports for each scenario camera.
+  static std::vector<JsonValue> imu_reports(const std::string& seconds) {
+    const ToolRun run = run_tool({"doctor", "--json", "--imu-seconds", seconds});
+    EXPECT_EQ(run.status, 0) << run.err;
+    std::vector<JsonValue> reports;
+    const JsonValue report = JsonValue::parse(run.out);
+    for (const JsonValue& camera : report["cameras"].array()) {
+      EXPECT_TRUE(camera["imu"]["failure"].is_null()) << run.out;
+      reports.push_back(camera["imu"]);
+    }
+    EXPECT_EQ(reports.size(), 2u) << run.out;
+    return reports;
+  }
+};
+
+TEST_F(DoctorCommandInVirtualTime, ImuSecondsAreMeasuredOnTheClockTheSamplesAreStampedWith) {
+  const std::uint64_t start_ns = rig_.now_ns();
+  for (const JsonValue& imu : imu_reports("1")) {
+    // Both scenario cameras sample at 200 Hz: a second holds 200 samples, give or take one at either end.
+    EXPECT_GE(imu["samples"].number(), 198.0);
+    EXPECT_LE(imu["samples"].number(), 202.0);
+    EXPECT_GE(imu["seconds"].number(), 0.98);
+    EXPECT_LE(imu["seconds"].number(), 1.01);
+  }
+  EXPECT_LT(rig_.now_ns() - start_ns, 2500000000u) << "each camera streams for its second and no longer";
+}
+
+TEST_F(DoctorCommandInVirtualTime, ShortImuWindowHoldsTheSamplesOfItsLength) {
+  for (const JsonValue& imu : imu_reports("0.1")) {
+    EXPECT_GE(imu["samples"].number(), 19.0);
+    EXPECT_LE(imu["samples"].number(), 22.0);
+  }
+}
+
 TEST_F(DoctorCommand, JsonNamesVersionsPlatformAndEachCamerasHealth) {
   const ToolRun run = run_tool({"doctor", "--json", "--imu-seconds", "0.2"});
   ASSERT_EQ(run.status, 0) << run.err;

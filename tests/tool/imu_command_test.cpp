@@ -377,6 +377,41 @@ TEST_F(ImuCommandInVirtualTime, ByDefaultReadsFasterThanTheImuAndSkipsTheDuplica
   EXPECT_LT(rig_.now_ns() - start_ns, 400000000u) << "40 samples at 200 Hz take about 0.2 s";
 }
 
+TEST_F(ImuCommandInVirtualTime, DurationIsMeasuredOnTheClockTheSamplesAreStampedWith) {
+  const std::uint64_t start_ns = rig_.now_ns();
+  const ToolRun run = run_tool({"imu", "--index", "0", "--duration", "1", "--csv"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const std::vector<std::string> lines = lines_of(run.out);
+  ASSERT_GE(lines.size(), 2u) << run.err;
+  // A second of a 200 Hz camera holds 200 samples, give or take the sample at either end and one that a read
+  // landing late may see only past the end.
+  const std::size_t samples = lines.size() - 1;
+  EXPECT_GE(samples, 198u) << run.err;
+  EXPECT_LE(samples, 202u) << run.err;
+  const std::vector<std::string> first = fields_of(lines[1]);
+  const std::vector<std::string> last = fields_of(lines.back());
+  const double read_span_s = static_cast<double>(std::stoull(last[kReadTime]) - std::stoull(first[kReadTime])) / 1e9;
+  EXPECT_GE(read_span_s, 0.98) << lines.back();
+  EXPECT_LE(read_span_s, 1.01) << lines.back();
+  EXPECT_LT(rig_.now_ns() - start_ns, 1100000000u) << "the stream stops where its second ends";
+}
+
+TEST_F(ImuCommandInVirtualTime, ShortDurationsHoldTheSamplesOfTheirLength) {
+  struct Window {
+    const char* seconds;
+    std::size_t fewest;
+    std::size_t most;
+  };
+  // The shortest still holds a sample: a stream always has one, however short its duration.
+  for (const Window& window : {Window{"0.05", 9, 12}, Window{"0.000001", 1, 2}}) {
+    const ToolRun run = run_tool({"imu", "--index", "0", "--duration", window.seconds, "--csv"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const std::size_t samples = lines_of(run.out).size() - 1;
+    EXPECT_GE(samples, window.fewest) << window.seconds << " s:\n" << run.out;
+    EXPECT_LE(samples, window.most) << window.seconds << " s:\n" << run.out;
+  }
+}
+
 TEST_F(ImuCommandInVirtualTime, RateIsAnUpperLimitOnReadsPerSecond) {
   const std::uint64_t start_ns = rig_.now_ns();
   const ToolRun run = run_tool({"imu", "--index", "0", "--count", "10", "--csv", "--rate", "50"});

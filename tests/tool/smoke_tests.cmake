@@ -31,6 +31,12 @@ add_test(NAME uvc_stereo_smoke_exit_device_unavailable
 add_test(NAME uvc_stereo_smoke_exit_usage
   COMMAND ${CMAKE_COMMAND} -DEXPECTED=2 "-DPATTERN=UsageError: unknown command 'flash'"
           -P ${check_exit} ${tool_command} flash)
+# A configuration piped in on standard input is read whole by the real program, on every platform.
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/piped_configuration.json "{\r\n  \"name\": \"from a pipe\"\r\n}\r\n")
+add_test(NAME uvc_stereo_smoke_config_set_from_a_pipe
+  COMMAND ${CMAKE_COMMAND} -DEXPECTED=0 -DPIPED_INPUT=${CMAKE_CURRENT_BINARY_DIR}/piped_configuration.json
+          "-DPATTERN=dry run: 1 changed, 0 added, 8 removed; nothing was written to camera 0 "
+          -P ${check_exit} ${tool_command} --simulate config set - --dry-run --index 0)
 # On Linux the tool reaches cameras through the kernel's UVC driver: a machine without one finds none.
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT CMAKE_CROSSCOMPILING AND NOT EXISTS /sys/class/video4linux)
   add_test(NAME uvc_stereo_smoke_scan_without_camera

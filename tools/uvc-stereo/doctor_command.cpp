@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <optional>
@@ -12,6 +11,7 @@
 #include "uvc-stereo/exit_status.h"
 #include "uvc-stereo/host_platform.h"
 #include "uvc-stereo/imu_stream_stats.h"
+#include "uvc-stereo/imu_window.h"
 #include "uvc-stereo/json_writer.h"
 #include "uvc-stereo/kernel_listing_output.h"
 #include "uvc-stereo/terminal_text.h"
@@ -23,8 +23,6 @@
 
 namespace tovanel::uvc_stereo::cli {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr double kDefaultImuSeconds = 2.0;
 constexpr double kMaxImuSeconds = 3600.0;
@@ -91,18 +89,19 @@ ImuHealth stream_imu(Device& device, double seconds) {
   }
   // The stream paces its own reads; the report only needs its counts, so the samples land in one small buffer.
   std::array<ImuStreamSample, 64> samples;
-  const Clock::time_point start = Clock::now();
-  const auto length = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-  while (Clock::now() - start < length) {
-    const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(length - (Clock::now() - start));
-    const ImuPull pulled =
-        stream.value().pull(samples.data(), samples.size(), std::max(left, std::chrono::nanoseconds(0)));
+  // The window is measured on the clock the samples are stamped with, so a simulated rig in virtual time is
+  // examined over as many samples as the window holds.
+  ImuStreamWindow window(seconds);
+  const auto whole = std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds));
+  while (!window.over()) {
+    const ImuPull pulled = stream.value().pull(samples.data(), samples.size(), window.next_timeout(whole));
+    window.on_pull(samples.data(), pulled.count, samples.size());
     if (!pulled.status.ok()) {
       health.failure = pulled.status;
       break;
     }
   }
-  health.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  health.seconds = window.elapsed_s();
   const Result<ImuStreamStatistics> stats = stream.value().statistics();
   if (stats.ok()) {
     health.stats = stats.value();

@@ -12,6 +12,7 @@
 #include "uvc-stereo/exit_status.h"
 #include "uvc-stereo/file_io.h"
 #include "uvc-stereo/imu_stream_stats.h"
+#include "uvc-stereo/imu_window.h"
 #include "uvc-stereo/interrupt_deferral.h"
 #include "uvc-stereo/json_writer.h"
 #include "uvc-stereo/svg_plot.h"
@@ -307,24 +308,26 @@ int imu_body(const ParsedArguments& arguments, Console& console) {
     return static_cast<double>(s.host_time_ns - first_time_ns) / 1e9;
   };
 
+  // The duration is measured on the clock the samples are stamped with, so a simulated rig in
+  // virtual time streams as many samples as the duration holds.
+  std::optional<ImuStreamWindow> window;
+  if (options.duration_s) {
+    window.emplace(*options.duration_s);
+  }
+
   for (;;) {
-    if (interrupts.interrupted() || (options.count && delivered >= *options.count)) {
+    if (interrupts.interrupted() || (options.count && delivered >= *options.count) || (window && window->over())) {
       break;
     }
     // Pulls are short, so an interrupt is seen at once; the last one ends at the duration's end.
     auto timeout = std::chrono::duration_cast<std::chrono::nanoseconds>(kPullSlice);
-    if (options.duration_s) {
-      const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(
-          std::chrono::duration<double>(*options.duration_s) - (Clock::now() - start));
-      // A stream always holds at least one sample, however short its duration.
-      if (left <= std::chrono::nanoseconds::zero() && delivered > 0) {
-        break;
-      }
-      if (delivered > 0) {
-        timeout = std::min(timeout, left);
-      }
+    if (window) {
+      timeout = window->next_timeout(timeout);
     }
     const ImuPull pull = stream.pull(&sample, 1, timeout);
+    if (window) {
+      window->on_pull(&sample, pull.count, 1);
+    }
     const Clock::time_point now = Clock::now();
     if (pull.count != 0) {
       if (delivered == 0) {

@@ -20,6 +20,7 @@ constexpr char kFinishing[] =
 
 void interrupts::note_interrupt() noexcept {
   g_interrupted.store(true);
+  interrupts::wake_input_wait();
   if (g_writing_flash.load()) {
     write_to_standard_error(kFinishing, sizeof(kFinishing) - 1);
   }

@@ -34,9 +34,13 @@ void stop_console_events() noexcept;
 
 // Waits until `descriptor` has input (or its end, or an error) to read, or an interrupt is
 // noted, whichever comes first; true when there is something to read. An interrupt that
-// arrives just before the wait ends it as surely as one during it. On Windows, where the
-// console's events come on a thread of their own, only an interrupt already noted counts.
+// arrives just before the wait ends it as surely as one during it, on any thread (Windows
+// delivers the console's events on a thread of their own).
 [[nodiscard]] bool wait_for_input(int descriptor) noexcept;
+// Ends a wait_for_input in progress because an interrupt was just noted (called by
+// note_interrupt, so safe wherever it is): on Windows the wait watches an event this sets;
+// elsewhere the signal itself ends the wait, and this does nothing.
+void wake_input_wait() noexcept;
 
 // Writes `length` bytes of `text` to standard error with one system call, as a signal
 // handler may.

@@ -80,6 +80,8 @@ bool wait_for_input(int descriptor) noexcept {
   return readable;
 }
 
+void wake_input_wait() noexcept {}
+
 void start_console_events() noexcept {}
 
 void stop_console_events() noexcept {}

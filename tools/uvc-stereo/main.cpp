@@ -23,15 +23,14 @@ int main(int argc, char** argv) {
 #if defined(_WIN32)
   // A configuration piped in on standard input is read byte for byte, CR LF included.
   _setmode(_fileno(stdin), _O_BINARY);
-  std::istream& in = std::cin;
 #else
   // A reader that goes away (`| head`) is a failed write the commands handle, ending a stream
   // with its plot still written, rather than a signal that ends the process on the spot.
   std::signal(SIGPIPE, SIG_IGN);
+#endif
   constexpr int kStandardInput = 0;
   cli::DescriptorInput input_buffer(kStandardInput);
   std::istream in(&input_buffer);
-#endif
   constexpr int kStandardOutput = 1;
   constexpr int kStandardError = 2;
   const std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
