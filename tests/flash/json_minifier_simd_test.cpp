@@ -584,6 +584,25 @@ TEST_P(JsonMinifierVariantTest, AgreesWhereTheTokenListFillsUp) {
   }
 }
 
+// A form may choose how to work from a document's first kilobytes; what comes after them must not change its
+// verdict, output or error offset.
+TEST_P(JsonMinifierVariantTest, AgreesWhereEscapesAndOtherLanguagesFirstAppearAfterAPlainAsciiStart) {
+  const std::string in_strings[] = {"\\n", "\\u00e9", "\\ud83d\\ude00", "\\x", "\x01", "\xe4\xb8\xad", "\xff"};
+  const std::string outside[] = {"\xc3\xa9", "\\", "x", "1."};
+  for (const std::size_t at : {std::size_t{4030}, std::size_t{4095}, std::size_t{4096}, std::size_t{4097},
+                               std::size_t{4160}, std::size_t{9000}}) {
+    const std::string filler(at - 2, 'a');
+    for (const std::string& piece : in_strings) {
+      const std::string text = "{\"" + filler + piece + "\": [1, 2.5, true]}";
+      ASSERT_TRUE(agrees(text)) << "at " << at << ", piece \"" << printable(piece) << "\"";
+      ASSERT_TRUE(agrees("{\n  \"" + filler + "\": \"" + piece + "\"\n}")) << "at " << at;
+    }
+    for (const std::string& piece : outside) {
+      ASSERT_TRUE(agrees("[\"" + filler + "\", " + piece + "]")) << "at " << at << ", " << printable(piece);
+    }
+  }
+}
+
 std::vector<const JsonMinifierVariant*> vectorised_variants() {
   std::vector<const JsonMinifierVariant*> variants;
   const detail::JsonMinifierVariantList list = detail::json_minifier_variants();
