@@ -432,8 +432,10 @@ class JsonDocumentChecker {
 // rest of the minifier's work on UTF-8-heavy text); 512 bytes gains nothing more.
 constexpr std::size_t kJsonOutputStageSize = 1024;
 
+// Both passes start on a cache line, so that their loops lie the same way in every program that links them: measured,
+// where the linker happened to put them moved their speed by up to a tenth from one program to the next.
 template <class Block>
-bool minify_json_blocks(const char* text, std::size_t length, std::string& out) {
+__attribute__((aligned(64))) bool minify_json_blocks(const char* text, std::size_t length, std::string& out) {
   // The packed output collects here and goes to `out` in pieces; the slack takes a Block's full-width store.
   constexpr std::size_t kStageSize = kJsonOutputStageSize;
   char stage[kStageSize + 64];
@@ -545,43 +547,54 @@ constexpr std::size_t kTokenIndexCapacity = 4096;
 // The escapes of a block, checked on its masks alone: every escaped byte names one of the escapes, every \u is
 // followed by four hexadecimal digits, and every high surrogate's \u escape is followed right away by a low
 // surrogate's, and every low one preceded by a high one. The bytes an escape needs may lie in the next block, so
-// what a block's last escapes still require is carried over.
-struct EscapeCarry {
-  std::uint64_t hex_needed = 0;  // bits of the next block that must be hexadecimal digits
-  std::uint64_t unicode = 0;     // an escaped u as the last byte of the block
-  std::uint64_t surrogate = 0;   // a "\uD" as the last bytes of the block: its next digit says which half
-  std::uint64_t low_needed = 0;  // bits of the next block where a low surrogate's second digit must stand
-
+// what a block's last escapes still require is carried over, packed in one word so that a block can tell at a glance
+// that nothing is pending.
+class EscapeCarry {
+ public:
   // Non-zero while the last block's escapes still need bytes of the next one.
-  [[nodiscard]] std::uint64_t pending() const noexcept { return hex_needed | unicode | surrogate | low_needed; }
+  [[nodiscard]] std::uint64_t pending() const noexcept { return bits_; }
+  // A high surrogate at the very end of the last block still waits for its low half.
+  [[nodiscard]] bool low_half_pending() const noexcept { return (bits_ >> kLowNeededShift) != 0; }
+
+  // `lower` holds the block's bytes with bit 0x20 set (which makes A-F a-f; the other bytes it turns into digits
+  // are control bytes, refused anyway). Returns the bits of the escapes it refuses.
+  template <class Block>
+  std::uint64_t refused(const Block& block, const typename Block::Bytes& lower, std::uint64_t escaped,
+                        std::uint64_t quote) noexcept {
+    const std::uint64_t u = block.equal('u');
+    const std::uint64_t letters = quote | u | block.equal('/') | block.equal('b') | block.equal('f') |
+                                  block.equal('n') | block.equal('r') | block.equal('t');
+    const std::uint64_t unicode = escaped & u;
+    const std::uint64_t hex = Block::in_range(lower, '0', '9') | Block::in_range(lower, 'a', 'f');
+    const std::uint64_t hex_needed =
+        (unicode << 1) | (unicode << 2) | (unicode << 3) | (unicode << 4) | (bits_ & kHexNeededBits);
+    // The first digit D starts a surrogate; the second says which half.
+    const std::uint64_t surrogate = ((unicode << 1) | ((bits_ >> kUnicodeShift) & 1)) & Block::equal_in(lower, 'd');
+    const std::uint64_t second = (surrogate << 1) | ((bits_ >> kSurrogateShift) & 1);
+    const std::uint64_t high = second & (Block::in_range(lower, '8', '9') | Block::in_range(lower, 'a', 'b'));
+    const std::uint64_t low = second & Block::in_range(lower, 'c', 'f');
+    const std::uint64_t low_needed = (high << 6) | (bits_ >> kLowNeededShift);
+    bits_ = ((unicode >> 63) | (unicode >> 62) | (unicode >> 61) | (unicode >> 60)) |
+            ((unicode >> 63) << kUnicodeShift) | ((surrogate >> 63) << kSurrogateShift) |
+            ((high >> 58) << kLowNeededShift);
+    return (escaped & ~letters) | (hex_needed & ~hex) | (low_needed ^ low);
+  }
+
+ private:
+  // Bits 0-3: bits of the next block that must be hexadecimal digits. Bit 8: an escaped u as the last byte of the
+  // block. Bit 16: a "\uD" as the last bytes of the block, whose next digit says which half. Bits 24-29: bits of the
+  // next block where a low surrogate's second digit must stand.
+  static constexpr std::uint64_t kHexNeededBits = 0xF;
+  static constexpr unsigned kUnicodeShift = 8;
+  static constexpr unsigned kSurrogateShift = 16;
+  static constexpr unsigned kLowNeededShift = 24;
+
+  std::uint64_t bits_ = 0;
 };
 
-// `lower` holds the block's bytes with bit 0x20 set (which makes A-F a-f; the other bytes it turns into digits
-// are control bytes, refused anyway). Returns the bits of the escapes it refuses.
+// On a cache line, as minify_json_blocks.
 template <class Block>
-std::uint64_t refused_escapes(const Block& block, const typename Block::Bytes& lower, std::uint64_t escaped,
-                              std::uint64_t quote, EscapeCarry& carry) noexcept {
-  const std::uint64_t u = block.equal('u');
-  const std::uint64_t letters = quote | u | block.equal('/') | block.equal('b') | block.equal('f') | block.equal('n') |
-                                block.equal('r') | block.equal('t');
-  const std::uint64_t unicode = escaped & u;
-  const std::uint64_t hex = Block::in_range(lower, '0', '9') | Block::in_range(lower, 'a', 'f');
-  const std::uint64_t hex_needed = (unicode << 1) | (unicode << 2) | (unicode << 3) | (unicode << 4) | carry.hex_needed;
-  carry.hex_needed = (unicode >> 63) | (unicode >> 62) | (unicode >> 61) | (unicode >> 60);
-  // The first digit D starts a surrogate; the second says which half.
-  const std::uint64_t surrogate = ((unicode << 1) | carry.unicode) & Block::equal_in(lower, 'd');
-  carry.unicode = unicode >> 63;
-  const std::uint64_t second = (surrogate << 1) | carry.surrogate;
-  carry.surrogate = surrogate >> 63;
-  const std::uint64_t high = second & (Block::in_range(lower, '8', '9') | Block::in_range(lower, 'a', 'b'));
-  const std::uint64_t low = second & Block::in_range(lower, 'c', 'f');
-  const std::uint64_t low_needed = (high << 6) | carry.low_needed;
-  carry.low_needed = high >> 58;
-  return (escaped & ~letters) | (hex_needed & ~hex) | (low_needed ^ low);
-}
-
-template <class Block>
-bool minify_json_indexed(const char* text, std::size_t length, std::string& out) {
+__attribute__((aligned(64))) bool minify_json_indexed(const char* text, std::size_t length, std::string& out) {
   constexpr std::size_t kStageSize = kJsonOutputStageSize;
   char stage[kStageSize + 64];
   std::size_t staged = 0;
@@ -620,17 +633,18 @@ bool minify_json_indexed(const char* text, std::size_t length, std::string& out)
       }
       const Block block(bytes);
       const JsonBlockMasks m = block.masks();
-      const std::uint64_t escaped = escaped_bytes(m.backslash, odd_run);
+      // Most blocks hold no backslash, follow none and owe no escape bytes: their escape work is skipped.
+      std::uint64_t escaped = 0;
+      if ((m.backslash | odd_run | escape_carry.pending()) != 0) {
+        escaped = escaped_bytes(m.backslash, odd_run);
+        refused |= escape_carry.refused(block, block.lower(), escaped, m.quote);
+      }
       const std::uint64_t quotes = m.quote & ~escaped;
       const std::uint64_t in_strings = Block::prefix_xor(quotes) ^ in_string;
       in_string = std::uint64_t{0} - (in_strings >> 63);
       const std::uint64_t blank = m.whitespace & ~in_strings;
       // A control byte is only ever allowed as whitespace between tokens.
       refused |= m.control & ~blank;
-      // Most blocks hold no escape, nor one still waiting for bytes of this block: their escape checks are skipped.
-      if ((escaped | escape_carry.pending()) != 0) {
-        refused |= refused_escapes(block, block.lower(), escaped, m.quote, escape_carry);
-      }
 
       const std::uint64_t atoms = ~(m.whitespace | m.structural | m.quote | in_strings);
       const std::uint64_t atom_starts = atoms & ~((atoms << 1) | atom_carry);
@@ -659,7 +673,7 @@ bool minify_json_indexed(const char* text, std::size_t length, std::string& out)
     }
   }
   // A high surrogate at the very end still waits for its low half.
-  if (in_string != 0 || escape_carry.low_needed != 0 || !checker.complete()) {
+  if (in_string != 0 || escape_carry.low_half_pending() || !checker.complete()) {
     return false;
   }
   append_json_output(out, stage, staged);

@@ -98,17 +98,20 @@ class Avx512Block {
   }
 
   // Writes offset + the number of each set bit of `bits`, in order, at `out` (room for 64), and returns how many:
-  // the bit numbers packed by the byte compression and widened, the same instructions whatever the count.
+  // the bit numbers packed by the byte compression and widened, the same instructions whatever the count up to 32.
+  // The second half is written only for the rare block with more tokens than that.
   static std::size_t append_positions(std::uint16_t* out, std::uint16_t offset, std::uint64_t bits) noexcept {
-    // Through memory, and unaligned: MinGW's GCC does not align stack variables beyond 16 bytes.
+    // Through memory, and unaligned: MinGW's GCC does not align stack variables beyond 16 bytes, and GCC 12 warns
+    // of an undefined register in its own headers for the register forms of the halves.
     unsigned char packed[64];
     _mm512_storeu_si512(packed, _mm512_maskz_compress_epi8(bits, _mm512_load_si512(kNibbleTables.bit_numbers)));
     const __m512i base = _mm512_set1_epi16(static_cast<short>(offset));
-    for (int half = 0; half < 2; ++half) {
+    const std::size_t count = static_cast<std::size_t>(__builtin_popcountll(bits));
+    for (int half = 0; half < (count > 32 ? 2 : 1); ++half) {
       const __m256i numbers = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(packed + 32 * half));
       _mm512_storeu_si512(out + 32 * half, _mm512_add_epi16(_mm512_cvtepu8_epi16(numbers), base));
     }
-    return static_cast<std::size_t>(__builtin_popcountll(bits));
+    return count;
   }
 
   char* compress(std::uint64_t keep, char* out) const noexcept {
