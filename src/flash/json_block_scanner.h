@@ -251,11 +251,9 @@ class JsonDocumentChecker {
  public:
   JsonDocumentChecker(const char* text, std::size_t length) noexcept : text_(text), length_(length) {}
 
-  // The next token starts with byte `c`, at `position` of the text: a structural byte, an opening quote, or the
-  // first byte of a number or literal. With kCheckAtoms the number or literal's shape is checked here, from the
-  // text; without, it has been checked already.
-  template <bool kCheckAtoms = false>
-  bool token(char c, [[maybe_unused]] std::size_t position = 0) noexcept {
+  // The next token starts with byte `c`: a structural byte, an opening quote, or the first byte of a number or
+  // literal whose shape has been checked already.
+  bool token(char c) noexcept {
     switch (expect_) {
       case Expect::Value:
       case Expect::ValueOrArrayEnd:
@@ -275,9 +273,6 @@ class JsonDocumentChecker {
             return false;
           default:
             after_value();
-            if constexpr (kCheckAtoms) {
-              return atom_in_text(text_, length_, position);
-            }
             return true;
         }
       case Expect::KeyOrObjectEnd:
@@ -313,6 +308,149 @@ class JsonDocumentChecker {
         break;
     }
     return false;
+  }
+
+  // The grammar over a list of tokens, each given by the position of its first byte (`base` + the entry), numbers and
+  // literals read where they start: what token() does token by token, with the state kept as the place in this
+  // walk instead of a variable (each label is named after what the next token may be), so a token costs a few
+  // compares and no jump through a table. False at the first token the grammar refuses; true when the list is used
+  // up, the state kept for the next list.
+  bool tokens(const std::uint16_t* list, std::size_t count, std::size_t base) noexcept {
+    const std::uint16_t* next = list;
+    const std::uint16_t* const end = list + count;
+    std::size_t depth = depth_;  // in a register: the container stack's stores could otherwise alias it
+    std::size_t position = 0;
+    const auto suspend = [this, &depth](Expect state) {
+      expect_ = state;
+      depth_ = depth;
+      return true;
+    };
+    switch (expect_) {
+      case Expect::Value:
+        goto value;
+      case Expect::ValueOrArrayEnd:
+        goto value_or_array_end;
+      case Expect::KeyOrObjectEnd:
+        goto key_or_object_end;
+      case Expect::Key:
+        goto key;
+      case Expect::Colon:
+        goto colon;
+      case Expect::CommaOrObjectEnd:
+        goto comma_or_object_end;
+      case Expect::CommaOrArrayEnd:
+        goto comma_or_array_end;
+      case Expect::Nothing:
+        goto nothing;
+    }
+    return false;
+
+  value_or_array_end:
+    if (next == end) {
+      return suspend(Expect::ValueOrArrayEnd);
+    }
+    position = base + *next++;
+    if (text_[position] == ']') {
+      --depth;
+      goto after_value;
+    }
+    goto value_at_position;
+  value:
+    if (next == end) {
+      return suspend(Expect::Value);
+    }
+    position = base + *next++;
+  value_at_position:
+    switch (text_[position]) {
+      case '{':
+        if (!push(depth, true)) {
+          return false;
+        }
+        goto key_or_object_end;
+      case '[':
+        if (!push(depth, false)) {
+          return false;
+        }
+        goto value_or_array_end;
+      case '"':
+        goto after_value;
+      case ']':
+      case '}':
+      case ',':
+      case ':':
+        return false;
+      default:
+        if (!atom_in_text(text_, length_, position)) {
+          return false;
+        }
+        goto after_value;
+    }
+  key_or_object_end:
+    if (next == end) {
+      return suspend(Expect::KeyOrObjectEnd);
+    }
+    position = base + *next++;
+    if (text_[position] == '}') {
+      --depth;
+      goto after_value;
+    }
+    if (text_[position] != '"') {
+      return false;
+    }
+    goto colon;
+  key:
+    if (next == end) {
+      return suspend(Expect::Key);
+    }
+    position = base + *next++;
+    if (text_[position] != '"') {
+      return false;
+    }
+  colon:
+    if (next == end) {
+      return suspend(Expect::Colon);
+    }
+    position = base + *next++;
+    if (text_[position] != ':') {
+      return false;
+    }
+    goto value;
+  comma_or_object_end:
+    if (next == end) {
+      return suspend(Expect::CommaOrObjectEnd);
+    }
+    position = base + *next++;
+    if (text_[position] == ',') {
+      goto key;
+    }
+    if (text_[position] != '}') {
+      return false;
+    }
+    --depth;
+    goto after_value;
+  comma_or_array_end:
+    if (next == end) {
+      return suspend(Expect::CommaOrArrayEnd);
+    }
+    position = base + *next++;
+    if (text_[position] == ',') {
+      goto value;
+    }
+    if (text_[position] != ']') {
+      return false;
+    }
+    --depth;
+    goto after_value;
+  after_value:
+    if (depth == 0) {
+      goto nothing;
+    }
+    if (innermost_is_object(depth)) {
+      goto comma_or_object_end;
+    }
+    goto comma_or_array_end;
+  nothing:
+    return next == end && suspend(Expect::Nothing);
   }
 
   // The byte at `position` follows an odd run of backslashes: it must name an escape, and a \u escape must hold a
@@ -375,14 +513,28 @@ class JsonDocumentChecker {
   static_assert(kMaxDepth % 64 == 0, "the container stack is whole 64-bit words");
 
   bool open(bool object) noexcept {
-    if (depth_ == kMaxDepth) {
+    if (!push(depth_, object)) {
       return false;
     }
-    const std::uint64_t bit = std::uint64_t{1} << (depth_ % 64);
-    std::uint64_t& word = objects_[depth_ / 64];
-    word = object ? word | bit : word & ~bit;
-    ++depth_;
     expect_ = object ? Expect::KeyOrObjectEnd : Expect::ValueOrArrayEnd;
+    return true;
+  }
+
+  // Whether the innermost of `depth` (at least one) open containers is an object.
+  [[nodiscard]] bool innermost_is_object(std::size_t depth) const noexcept {
+    const std::size_t level = depth - 1;
+    return ((objects_[level / 64] >> (level % 64)) & 1u) != 0;
+  }
+
+  // Enters a container `depth` deep, an object or an array; false when that is deeper than tracked.
+  bool push(std::size_t& depth, bool object) noexcept {
+    if (depth == kMaxDepth) {
+      return false;
+    }
+    const std::uint64_t bit = std::uint64_t{1} << (depth % 64);
+    std::uint64_t& word = objects_[depth / 64];
+    word = object ? word | bit : word & ~bit;
+    ++depth;
     return true;
   }
 
@@ -397,9 +549,7 @@ class JsonDocumentChecker {
     if (depth_ == 0) {
       expect_ = Expect::Nothing;
     } else {
-      const std::size_t level = depth_ - 1;
-      const bool object = ((objects_[level / 64] >> (level % 64)) & 1u) != 0;
-      expect_ = object ? Expect::CommaOrObjectEnd : Expect::CommaOrArrayEnd;
+      expect_ = innermost_is_object(depth_) ? Expect::CommaOrObjectEnd : Expect::CommaOrArrayEnd;
     }
   }
 
@@ -665,11 +815,8 @@ __attribute__((aligned(64))) bool minify_json_indexed(const char* text, std::siz
     }
 
     // Stage two.
-    for (std::size_t i = 0; i < token_count; ++i) {
-      const std::size_t position = chunk + tokens[i];
-      if (!checker.token<true>(text[position], position)) {
-        return false;
-      }
+    if (!checker.tokens(tokens, token_count, chunk)) {
+      return false;
     }
   }
   // A high surrogate at the very end still waits for its low half.

@@ -133,39 +133,6 @@ bool minify_json_avx512_indexed(const char* json, std::size_t length, std::strin
   return minify_json_indexed<Avx512Block>(json, length, out);
 }
 
-namespace {
-
-// How much of a document's start is looked at to tell what kind of text it holds, and the most escapes it may hold
-// there and still count as plain: one backslash in 32 bytes.
-constexpr std::size_t kKindSampleBytes = 4096;
-constexpr std::size_t kPlainBytesPerBackslash = 32;
-
-// True when the document's start holds no byte above 0x7F and few escapes: a configuration in ASCII, which the
-// one-pass form minifies a little faster; raw text in other languages and dense escapes go much faster through the
-// two-stage form. The last piece is read with a masked load, which never touches the bytes past the end.
-bool starts_as_plain_ascii(const char* json, std::size_t length) noexcept {
-  const std::size_t sample = length < kKindSampleBytes ? length : kKindSampleBytes;
-  const __m512i backslash = _mm512_set1_epi8('\\');
-  std::size_t backslashes = 0;
-  for (std::size_t at = 0; at < sample; at += 64) {
-    const std::size_t left = sample - at;
-    const __mmask64 present = left >= 64 ? ~__mmask64{0} : (__mmask64{1} << left) - 1;
-    const __m512i bytes = _mm512_maskz_loadu_epi8(present, json + at);
-    if (_mm512_movepi8_mask(bytes) != 0) {
-      return false;
-    }
-    backslashes += static_cast<std::size_t>(__builtin_popcountll(_mm512_cmpeq_epi8_mask(bytes, backslash)));
-  }
-  return backslashes * kPlainBytesPerBackslash <= sample;
-}
-
-}  // namespace
-
-bool minify_json_avx512_by_kind(const char* json, std::size_t length, std::string& out) {
-  return starts_as_plain_ascii(json, length) ? minify_json_avx512(json, length, out)
-                                             : minify_json_avx512_indexed(json, length, out);
-}
-
 UVC_STEREO_ISA_END()
 
 }  // namespace tovanel::uvc_stereo::detail

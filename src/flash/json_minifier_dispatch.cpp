@@ -29,12 +29,11 @@ constexpr JsonMinifierVariant kVariants[] = {
     {"sse2", minify_json_sse2, any_processor},
     {"avx2", minify_json_avx2, has_avx2},
     {"avx512", minify_json_avx512, has_avx512},
-    // The one-pass form above is a little faster on plain ASCII configurations; the two-stage form is much faster
-    // on text in other languages and on escapes, and its speed does not depend on how the text changes from block
-    // to block. The form in use, listed last, picks one of them by the document's start. The benchmark
-    // comparison times all three (--forms).
+    // Two stages: the masks, escapes and output of every block first, then the grammar over the list of tokens
+    // they give. Faster than the one-pass form above on every kind of text of a few kilobytes and more, and most on
+    // text in other languages and on escapes, where the one-pass form's branches follow the text. The benchmark
+    // comparison times every form (--forms).
     {"avx512_indexed", minify_json_avx512_indexed, has_avx512},
-    {"avx512_by_kind", minify_json_avx512_by_kind, has_avx512},
 #endif
 };
 

@@ -51,8 +51,6 @@ void choose_json_minifier_variant(const JsonMinifierVariant* variant) noexcept;
 [[nodiscard]] bool minify_json_avx2(const char* json, std::size_t length, std::string& out);
 [[nodiscard]] bool minify_json_avx512(const char* json, std::size_t length, std::string& out);
 [[nodiscard]] bool minify_json_avx512_indexed(const char* json, std::size_t length, std::string& out);
-// The one-pass form on a document whose start is plain ASCII, the two-stage form on any other.
-[[nodiscard]] bool minify_json_avx512_by_kind(const char* json, std::size_t length, std::string& out);
 #endif
 
 }  // namespace tovanel::uvc_stereo::detail

@@ -584,6 +584,48 @@ TEST_P(JsonMinifierVariantTest, AgreesWhereTheTokenListFillsUp) {
   }
 }
 
+// Every token in every place the grammar can be: after each kind of opening (a document's start, "[", "{", a key,
+// a colon, a value in an object or an array, a finished document), each kind of token, then a few endings. Each
+// place is also put where the list of token positions fills up, after 4096 tokens of a list of zeros, with the list
+// ending right after the opening and a byte or two before or after that (a place a top-level value, within the
+// list, closes: one element more), so that a form that stops and resumes its
+// grammar there does so in every state, before every kind of token. A well-formed text must be vouched for, so that
+// a form refusing too much shows as well.
+TEST_P(JsonMinifierVariantTest, AgreesOnEveryTokenInEveryStateOfTheGrammar) {
+  const auto judged_alike = [this](const std::string& text) {
+    return detail::minify_and_validate_json_scalar(text).ok() ? vouches(text) : agrees(text);
+  };
+  const std::string_view openings[] = {"",         "[",  "{",   "{\"a\"", "{\"a\":",   "{\"a\":1,",
+                                       "{\"a\":1", "[1", "[1,", "[[]",    "{\"a\":{}", "1 "};
+  const std::string_view tokens[] = {"{", "[", "]", "}", ",", ":", "\"s\"", "1", "-0.5", "true", "x", "nul"};
+  const std::string_view endings[] = {"", ":2}", ",3]", "]}", "\"b\":4}"};
+  // "[0,0,...,0," with `place` starting at byte `at`: every byte before it starts a token.
+  const auto in_zeros = [](const std::string& place, std::size_t at) {
+    std::string text = (at % 2 == 0) ? "[ " : "[";
+    text.resize(at, '0');
+    for (std::size_t i = at % 2 == 0 ? 3 : 2; i < at; i += 2) {
+      text[i] = ',';
+    }
+    return text + place + "]";
+  };
+  for (const std::string_view opening : openings) {
+    for (const std::string_view token : tokens) {
+      for (const std::string_view ending : endings) {
+        const std::string place = std::string(opening) + std::string(token) + std::string(ending);
+        ASSERT_TRUE(judged_alike(place)) << place;
+        // Among the zeros: every place without an ending, and those an ending makes well-formed.
+        if (!ending.empty() && !detail::minify_and_validate_json_scalar(place).ok()) {
+          continue;
+        }
+        for (std::size_t end_of_opening = 4094; end_of_opening <= 4098; ++end_of_opening) {
+          const std::string text = in_zeros(place, end_of_opening - opening.size());
+          ASSERT_TRUE(judged_alike(text)) << place << " with its opening ending at " << end_of_opening;
+        }
+      }
+    }
+  }
+}
+
 // A form may choose how to work from a document's first kilobytes; what comes after them must not change its
 // verdict, output or error offset.
 TEST_P(JsonMinifierVariantTest, AgreesWhereEscapesAndOtherLanguagesFirstAppearAfterAPlainAsciiStart) {
