@@ -14,7 +14,12 @@ namespace tovanel::uvc_stereo::linux_testing {
 namespace {
 
 using Candidates = std::vector<win_detail::WinOpenCvCameraCandidate>;
-using LinuxCaptureListing = LinuxBackendTest;
+class LinuxCaptureListing : public LinuxBackendTest {
+ protected:
+  // With a camera plugged in whose node opens through `open_node`, which throws: the listing is an InternalError
+  // with `message`.
+  void expect_internal_error_when_opening_with(int (*open_node)(const char*, int), const char* message);
+};
 
 int open_that_throws_a_standard_exception(const char*, int) { throw std::runtime_error("node table damaged"); }
 int open_that_throws_something_else(const char*, int) { throw 42; }
@@ -35,6 +40,15 @@ Result<Candidates> list_capture_nodes_opening_with(const FakeKernel& kernel, int
   return list_capture_nodes();
 }
 
+void LinuxCaptureListing::expect_internal_error_when_opening_with(int (*open_node)(const char*, int),
+                                                                  const char* message) {
+  kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
+  const Result<Candidates> listed = list_capture_nodes_opening_with(kernel_, open_node);
+  ASSERT_FALSE(listed.ok());
+  EXPECT_EQ(listed.status().code(), ErrorCode::InternalError);
+  EXPECT_EQ(listed.status().message(), message);
+}
+
 TEST_F(LinuxCaptureListing, NamesEachCamerasCaptureNodeByItsNumber) {
   kernel_.add_camera(supported_camera("SN0001", "1-2", 2));
   const Result<Candidates> listed = list_capture_nodes();
@@ -46,19 +60,12 @@ TEST_F(LinuxCaptureListing, NamesEachCamerasCaptureNodeByItsNumber) {
 }
 
 TEST_F(LinuxCaptureListing, AStandardExceptionBeneathItIsAnInternalErrorWithItsText) {
-  kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
-  const Result<Candidates> listed = list_capture_nodes_opening_with(kernel_, open_that_throws_a_standard_exception);
-  ASSERT_FALSE(listed.ok());
-  EXPECT_EQ(listed.status().code(), ErrorCode::InternalError);
-  EXPECT_EQ(listed.status().message(), "node table damaged");
+  expect_internal_error_when_opening_with(open_that_throws_a_standard_exception, "node table damaged");
 }
 
 TEST_F(LinuxCaptureListing, AnyOtherExceptionBeneathItIsAnInternalErrorThatNamesTheListing) {
-  kernel_.add_camera(supported_camera("SN0001", "1-2", 0));
-  const Result<Candidates> listed = list_capture_nodes_opening_with(kernel_, open_that_throws_something_else);
-  ASSERT_FALSE(listed.ok());
-  EXPECT_EQ(listed.status().code(), ErrorCode::InternalError);
-  EXPECT_EQ(listed.status().message(), "unknown exception during V4L2 backend enumeration");
+  expect_internal_error_when_opening_with(open_that_throws_something_else,
+                                          "unknown exception during V4L2 backend enumeration");
 }
 
 }  // namespace

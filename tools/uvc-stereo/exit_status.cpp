@@ -39,7 +39,7 @@ int report_sdk_error(const Status& status, std::string_view context, Console& co
                 << terminal_safe(status.message()) << "); add --simulate to use the built-in simulated cameras\n";
     return kExitVendorLibraryMissing;
   }
-  console.err << "uvc-stereo: " << error_code_name(status.code()) << ": " << terminal_safe(status.message());
+  console.err << "uvc-stereo: " << terminal_safe(failure_text(status));
   if (!context.empty()) {
     console.err << " (" << terminal_safe(context) << ")";
   }
