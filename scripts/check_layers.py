@@ -201,7 +201,7 @@ def namespaces_of(code):
     return opened, direct
 
 
-def check_namespaces(path, folder, relative):
+def check_namespaces(path, folder):
     findings = []
     code = strip_comments_and_strings(path.read_text(encoding="utf-8", errors="replace"))
     opened, direct = namespaces_of(code)
@@ -217,7 +217,7 @@ def check_namespaces(path, folder, relative):
             if short not in FIXED_NAMES or line.lstrip().startswith(("#", "}")) or FORWARD_DECLARATION.match(line):
                 continue
             found = DECLARED_TYPE.match(line) or (DECLARED_FUNCTION.search(line) if not line.startswith(" ") else None)
-            if found and found.group(1) not in FIXED_NAMES[short] :
+            if found and found.group(1) not in FIXED_NAMES[short]:
                 findings.append(
                     (number, f"declares {found.group(1)} in {short}, where only the SDK's fixed names live")
                 )
@@ -245,7 +245,7 @@ def main(argv):
             continue
         relative = path.relative_to(root)
         namespaced += 1
-        for number, message in check_namespaces(path, relative.parts[0], relative):
+        for number, message in check_namespaces(path, relative.parts[0]):
             print(f"{relative}:{number}: {message}")
             total += 1
     if total:
